@@ -1,0 +1,31 @@
+#include "foundation/Parallel.h"
+
+#include <tbb/blocked_range.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
+
+#include <algorithm>
+
+namespace ornolith {
+
+void parallelFor(std::size_t count, std::size_t grain, const std::function<void(std::size_t index)>& body) {
+  if (count <= grain) {
+    for (std::size_t i = 0; i < count; ++i) body(i);
+    return;
+  }
+  tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, std::max<std::size_t>(grain, 1)),
+                    [&](const tbb::blocked_range<std::size_t>& range) {
+                      for (std::size_t i = range.begin(); i != range.end(); ++i) body(i);
+                    });
+}
+
+void withThreadLimit(std::size_t threadCount, const std::function<void()>& body) {
+  tbb::task_arena arena(static_cast<int>(std::max<std::size_t>(threadCount, 1)));
+  arena.execute(body);
+}
+
+std::size_t availableThreadCount() {
+  return static_cast<std::size_t>(std::max(tbb::this_task_arena::max_concurrency(), 1));
+}
+
+}  // namespace ornolith

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "foundation/Error.h"
+
+namespace ornolith {
+
+namespace system_error {
+/// A call of the operating system failed.
+struct Failed {
+  std::string action;  ///< What could not be done, as it stands in the sentence: "read", "written", "created", ...
+  std::string path;    ///< The item it was tried on.
+  int code = 0;        ///< `errno`.
+  bool operator==(const Failed&) const = default;
+};
+}  // namespace system_error
+
+/// A failure of the operating system, as one English sentence that names the path and the reason:
+/// "The item '/tmp/a.png' could not be written: No space left on device."
+class SystemError final : public TypedError<SystemError, system_error::Failed> {
+ public:
+  using TypedError::TypedError;
+  /// Takes `code` from an `errno` value.
+  SystemError(std::string action, std::string path, int code);
+
+  int code() const noexcept;
+  /// True exactly for the no-such-file conditions ENOENT and ENOTDIR.
+  bool isMissingFile() const noexcept;
+
+  static std::string describe(const system_error::Failed& failed);
+};
+
+}  // namespace ornolith

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "imaging/Image.h"
+
+namespace ornolith {
+
+/// The image kinds that textures may have. The kind is told by content, never by a file's extension (TGA, which has no
+/// signature, last and only where its header is consistent).
+enum class ImageKind { png, jpeg, tiff, tga, bmp, heic, exr, webp };
+
+/// The limits under which an image from an untrusted file is decoded; a larger one is refused.
+inline constexpr std::uint32_t maximumDecodedImageSide = 16'384;
+inline constexpr std::uint64_t maximumDecodedImagePixels = 16'384ull * 16'384ull;
+
+/// The kind of `data`, or nothing where no decoder would take it.
+std::optional<ImageKind> imageKind(std::span<const std::byte> data) noexcept;
+
+/// The first image of `data`, as 8-bit RGBA: 16-bit samples rounded, grey and palettes expanded, orientation tags
+/// applied, half and float samples (linear) clamped to 0..1 and encoded to sRGB. Nothing where the data is no image of a
+/// known kind, is damaged so that it does not decode, or is over the limits. Never throws but for lack of memory; memory
+/// is set aside only after the header's claim has been checked against the limits and the size of the data.
+std::optional<Image> decodeImage(std::span<const std::byte> data);
+
+/// `decodeImage` of a file, which must be a regular file (a link is followed). Nothing where it cannot be read.
+std::optional<Image> decodeImageFile(const std::string& path);
+
+}  // namespace ornolith

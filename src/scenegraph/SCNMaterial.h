@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <variant>
+
+#include "foundation/FileURL.h"
+#include "imaging/Image.h"
+#include "scenegraph/NSColor.h"
+#include "scenegraph/SCNTypes.h"
+
+namespace ornolith {
+
+/// What a material property shows. An image given by path or URL is decoded when a frame first needs it, once per path;
+/// one that cannot be decoded shows the property's default.
+using SCNMaterialContents =
+    std::variant<std::monostate, NSColor, double, std::string, FileURL, std::shared_ptr<const Image>>;
+
+/// True where `contents` is a path, a URL or an image; a colour or a number is none.
+bool holdsImage(const SCNMaterialContents& contents) noexcept;
+
+/// The platform's numbers.
+enum class SCNWrapMode : int { clamp = 1, repeat = 2, clampToBorder = 3, mirror = 4 };
+enum class SCNBlendMode : int { alpha = 0, add = 1, subtract = 2, multiply = 3, screen = 4, replace = 5, max = 6 };
+enum class SCNFillMode : int { fill = 0, lines = 1 };
+enum class SCNLightingModel { blinn, constant, lambert, physicallyBased };
+
+inline constexpr SCNLightingModel SCNLightingModelBlinn = SCNLightingModel::blinn;
+inline constexpr SCNLightingModel SCNLightingModelConstant = SCNLightingModel::constant;
+inline constexpr SCNLightingModel SCNLightingModelLambert = SCNLightingModel::lambert;
+inline constexpr SCNLightingModel SCNLightingModelPhysicallyBased = SCNLightingModel::physicallyBased;
+
+struct SCNMaterialProperty {
+  SCNMaterialContents contents;
+  double intensity = 1;
+  /// Applied to texture coordinates as row vectors (u, v, 0, 1), with the origin at the top left of the image.
+  SCNMatrix4 contentsTransform;
+  int mappingChannel = 0;
+  SCNWrapMode wrapS = SCNWrapMode::clamp;
+  SCNWrapMode wrapT = SCNWrapMode::clamp;
+};
+
+/// A material, shared by identity.
+class SCNMaterial {
+ public:
+  /// The defaults of a new material: Blinn, white diffuse, black specular and emission, opaque, single-sided.
+  SCNMaterial();
+  static std::shared_ptr<SCNMaterial> material() { return std::make_shared<SCNMaterial>(); }
+  /// A new material with the same values.
+  std::shared_ptr<SCNMaterial> copy() const { return std::make_shared<SCNMaterial>(*this); }
+
+  std::string name;
+  SCNMaterialProperty diffuse;
+  SCNMaterialProperty normal;
+  SCNMaterialProperty roughness;
+  SCNMaterialProperty metalness;
+  SCNMaterialProperty emission;
+  SCNMaterialProperty transparent;
+  SCNMaterialProperty specular;
+  SCNMaterialProperty ambientOcclusion;
+  SCNLightingModel lightingModelName = SCNLightingModelBlinn;
+  bool isDoubleSided = false;
+  double transparency = 1;  ///< 0 to 1, 1 being opaque.
+  double alphaCutoff = 0;   ///< Fragments with an opacity below this are dropped.
+  double shininess = 1;
+  SCNBlendMode blendMode = SCNBlendMode::alpha;
+  SCNFillMode fillMode = SCNFillMode::fill;
+  bool readsFromDepthBuffer = true;
+  bool writesToDepthBuffer = true;
+};
+
+}  // namespace ornolith
