@@ -1,0 +1,79 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string_view>
+
+#include "foundation/LinearAlgebra.h"
+
+namespace ornolith {
+
+/// One of the six fixed sides from which a model is looked at.
+enum class CameraFitViewpoint { front, back, left, right, top, bottom };
+
+/// The six viewpoints in case order.
+inline constexpr std::array<CameraFitViewpoint, 6> allCameraFitViewpoints{
+    CameraFitViewpoint::front, CameraFitViewpoint::back, CameraFitViewpoint::left,
+    CameraFitViewpoint::right, CameraFitViewpoint::top,  CameraFitViewpoint::bottom};
+
+/// The text of a viewpoint in documents: the name of its case.
+constexpr std::string_view rawValue(CameraFitViewpoint viewpoint) noexcept {
+  switch (viewpoint) {
+    case CameraFitViewpoint::front:
+      return "front";
+    case CameraFitViewpoint::back:
+      return "back";
+    case CameraFitViewpoint::left:
+      return "left";
+    case CameraFitViewpoint::right:
+      return "right";
+    case CameraFitViewpoint::top:
+      return "top";
+    case CameraFitViewpoint::bottom:
+      return "bottom";
+  }
+  return {};
+}
+
+/// The viewpoint whose `rawValue` is exactly `text`, or nothing.
+constexpr std::optional<CameraFitViewpoint> cameraFitViewpointFromRawValue(std::string_view text) noexcept {
+  for (const CameraFitViewpoint viewpoint : allCameraFitViewpoints) {
+    if (rawValue(viewpoint) == text) {
+      return viewpoint;
+    }
+  }
+  return std::nullopt;
+}
+
+/// The unit direction in world space from the model's centre to the camera.
+constexpr simd_float3 worldDirection(CameraFitViewpoint viewpoint) noexcept {
+  switch (viewpoint) {
+    case CameraFitViewpoint::front:
+      return {0, 0, 1};
+    case CameraFitViewpoint::back:
+      return {0, 0, -1};
+    case CameraFitViewpoint::left:
+      return {-1, 0, 0};
+    case CameraFitViewpoint::right:
+      return {1, 0, 0};
+    case CameraFitViewpoint::top:
+      return {0, 1, 0};
+    case CameraFitViewpoint::bottom:
+      return {0, -1, 0};
+  }
+  return {};
+}
+
+/// The unit direction in world space that is up in the image; never along `worldDirection`.
+constexpr simd_float3 preferredUp(CameraFitViewpoint viewpoint) noexcept {
+  switch (viewpoint) {
+    case CameraFitViewpoint::top:
+      return {0, 0, -1};
+    case CameraFitViewpoint::bottom:
+      return {0, 0, 1};
+    default:
+      return {0, 1, 0};
+  }
+}
+
+}  // namespace ornolith
