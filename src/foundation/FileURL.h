@@ -13,8 +13,8 @@ class FileURL {
  public:
   FileURL() = default;
 
-  /// A relative path resolves against the current directory at this moment. The mark is `isDirectory`, or true where the
-  /// path ends in "/".
+  /// A relative path resolves against the current directory at this moment. The mark is `isDirectory`, or true where
+  /// the path ends in "/".
   explicit FileURL(std::string_view path, bool isDirectory = false);
 
   /// The absolute path without a trailing slash (but "/" itself). Empty for a default-made value.
@@ -23,8 +23,8 @@ class FileURL {
 
   /// What stands behind the last "/", or "/" for the root.
   std::string lastPathComponent() const;
-  /// What stands behind the last "." of the last component, with its case as given; empty where there is no ".", where it
-  /// is the first character, or where nothing follows it.
+  /// What stands behind the last "." of the last component, with its case as given; empty where there is no ".", where
+  /// it is the first character, or where nothing follows it.
   std::string pathExtension() const;
   /// `pathExtension` in lower case (Unicode simple lower-casing).
   std::string lowercasedPathExtension() const;
@@ -46,9 +46,9 @@ class FileURL {
   bool isDirectory_ = false;
 };
 
-/// Removes "." segments, doubled slashes and a trailing slash, and resolves ".." against the segments before it, by text
-/// alone. ".." at the front of a relative path stays; at the root it is dropped. An empty or fully consumed relative path
-/// gives "".
+/// Removes "." segments, doubled slashes and a trailing slash, and resolves ".." against the segments before it, by
+/// text alone. ".." at the front of a relative path stays; at the root it is dropped. An empty or fully consumed
+/// relative path gives "".
 std::string standardizingPath(std::string_view path);
 
 }  // namespace ornolith

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -15,8 +16,8 @@
 
 namespace ornolith {
 
-// Reading. The reader is strict: UTF-8, one value, no trailing text, no lone surrogates, nesting up to a fixed depth, and
-// every number must be one that a double can hold. Of a repeated key the first counts.
+// Reading. The reader is strict: UTF-8, one value, no trailing text, no lone surrogates, nesting up to a fixed depth,
+// and every number must be one that a double can hold. Of a repeated key the first counts.
 
 namespace json_error {
 struct Malformed {
@@ -25,7 +26,8 @@ struct Malformed {
 };
 }  // namespace json_error
 
-/// The text is no JSON, or a value has not the type or key that its reader requires.
+/// The text is no JSON, or a value has not the type, key or form that its reader requires. The text for the user is the
+/// description with "<place>: " in front where there is a place.
 class JSONError final : public TypedError<JSONError, json_error::Malformed> {
  public:
   using TypedError::TypedError;
@@ -73,17 +75,24 @@ class JSONElement {
   /// A number without a fraction that fits (2, 2.0 and 2e0 are all the integer 2).
   std::int64_t asInteger() const;
   double asDouble() const;
-  /// The number rounded to 32 bits; throws where that is not finite.
+  /// The double nearest to the number, rounded to 32 bits; throws where that is not finite.
   float asFloat() const;
 
-  /// Where this value stands: "poses[3].id", or "the document" for the root. For messages.
+  /// Where this value stands: "poses[3].id", or "the document" for the root. For messages: it is found by a walk
+  /// through the document.
   std::string place() const;
+
+  /// The error to throw where this value breaks a rule of its reader. `description` is one sentence.
+  JSONError fault(std::string description) const;
 
  private:
   friend class JSONDocument;
   // A handle of the parser's own, opaque here, so that its header stays out of this one.
-  alignas(8) std::byte handle_[16]{};
-  std::string place_;
+  using Handle = std::array<std::byte, 16>;
+  JSONElement(const void* document, const Handle& handle) : document_(document), handle_(handle) {}
+
+  const void* document_;
+  alignas(8) Handle handle_;
 };
 
 // Writing.
@@ -117,10 +126,15 @@ class JSONValue {
 
 enum class JSONKeyOrder { asAdded, sortedByBytes };
 
-/// The canonical text: two blanks a level, `"key" : value`, "/" written as "\/", numbers by their shortest round-trip
-/// form with whole values written without a fraction, "[\n\n]" and "{\n\n}" at their level for empty lists and objects,
-/// and exactly one newline at the end. Keys stand in byte order, or as they were added. Throws `JSONError` for a number
-/// that is not finite or a text that is not UTF-8.
+/// The canonical text: two blanks a level, `"key" : value`, "/" written as "\/", control characters escaped and all
+/// else kept as UTF-8, "[\n\n]" and "{\n\n}" at their level for empty lists and objects, and exactly one newline at the
+/// end. Keys stand in byte order, or as they were added.
+///
+/// Floating-point numbers have the fewest digits that read back as the same value, laid out as in RFC 8785: plain from
+/// 1e-6 up to but not including 1e21 (whole values without a fraction), with an exponent ("1e+21", "2.5e-7") beyond.
+/// Unlike there, negative zero keeps its sign ("-0").
+///
+/// Throws `JSONError` for a number that is not finite, a text that is not UTF-8, or nesting over `maximumJSONDepth`.
 std::string canonicalJSON(const JSONValue& value, JSONKeyOrder order = JSONKeyOrder::sortedByBytes);
 
 /// The same value on one line without blanks or a trailing newline, members as they were added.

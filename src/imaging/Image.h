@@ -10,11 +10,11 @@ namespace ornolith {
 inline constexpr std::int64_t maximumImageSide = 8192;
 inline constexpr std::int64_t maximumImagePixels = 16'777'216;
 
-/// An 8-bit RGBA image with straight (not premultiplied) alpha, rows from the top, pixels from the left, 4 bytes a pixel,
-/// no padding. Colour is sRGB unless its user says that the image holds data (normals, roughness).
+/// An 8-bit RGBA image with straight (not premultiplied) alpha, rows from the top, pixels from the left, 4 bytes a
+/// pixel, no padding. Colour is sRGB unless its user says that the image holds data (normals, roughness).
 struct Image {
-  std::uint32_t width = 0;   ///< Pixels.
-  std::uint32_t height = 0;  ///< Pixels.
+  std::uint32_t width = 0;           ///< Pixels.
+  std::uint32_t height = 0;          ///< Pixels.
   std::vector<std::uint8_t> pixels;  ///< `width * height * 4` bytes.
 
   std::size_t rowBytes() const noexcept { return std::size_t{width} * 4; }

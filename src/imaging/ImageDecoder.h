@@ -21,9 +21,9 @@ inline constexpr std::uint64_t maximumDecodedImagePixels = 16'384ull * 16'384ull
 std::optional<ImageKind> imageKind(std::span<const std::byte> data) noexcept;
 
 /// The first image of `data`, as 8-bit RGBA: 16-bit samples rounded, grey and palettes expanded, orientation tags
-/// applied, half and float samples (linear) clamped to 0..1 and encoded to sRGB. Nothing where the data is no image of a
-/// known kind, is damaged so that it does not decode, or is over the limits. Never throws but for lack of memory; memory
-/// is set aside only after the header's claim has been checked against the limits and the size of the data.
+/// applied, half and float samples (linear) clamped to 0..1 and encoded to sRGB. Nothing where the data is no image of
+/// a known kind, is damaged so that it does not decode, or is over the limits. Never throws but for lack of memory;
+/// memory is set aside only after the header's claim has been checked against the limits and the size of the data.
 std::optional<Image> decodeImage(std::span<const std::byte> data);
 
 /// `decodeImage` of a file, which must be a regular file (a link is followed). Nothing where it cannot be read.
