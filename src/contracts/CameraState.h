@@ -1,0 +1,21 @@
+#pragma once
+
+#include "contracts/CodableVector3.h"
+
+namespace ornolith {
+
+/// Where a camera stands, how it is turned, what it looks at and how wide. Scene coordinates.
+struct CameraState {
+  CodableVector3 position;
+  CodableVector3 eulerAngles;  ///< Radians, in the convention of the scene graph's nodes.
+  CodableVector3 target;
+  double fieldOfView = 45.0;  ///< Vertical, degrees.
+
+  /// The keys are the field names, all required.
+  static CameraState fromJSON(const JSONElement& element);
+  JSONValue toJSON() const;
+
+  bool operator==(const CameraState&) const = default;
+};
+
+}  // namespace ornolith
