@@ -11,7 +11,7 @@ namespace system_error {
 struct Failed {
   std::string action;  ///< What could not be done, as it stands in the sentence: "read", "written", "created", ...
   std::string path;    ///< The item it was tried on.
-  int code = 0;        ///< `errno`.
+  int code = 0;        ///< `errno`, or `SystemError::notARegularFile`.
   bool operator==(const Failed&) const = default;
 };
 }  // namespace system_error
@@ -23,6 +23,10 @@ class SystemError final : public TypedError<SystemError, system_error::Failed> {
   using TypedError::TypedError;
   /// Takes `code` from an `errno` value.
   SystemError(std::string action, std::string path, int code);
+
+  /// A code of our own, beside those of `errno`: a FIFO, a socket or a device stands where a regular file is needed.
+  /// "The item '/tmp/pipe' could not be read: It is not a regular file."
+  static constexpr int notARegularFile = -1;
 
   int code() const noexcept;
   /// True exactly for the no-such-file conditions ENOENT and ENOTDIR.
