@@ -1,10 +1,9 @@
 #pragma once
 
 #include <array>
-#include <optional>
-#include <string_view>
 
 #include "foundation/LinearAlgebra.h"
+#include "foundation/RawValue.h"
 
 namespace ornolith {
 
@@ -16,34 +15,14 @@ inline constexpr std::array<CameraFitViewpoint, 6> allCameraFitViewpoints{
     CameraFitViewpoint::front, CameraFitViewpoint::back, CameraFitViewpoint::left,
     CameraFitViewpoint::right, CameraFitViewpoint::top,  CameraFitViewpoint::bottom};
 
-/// The text of a viewpoint in documents: the name of its case.
-constexpr std::string_view rawValue(CameraFitViewpoint viewpoint) noexcept {
-  switch (viewpoint) {
-    case CameraFitViewpoint::front:
-      return "front";
-    case CameraFitViewpoint::back:
-      return "back";
-    case CameraFitViewpoint::left:
-      return "left";
-    case CameraFitViewpoint::right:
-      return "right";
-    case CameraFitViewpoint::top:
-      return "top";
-    case CameraFitViewpoint::bottom:
-      return "bottom";
-  }
-  return {};
-}
-
-/// The viewpoint whose `rawValue` is exactly `text`, or nothing.
-constexpr std::optional<CameraFitViewpoint> cameraFitViewpointFromRawValue(std::string_view text) noexcept {
-  for (const CameraFitViewpoint viewpoint : allCameraFitViewpoints) {
-    if (rawValue(viewpoint) == text) {
-      return viewpoint;
-    }
-  }
-  return std::nullopt;
-}
+template <>
+inline constexpr auto rawValueTable<CameraFitViewpoint> =
+    std::to_array<RawValueEntry<CameraFitViewpoint>>({{CameraFitViewpoint::front, "front"},
+                                                      {CameraFitViewpoint::back, "back"},
+                                                      {CameraFitViewpoint::left, "left"},
+                                                      {CameraFitViewpoint::right, "right"},
+                                                      {CameraFitViewpoint::top, "top"},
+                                                      {CameraFitViewpoint::bottom, "bottom"}});
 
 /// The unit direction in world space from the model's centre to the camera.
 constexpr simd_float3 worldDirection(CameraFitViewpoint viewpoint) noexcept {
