@@ -18,7 +18,7 @@ std::string currentDirectory() {
   struct Free {
     void operator()(char* text) const { std::free(text); }
   };
-  const std::unique_ptr<char, Free> path(::get_current_dir_name());
+  const std::unique_ptr<char, Free> path(::getcwd(nullptr, 0));
   if (!path) throw SystemError("found", ".", errno);
   return path.get();
 }
