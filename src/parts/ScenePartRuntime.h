@@ -79,6 +79,7 @@ class LogicalPartTree {
   std::vector<Part> parts_;
   std::unordered_map<ChildKey, PathIndex, ChildKeyHash> pathsByChild_;
   std::unordered_map<const SCNNode*, PathIndex> pathsByNode_;
+  std::vector<SCNNode::Pointer> transparentNodes_;  ///< Held so that the addresses above stay theirs.
 };
 
 /// What a scene keeps of one model's parts. The tree never changes after the load.
