@@ -16,12 +16,17 @@
 
 namespace ornolith {
 
-// Reading. The reader is strict: UTF-8, one value, no trailing text, no lone surrogates, nesting up to a fixed depth,
-// and every number must be one that a double can hold. Of a repeated key the first counts.
+// Reading. The reader is strict: UTF-8 (a byte order mark in front is ignored), one value, no trailing text, no lone
+// surrogates, nesting up to a fixed depth, and every number must be one that a double can hold. Of a repeated key the
+// first counts.
+
+/// How deep lists and objects may be nested, in reading and in writing.
+inline constexpr std::size_t maximumJSONDepth = 512;
 
 namespace json_error {
 struct Malformed {
-  std::string description;  ///< One English sentence, with the place in the document where one is known.
+  std::string description;  ///< One English sentence.
+  std::string place{};      ///< What it is about: "poses[3].id", or "line 3, column 14"; empty for the whole document.
   bool operator==(const Malformed&) const = default;
 };
 }  // namespace json_error
