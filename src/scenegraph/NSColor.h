@@ -4,7 +4,8 @@
 
 namespace ornolith {
 
-/// A colour: sRGB-encoded red, green, blue and straight alpha, 0 to 1 by convention, as doubles. Extended values are kept.
+/// A colour: sRGB-encoded red, green, blue and straight alpha, 0 to 1 by convention, as doubles. Extended values are
+/// kept.
 struct NSColor {
   double red = 0;
   double green = 0;

@@ -11,7 +11,8 @@ namespace ornolith {
 // The keys of a node's metadata dictionary, `SCNNode::ornolithMetadata`: what a loader says of the node that a file
 // authored.
 
-/// Text: the raw value of the node's source identity, "fbx:" or "gltf:" and a decimal number. Without it a node has none.
+/// Text: the raw value of the node's source identity, "fbx:" or "gltf:" and a decimal number. Without it a node has
+/// none.
 inline constexpr std::string_view ornolithSourceNodeIDKey = "OrnolithSourceNodeID";
 /// Text: the authored name.
 inline constexpr std::string_view ornolithSourceNodeNameKey = "OrnolithSourceNodeName";
@@ -25,7 +26,8 @@ inline constexpr std::string_view ornolithIsNonAddressableNodeKey = "OrnolithIsN
 /// The text under `key`, or nothing for no value and for a value of another type.
 std::optional<std::string> metadataString(std::string_view key, const SCNNode& node);
 
-/// The flag under `key`: a boolean as it is, a number true where it is not zero; false for anything else and for no value.
+/// The flag under `key`: a boolean as it is, a number true where it is not zero; false for anything else and for no
+/// value.
 bool metadataBool(std::string_view key, const SCNNode& node);
 
 }  // namespace ornolith

@@ -11,8 +11,9 @@
 
 namespace ornolith {
 
-/// Vertex streams, elements over them, and a list of materials, shared by identity: its address is its key in maps for as
-/// long as the key's owner holds it. The material at slot i draws element i, and the list repeats where it is shorter.
+/// Vertex streams, elements over them, and a list of materials, shared by identity: its address is its key in maps for
+/// as long as the key's owner holds it. The material at slot i draws element i, and the list repeats where it is
+/// shorter.
 class SCNGeometry {
  public:
   using Sources = std::vector<std::shared_ptr<const SCNGeometrySource>>;

@@ -10,14 +10,14 @@ namespace ornolith {
 /// The platform's numbers.
 enum class SCNGeometryPrimitiveType : int { triangles = 0, triangleStrip = 1, line = 2, point = 3, polygon = 4 };
 
-/// A run of primitives as vertex indices. A polygon element's data holds first the corner count of each polygon, then all
-/// corners' indices. Without data the vertices are taken in order.
+/// A run of primitives as vertex indices. A polygon element's data holds first the corner count of each polygon, then
+/// all corners' indices. Without data the vertices are taken in order.
 class SCNGeometryElement {
  public:
   using Data = std::shared_ptr<const std::vector<std::byte>>;
 
-  /// Indices are unsigned integers of 1, 2 or 4 bytes in the machine's order. `primitiveCount` is kept as given; readers
-  /// go through `indexCount`, which never exceeds what `data` holds.
+  /// Indices are unsigned integers of 1, 2 or 4 bytes in the machine's order. `primitiveCount` is kept as given;
+  /// readers go through `indexCount`, which never exceeds what `data` holds.
   static std::shared_ptr<SCNGeometryElement> geometryElementWithData(Data data, SCNGeometryPrimitiveType primitiveType,
                                                                      std::size_t primitiveCount,
                                                                      std::size_t bytesPerIndex);
@@ -32,9 +32,9 @@ class SCNGeometryElement {
   std::uint32_t index(std::size_t position) const noexcept;
 
   // Point elements.
-  double pointSize = 1;                        ///< Units of the scene.
-  double minimumPointScreenSpaceRadius = 1;    ///< Pixels.
-  double maximumPointScreenSpaceRadius = 1;    ///< Pixels.
+  double pointSize = 1;                      ///< Units of the scene.
+  double minimumPointScreenSpaceRadius = 1;  ///< Pixels.
+  double maximumPointScreenSpaceRadius = 1;  ///< Pixels.
 
  private:
   SCNGeometryElement() = default;

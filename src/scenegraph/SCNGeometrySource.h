@@ -25,11 +25,9 @@ class SCNGeometrySource {
 
   /// Components are floats of 4 or 8 bytes, or unsigned normalised integers of 1 or 2 bytes where `floatComponents` is
   /// false. Vectors that do not lie wholly inside `data` are not counted: `vectorCount` is lowered to those that do.
-  static std::shared_ptr<const SCNGeometrySource> geometrySourceWithData(Data data, SCNGeometrySourceSemantic semantic,
-                                                                         std::size_t vectorCount, bool floatComponents,
-                                                                         std::size_t componentsPerVector,
-                                                                         std::size_t bytesPerComponent,
-                                                                         std::size_t dataOffset, std::size_t dataStride);
+  static std::shared_ptr<const SCNGeometrySource> geometrySourceWithData(
+      Data data, SCNGeometrySourceSemantic semantic, std::size_t vectorCount, bool floatComponents,
+      std::size_t componentsPerVector, std::size_t bytesPerComponent, std::size_t dataOffset, std::size_t dataStride);
   /// A vertex source of 32-bit floats.
   static std::shared_ptr<const SCNGeometrySource> geometrySourceWithVertices(std::span<const SCNVector3> vertices);
 
@@ -42,7 +40,8 @@ class SCNGeometrySource {
   std::size_t dataOffset() const noexcept { return dataOffset_; }
   std::size_t dataStride() const noexcept { return dataStride_; }
 
-  /// Component `component` of vector `index`, widened; 0 for a component that the source has not got. `index` is in range.
+  /// Component `component` of vector `index`, widened; 0 for a component that the source has not got. `index` is in
+  /// range.
   double component(std::size_t index, std::size_t component) const noexcept;
 
  private:

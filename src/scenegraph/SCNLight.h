@@ -10,8 +10,8 @@ enum class SCNLightType { ambient, directional, omni, spot };
 inline constexpr SCNLightType SCNLightTypeAmbient = SCNLightType::ambient;
 inline constexpr SCNLightType SCNLightTypeDirectional = SCNLightType::directional;
 
-/// A light, shared by identity. Only ambient and directional lights are drawn; a directional light shines along its node's
-/// negative z, and its position has no effect.
+/// A light, shared by identity. Only ambient and directional lights are drawn; a directional light shines along its
+/// node's negative z, and its position has no effect.
 struct SCNLight {
   static std::shared_ptr<SCNLight> light() { return std::make_shared<SCNLight>(); }
 

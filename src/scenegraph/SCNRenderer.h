@@ -10,8 +10,8 @@ namespace ornolith {
 
 enum class SCNAntialiasingMode { none };
 
-/// Draws a scene from a point of view: flattens both into a frame description and hands it to a device. A renderer keeps
-/// decoded textures and flattened geometries from frame to frame, by identity.
+/// Draws a scene from a point of view: flattens both into a frame description and hands it to a device. A renderer
+/// keeps decoded textures and flattened geometries from frame to frame, by identity.
 class SCNRenderer {
  public:
   static std::unique_ptr<SCNRenderer> rendererWithDevice(std::shared_ptr<device::RenderDevice> device);

@@ -8,8 +8,8 @@ namespace ornolith {
 using SCNVector3 = simd_double3;
 inline constexpr SCNVector3 SCNVector3Zero{};
 
-/// The platform's 4-by-4 matrix in row-vector form: one basis vector a row, the translation in (m41, m42, m43). In memory
-/// it is the same as the column-major matrix for column vectors, `Matrix4`.
+/// The platform's 4-by-4 matrix in row-vector form: one basis vector a row, the translation in (m41, m42, m43). In
+/// memory it is the same as the column-major matrix for column vectors, `Matrix4`.
 using SCNMatrix4 = simd_double4x4;
 
 struct CGPoint {
