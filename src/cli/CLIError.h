@@ -14,8 +14,8 @@ struct Message {
 };
 }  // namespace cli_error
 
-/// A fault of the command line or of a file that it names. Arguments stand in the text byte for byte as they were typed,
-/// also where they are not UTF-8.
+/// A fault of the command line or of a file that it names. Arguments stand in the text byte for byte as they were
+/// typed, also where they are not UTF-8.
 class CLIError final : public TypedError<CLIError, cli_error::Message> {
  public:
   explicit CLIError(std::string text) : TypedError(cli_error::Message{std::move(text)}) {}

@@ -20,10 +20,10 @@ struct RenderCLIOptions {
   std::optional<FileURL> outputURL;
   std::optional<FileURL> outputDirectoryURL;
   bool listsParts = false;
-  std::int64_t width = 1024;       ///< Pixels, positive.
-  std::int64_t height = 1024;      ///< Pixels, positive.
-  std::int64_t tileWidth = 512;    ///< Pixels, positive.
-  std::int64_t tileHeight = 512;   ///< Pixels, positive.
+  std::int64_t width = 1024;      ///< Pixels, positive.
+  std::int64_t height = 1024;     ///< Pixels, positive.
+  std::int64_t tileWidth = 512;   ///< Pixels, positive.
+  std::int64_t tileHeight = 512;  ///< Pixels, positive.
   bool usesExplicitTileWidth = false;
   bool usesExplicitTileHeight = false;
   ModelRenderLayout layout = ModelRenderLayout::single;
@@ -41,9 +41,9 @@ struct RenderCLIOptions {
   bool showsPivot = false;
   bool showsRigging = false;
 
-  /// The render job that these options ask for. Checks them against each other and against the file system, and loads the
-  /// documents that they name; the first failure, in a fixed order, is thrown as a `CLIError` (or as the error of the pose
-  /// contract for a bad rotation).
+  /// The render job that these options ask for. Checks them against each other and against the file system, and loads
+  /// the documents that they name; the first failure, in a fixed order, is thrown as a `CLIError` (or as the error of
+  /// the pose contract for a bad rotation).
   ModelRenderRequest renderRequest() const;
 
   /// The poses of `--pose-file`, or the one pose of `--rotate-part`, or nothing.

@@ -2,10 +2,12 @@
 
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <optional>
 #include <vector>
 
 #include "foundation/NumberText.h"
+#include "foundation/Text.h"
 
 namespace ornolith {
 
@@ -61,15 +63,17 @@ constexpr std::array<Option, 21> optionTable{{
      }},
     {"--layout", 1, nullptr, renderOnly,
      [](RenderCLIOptions& o, Values v) {
-       o.layout = named(modelRenderLayout(v[0]), v[0], "layout", "single, contact-4, or contact-6");
+       o.layout = named(fromRawValue<ModelRenderLayout>(v[0]), v[0], "layout", "single, contact-4, or contact-6");
      }},
     {"--contact-arrangement", 1, nullptr, renderOnly,
      [](RenderCLIOptions& o, Values v) {
-       o.contactArrangement = named(contactSheetArrangement(v[0]), v[0], "contact-arrangement", "grid or strip");
+       o.contactArrangement =
+           named(fromRawValue<ContactSheetArrangement>(v[0]), v[0], "contact-arrangement", "grid or strip");
      }},
     {"--surface", 1, nullptr, renderOnly,
      [](RenderCLIOptions& o, Values v) {
-       o.surfaceMode = named(surfaceMode(v[0]), v[0], "surface", "textured, untextured, transparent, or mesh");
+       o.surfaceMode =
+           named(fromRawValue<SurfaceMode>(v[0]), v[0], "surface", "textured, untextured, transparent, or mesh");
      }},
     {"--background", 1, nullptr, renderOnly,
      [](RenderCLIOptions& o, Values v) { o.background = RenderCLIParser::background(v[0]); }},
@@ -121,24 +125,13 @@ void takeModelPath(RenderCLIOptions& options, const std::string& argument) {
   options.inputURL = FileURL(argument);
 }
 
-/// The pieces of `text` between commas, empty ones included.
-std::vector<std::string_view> piecesBetweenCommas(std::string_view text) {
-  std::vector<std::string_view> pieces;
-  for (std::size_t start = 0;;) {
-    const std::size_t comma = text.find(',', start);
-    pieces.push_back(text.substr(start, comma - start));
-    if (comma == std::string_view::npos) return pieces;
-    start = comma + 1;
-  }
-}
-
 void validateRotations(const RenderCLIOptions& options) {
   if (options.rotations.empty()) return;
   if (options.poseFileURL) throw CLIError("--pose-file cannot be combined with --rotate-part.");
-  if (options.rotations.size() > ExplicitPoseDocument::maximumRotationsPerPose) {
+  if (std::ssize(options.rotations) > ExplicitPoseDocument::maximumRotationCount) {
     throw CLIError("A command-line pose may contain at most 256 --rotate-part entries.");
   }
-  commandLinePoseDocument(options.rotations).validate(std::nullopt);
+  commandLinePoseDocument(options.rotations).validate();
 }
 
 }  // namespace
@@ -163,7 +156,7 @@ RenderCLIOptions RenderCLIParser::parse(std::span<const std::string> arguments) 
 }
 
 std::int64_t RenderCLIParser::positiveInteger(std::string_view text, std::string_view name) {
-  const std::optional<std::int64_t> value = parseSignedInteger(text);
+  const std::optional<std::int64_t> value = parseInt64(text);
   if (!value || *value <= 0) {
     throw CLIError("Invalid " + std::string(name) + " '" + std::string(text) + "'. Use a positive integer.");
   }
@@ -172,11 +165,10 @@ std::int64_t RenderCLIParser::positiveInteger(std::string_view text, std::string
 
 RenderBackground RenderCLIParser::background(std::string_view text) {
   if (text == "transparent") return RenderBackground::transparent();
-  // Only ASCII reads as a number, so the count of bytes is the count of characters wherever the rest can pass.
-  if (text.size() == 7 && text.front() == '#') {
-    if (const std::optional<std::uint64_t> number = parseUnsignedInteger(text.substr(1), 16)) {
+  if (characterCount(text) == 7 && text.front() == '#') {
+    if (const std::optional<std::uint32_t> number = parseUInt32(text.substr(1), 16)) {
       const auto channel = [&](unsigned shift) { return static_cast<double>((*number >> shift) & 255U) / 255.0; };
-      return RenderBackground::color({channel(16), channel(8), channel(0), 1.0});
+      return {.color = RenderRGBAColor{channel(16), channel(8), channel(0), 1.0}};
     }
   }
   throw CLIError("Invalid background '" + std::string(text) + "'. Use transparent or #RRGGBB.");
@@ -184,7 +176,7 @@ RenderBackground RenderCLIParser::background(std::string_view text) {
 
 simd_double3 RenderCLIParser::vector(std::string_view text, std::string_view name) {
   const CLIError invalid("Invalid " + std::string(name) + " '" + std::string(text) + "'. Use x,y,z.");
-  const std::vector<std::string_view> pieces = piecesBetweenCommas(text);
+  const std::vector<std::string_view> pieces = splitting(text, ',');
   if (pieces.size() != 3) throw invalid;
   simd_double3 result;
   for (std::size_t axis = 0; axis < 3; ++axis) {

@@ -2,7 +2,8 @@
 
 namespace ornolith {
 
-constexpr std::string_view usage = R"(usage: ornolith-render <model> (--output <render.png> | --output-directory <path> | --list-parts) [options]
+constexpr std::string_view usage =
+    R"(usage: ornolith-render <model> (--output <render.png> | --output-directory <path> | --list-parts) [options]
 
 Inputs: FBX, OBJ, DAE, SCN, USD, USDA, USDC, USDZ, glTF, GLB, STL, and PLY.
 

@@ -14,30 +14,30 @@ constexpr double defaultFieldOfView = 45.0;  // degrees
 
 double fieldOfViewInUse(const SceneController& controller, std::optional<double> fieldOfView) {
   if (fieldOfView) return *fieldOfView;
-  const auto& camera = controller.cameraNode->camera;
+  const auto& camera = controller.cameraNode()->camera;
   return camera ? camera->fieldOfView : defaultFieldOfView;
 }
 
-simd_double3 sizeOf(const ModelRenderBounds& bounds) { return vectorCast<double>(bounds.maximum - bounds.minimum); }
+simd_double3 sizeOf(const ModelRenderBounds& bounds) {
+  return vectorCast<double>(bounds.maximum - bounds.minimum);
+}
 
 CodableVector3 narrowed(simd_double3 v) {
-  return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
+  return CodableVector3::from(vectorCast<float>(v));
 }
 
-simd_float3 vectorOf(const CodableVector3& v) { return {v.x, v.y, v.z}; }
-
-CameraState cameraState(const SCNNode& placed, simd_double3 target, double fieldOfView) {
-  return {.position = narrowed(placed.position()),
-          .eulerAngles = narrowed(placed.eulerAngles()),
-          .target = narrowed(target),
-          .fieldOfView = fieldOfView};
+simd_double3 widened(const CodableVector3& v) {
+  return vectorCast<double>(v.simd());
 }
 
-/// Turns `node` toward `target`; leaves it as it is where no orientation does that.
-void orient(SCNNode& node, simd_double3 target, simd_float3 up) {
-  const auto orientation = CameraOrientationSolver::orientation(
-      vectorCast<float>(node.position()), vectorCast<float>(target), up, cameraOrientationEpsilon);
-  if (orientation) node.setSimdOrientation(*orientation);
+/// The Euler angles of a camera at `position` that looks at `target`; nothing where no orientation does that.
+std::optional<CodableVector3> anglesToward(simd_double3 position, simd_double3 target, simd_float3 up) {
+  const auto orientation = CameraOrientationSolver::orientation(vectorCast<float>(position), vectorCast<float>(target),
+                                                                up, cameraOrientationEpsilon);
+  if (!orientation) return std::nullopt;
+  const auto scratch = SCNNode::node();
+  scratch->setSimdOrientation(*orientation);
+  return narrowed(scratch->eulerAngles());
 }
 
 }  // namespace
@@ -70,14 +70,17 @@ CameraFitExtent cameraFitExtent(simd_double3 size, CameraFitViewpoint viewpoint)
 CameraState frontCameraState(const ModelRenderBounds& bounds, double aspectRatio, double padding, double fieldOfView) {
   const simd_double3 center = vectorCast<double>(bounds.center());
   const simd_double3 size = sizeOf(bounds);
-  const double distance = cameraFitDistance({.width = size.x, .height = size.y, .depth = size.z}, aspectRatio,
-                                            fieldOfView, padding);
+  const double distance =
+      cameraFitDistance({.width = size.x, .height = size.y, .depth = size.z}, aspectRatio, fieldOfView, padding);
   const double lift = 0.35 * std::max(size.y, 0.08 * std::max(size.x, size.z));
 
   const auto scratch = SCNNode::node();
   scratch->setPosition({center.x, center.y + lift, center.z + distance});
   scratch->lookAt(center);
-  return cameraState(*scratch, center, fieldOfView);
+  return {.position = narrowed(scratch->position()),
+          .eulerAngles = narrowed(scratch->eulerAngles()),
+          .target = narrowed(center),
+          .fieldOfView = fieldOfView};
 }
 
 CameraState viewpointCameraState(const ModelRenderBounds& bounds, CameraFitViewpoint viewpoint, double aspectRatio,
@@ -86,10 +89,11 @@ CameraState viewpointCameraState(const ModelRenderBounds& bounds, CameraFitViewp
   const double distance =
       cameraFitDistance(cameraFitExtent(sizeOf(bounds), viewpoint), aspectRatio, fieldOfView, padding);
 
-  const auto scratch = SCNNode::node();
-  scratch->setPosition(center + vectorCast<double>(worldDirection(viewpoint)) * distance);
-  orient(*scratch, center, preferredUp(viewpoint));
-  return cameraState(*scratch, center, fieldOfView);
+  const simd_double3 position = center + vectorCast<double>(worldDirection(viewpoint)) * distance;
+  return {.position = narrowed(position),
+          .eulerAngles = anglesToward(position, center, preferredUp(viewpoint)).value_or(CodableVector3{}),
+          .target = narrowed(center),
+          .fieldOfView = fieldOfView};
 }
 
 CameraState fittedCameraState(const SceneController& controller, double aspectRatio, double padding,
@@ -118,14 +122,12 @@ void applyCameraOverride(SceneController& controller, const ModelRenderRequest& 
   if (!request.cameraPosition && !request.cameraTarget && !request.fieldOfView) return;
 
   const CameraState state = controller.currentCameraState();
-  const simd_double3 position = request.cameraPosition.value_or(vectorCast<double>(vectorOf(state.position)));
-  const simd_double3 target = request.cameraTarget.value_or(vectorCast<double>(vectorOf(state.target)));
-
-  const auto scratch = SCNNode::node();
-  scratch->setPosition(position);
-  scratch->setEulerAngles(vectorCast<double>(vectorOf(state.eulerAngles)));
-  orient(*scratch, target, {0, 1, 0});
-  controller.applyCameraState(cameraState(*scratch, target, request.fieldOfView.value_or(state.fieldOfView)));
+  const simd_double3 position = request.cameraPosition.value_or(widened(state.position));
+  const simd_double3 target = request.cameraTarget.value_or(widened(state.target));
+  controller.applyCameraState({.position = narrowed(position),
+                               .eulerAngles = anglesToward(position, target, {0, 1, 0}).value_or(state.eulerAngles),
+                               .target = narrowed(target),
+                               .fieldOfView = request.fieldOfView.value_or(state.fieldOfView)});
 }
 
 }  // namespace ornolith

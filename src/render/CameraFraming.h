@@ -7,12 +7,13 @@
 #include "render/ModelRenderRequest.h"
 #include "scene/SceneController.h"
 #include "viewport/CameraFitViewpoint.h"
+#include "viewport/ModelRenderBounds.h"
 
 namespace ornolith {
 
 // Places the camera without a person looking. Positions, sizes and distances are in world space, in units of the scene;
-// angles of view are vertical, in degrees; an aspect ratio is width over height. The arithmetic is in doubles but for the
-// box itself, the orientation and the resulting `CameraState`, whose vectors are 32-bit floats.
+// angles of view are vertical, in degrees; an aspect ratio is width over height. The arithmetic is in doubles but for
+// the box itself, the orientation and the resulting `CameraState`, whose vectors are 32-bit floats.
 
 /// How much room every fit leaves: the distance is this many times the one at which the box touches the image's edge.
 inline constexpr double cameraFitPadding = 1.22;
@@ -24,8 +25,8 @@ struct CameraFitExtent {
   double depth = 0;  ///< Along the view.
 };
 
-/// How far in front of the centre of a box of `extent` the camera stands so that the box fits into the image: at least 0.25.
-/// Width and height count as 0.1 or more, the aspect ratio as 0.1 or more; a third of the depth is added.
+/// How far in front of the centre of a box of `extent` the camera stands so that the box fits into the image: at least
+/// 0.25. Width and height count as 0.1 or more, the aspect ratio as 0.1 or more; a third of the depth is added.
 double cameraFitDistance(const CameraFitExtent& extent, double aspectRatio, double fieldOfView, double padding);
 
 /// The extent of a box of `size` seen from `viewpoint`.
@@ -46,14 +47,14 @@ CameraState fittedCameraState(const SceneController& controller, double aspectRa
 CameraState fittedCameraState(const SceneController& controller, CameraFitViewpoint viewpoint, double aspectRatio,
                               double padding, std::optional<double> fieldOfView);
 
-/// The camera for a cell of a page, `frame` in pixels, that shows `bounds`: `frontCameraState` where the layout is single,
-/// else `viewpointCameraState`.
+/// The camera for a cell of a page, `frame` in pixels, that shows `bounds`: `frontCameraState` where the layout is
+/// single, else `viewpointCameraState`.
 CameraState fittedPoseCameraState(const SceneController& controller, const ModelRenderBounds& bounds,
                                   const RenderPixelRect& frame, CameraFitViewpoint viewpoint, ModelRenderLayout layout,
                                   std::optional<double> fieldOfView);
 
-/// Merges the request's camera position, target and field of view with the controller's camera, which looks at the target
-/// afterwards. Does nothing where the request has none of the three. Where position and target are the same the
+/// Merges the request's camera position, target and field of view with the controller's camera, which looks at the
+/// target afterwards. Does nothing where the request has none of the three. Where position and target are the same the
 /// orientation stays as it was.
 void applyCameraOverride(SceneController& controller, const ModelRenderRequest& request);
 

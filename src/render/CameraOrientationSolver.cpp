@@ -33,8 +33,8 @@ std::optional<simd_float3> rightOfView(simd_float3 z, simd_float3 preferredUp, f
   return normalized(cross(axisFarthestFrom(z), z), epsilon);
 }
 
-/// The quaternion of the rotation whose matrix has the columns `x`, `y`, `z` (Shepperd, "Quaternion from Rotation Matrix",
-/// 1978: the largest of the four components is found first, so that nothing small is divided by).
+/// The quaternion of the rotation whose matrix has the columns `x`, `y`, `z` (Shepperd, "Quaternion from Rotation
+/// Matrix", 1978: the largest of the four components is found first, so that nothing small is divided by).
 simd_quatf quaternionFromFrame(simd_float3 x, simd_float3 y, simd_float3 z) {
   const float trace = x.x + y.y + z.z;
   if (trace >= 0.0F) {

@@ -74,10 +74,9 @@ struct ContactSheet {
 }  // namespace render_road_error
 
 /// The request is in order but asks for a kind of output that this version of the program does not make.
-class RenderRoadError final
-    : public TypedError<RenderRoadError, render_road_error::PartsInventory, render_road_error::PivotOverlay,
-                        render_road_error::RiggingOverlay, render_road_error::ExplicitPoses,
-                        render_road_error::ContactSheet> {
+class RenderRoadError final : public TypedError<RenderRoadError, render_road_error::PartsInventory,
+                                                render_road_error::PivotOverlay, render_road_error::RiggingOverlay,
+                                                render_road_error::ExplicitPoses, render_road_error::ContactSheet> {
  public:
   using TypedError::TypedError;
   static std::string describe(const render_road_error::PartsInventory& error);

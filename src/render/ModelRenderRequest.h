@@ -30,8 +30,8 @@ struct PartsList {
 };
 }  // namespace model_render_destination
 
-using ModelRenderDestination =
-    std::variant<model_render_destination::Png, model_render_destination::Directory, model_render_destination::PartsList>;
+using ModelRenderDestination = std::variant<model_render_destination::Png, model_render_destination::Directory,
+                                            model_render_destination::PartsList>;
 
 /// One complete render job.
 struct ModelRenderRequest {
