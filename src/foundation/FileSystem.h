@@ -31,6 +31,8 @@ class FileDescriptor {
 
   int get() const noexcept { return descriptor_; }
   explicit operator bool() const noexcept { return descriptor_ >= 0; }
+  /// Gives the descriptor away without closing it.
+  int release() noexcept { return std::exchange(descriptor_, -1); }
   /// Closes; a failure to close is ignored.
   void close() noexcept;
 
@@ -69,7 +71,8 @@ FileDescriptor openFileForReading(const FileURL& url, FinalLink finalLink = Fina
 
 using FileBytes = std::vector<std::byte>;
 
-/// The whole contents of a regular file, but no more than `maximumByteCount` bytes of it. Throws `SystemError` ("read").
+/// The whole contents of a regular file, but no more than `maximumByteCount` bytes of it. Throws `SystemError`
+/// ("read").
 FileBytes readFile(const FileURL& url, std::size_t maximumByteCount = std::numeric_limits<std::size_t>::max(),
                    FinalLink finalLink = FinalLink::follow);
 
@@ -77,8 +80,8 @@ FileBytes readFile(const FileURL& url, std::size_t maximumByteCount = std::numer
 /// already is fine. Throws `SystemError` ("created").
 void createDirectory(const FileURL& url);
 
-/// Removes the item and, where it is a folder, all that is in it. Links are removed, never followed, and the depth of the
-/// tree costs neither stack nor descriptors. An item that is not there is fine. Throws `SystemError` ("removed").
+/// Removes the item and, where it is a folder, all that is in it. Links are removed, never followed, and the depth of
+/// the tree costs neither stack nor descriptors. An item that is not there is fine. Throws `SystemError` ("removed").
 void removeItem(const FileURL& url);
 
 /// Writes all bytes; throws `SystemError` ("written") with `pathForMessages`.

@@ -1,5 +1,7 @@
 #include "foundation/FileURL.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
@@ -7,8 +9,6 @@
 
 #include "foundation/SystemError.h"
 #include "foundation/Text.h"
-
-#include <unistd.h>
 
 namespace ornolith {
 
@@ -81,7 +81,9 @@ std::string FileURL::pathExtension() const {
   return dot == std::string::npos ? std::string() : component.substr(dot + 1);
 }
 
-std::string FileURL::lowercasedPathExtension() const { return lowercased(pathExtension()); }
+std::string FileURL::lowercasedPathExtension() const {
+  return lowercased(pathExtension());
+}
 
 std::string FileURL::lastPathComponentWithoutExtension() const {
   const std::string component = lastPathComponent();

@@ -38,9 +38,9 @@ class SHA256 {
   std::unique_ptr<State> state_;
 };
 
-/// The SHA-256 of a file's contents as 64 lower-case hexadecimal digits. A link is followed; anything but a regular file
-/// is refused. Reads pieces of 1 MiB into one buffer, and looks at `cancellation` before each. Throws `SystemError`,
-/// `CancellationError`.
+/// The SHA-256 of a file's contents as 64 lower-case hexadecimal digits. A link is followed; anything but a regular
+/// file is refused. Reads pieces of 1 MiB into one buffer, and looks at `cancellation` before each. Throws
+/// `SystemError`, `CancellationError`.
 std::string sha256(const FileURL& url, const CancellationToken& cancellation = {});
 
 }  // namespace ornolith

@@ -19,9 +19,13 @@ std::string reason(int code) {
 SystemError::SystemError(std::string action, std::string path, int code)
     : SystemError(Case(system_error::Failed{std::move(action), std::move(path), code})) {}
 
-int SystemError::code() const noexcept { return getIf<system_error::Failed>()->code; }
+int SystemError::code() const noexcept {
+  return getIf<system_error::Failed>()->code;
+}
 
-bool SystemError::isMissingFile() const noexcept { return code() == ENOENT || code() == ENOTDIR; }
+bool SystemError::isMissingFile() const noexcept {
+  return code() == ENOENT || code() == ENOTDIR;
+}
 
 std::string SystemError::describe(const system_error::Failed& failed) {
   return "The item '" + failed.path + "' could not be " + failed.action + ": " + reason(failed.code) + ".";

@@ -11,16 +11,16 @@ namespace ornolith {
 
 // What a run puts on disk for a while only, and how it disappears.
 //
-// Everything that must not outlive the run is created through this header, which knows each such item from the moment it
-// exists. An item leaves when its owner goes, and when SIGINT, SIGTERM or SIGHUP ends the process, whatever the other
-// threads are doing then.
+// Everything that must not outlive the run is created through this header, which knows each such item from the moment
+// it exists. An item leaves when its owner goes, and when SIGINT, SIGTERM or SIGHUP ends the process, whatever the
+// other threads are doing then.
 //
 // The register behind it is the one piece of process-wide state of the program, because what it answers to is
 // process-wide too: a signal ends the process, all of its threads and all of its runs at once.
 
 /// Held for the moment in which something comes to be on disk. When an interrupt's clean-up has begun, no permit is
-/// given any more: the caller sleeps until the process ends, so that nothing appears behind the clean-up's back. Hold it
-/// around the creating system call alone; it is not recursive.
+/// given any more: the caller sleeps until the process ends, so that nothing appears behind the clean-up's back. Hold
+/// it around the creating system call alone; it is not recursive.
 class CreationPermit {
  public:
   CreationPermit();
@@ -54,8 +54,8 @@ class TemporaryItem {
   void remove() noexcept;
 
   enum class Existing { replace, refuse };
-  /// Renames the item to `destination` in one step; it is temporary no longer. Throws `SystemError` (`action`), `EEXIST`
-  /// where something stands there and is not to be replaced; the item then stays temporary.
+  /// Renames the item to `destination` in one step; it is temporary no longer. Throws `SystemError` (`action`),
+  /// `EEXIST` where something stands there and is not to be replaced; the item then stays temporary.
   void moveTo(const FileURL& destination, Existing existing, const char* action = "written");
 
  private:
@@ -63,9 +63,9 @@ class TemporaryItem {
   FileURL url_;
 };
 
-/// While this object lives, SIGINT, SIGTERM and SIGHUP end the process with status 1 after all temporary items have been
-/// removed. Signals that were ignored when the process started stay ignored (nohup). SIGPIPE is ignored: a closed pipe is
-/// then a failed write like any other and takes the ordinary way out.
+/// While this object lives, SIGINT, SIGTERM and SIGHUP end the process with status 1 after all temporary items have
+/// been removed. Signals that were ignored when the process started stay ignored (nohup). SIGPIPE is ignored: a closed
+/// pipe is then a failed write like any other and takes the ordinary way out.
 ///
 /// `main` makes one before any other thread starts, since threads inherit the blocked signals, and keeps it to the end.
 class TerminationCleanup {

@@ -48,11 +48,11 @@ struct ImportDirectoryUnavailable {
 
 /// A failure of the import itself; those of the operating system and of the JSON reader keep their own types.
 class ModelImportError final
-    : public TypedError<ModelImportError, model_import_error::UnsupportedFile, model_import_error::ImportFolderUnreadable,
-                        model_import_error::UnsafeResourcePath, model_import_error::SymbolicLinkNotAllowed,
-                        model_import_error::InvalidGLTFManifest, model_import_error::InvalidArticulationReport,
-                        model_import_error::ArticulationReportTooLarge, model_import_error::MissingModelFile,
-                        model_import_error::ImportDirectoryUnavailable> {
+    : public TypedError<ModelImportError, model_import_error::UnsupportedFile,
+                        model_import_error::ImportFolderUnreadable, model_import_error::UnsafeResourcePath,
+                        model_import_error::SymbolicLinkNotAllowed, model_import_error::InvalidGLTFManifest,
+                        model_import_error::InvalidArticulationReport, model_import_error::ArticulationReportTooLarge,
+                        model_import_error::MissingModelFile, model_import_error::ImportDirectoryUnavailable> {
  public:
   using TypedError::TypedError;
   static std::string describe(const model_import_error::UnsupportedFile& error);

@@ -17,9 +17,9 @@ namespace ornolith {
 /// Brings a model, and the resources that may be read with it, into a private folder, the import root. Loaders read the
 /// import root alone, so a model cannot reach a file that the import did not vet.
 ///
-/// A fault in the model, or in a file or folder that the caller named, ends an import with an error. A fault in something
-/// found by looking around becomes a `ModelLoadDiagnostic`. No link is followed at any level, but those in the paths that
-/// the caller gave. Only regular files are copied. Nothing is kept between calls.
+/// A fault in the model, or in a file or folder that the caller named, ends an import with an error. A fault in
+/// something found by looking around becomes a `ModelLoadDiagnostic`. No link is followed at any level, but those in
+/// the paths that the caller gave. Only regular files are copied. Nothing is kept between calls.
 class ModelImportService {
  public:
   struct Configuration {
@@ -47,11 +47,11 @@ class ModelImportService {
 
   const Configuration& configuration() const noexcept { return configuration_; }
 
-  /// Stages `sources`, the model (the first that has a model's extension) and whatever was selected with it, and then the
-  /// resources near the model and in `additionalAssetDirectories`. Creates `importRoot` (mode 0700) with its parents; it
-  /// belongs to the caller, also when this throws. `allowsDiscoveredArticulationReport` is false where several selected
-  /// models share a base name, so that a report found by name would be ambiguous.
-  /// Throws `ModelImportError`, `SystemError`, `JSONError`.
+  /// Stages `sources`, the model (the first that has a model's extension) and whatever was selected with it, and then
+  /// the resources near the model and in `additionalAssetDirectories`. Creates `importRoot` (mode 0700) with its
+  /// parents; it belongs to the caller, also when this throws. `allowsDiscoveredArticulationReport` is false where
+  /// several selected models share a base name, so that a report found by name would be ambiguous. Throws
+  /// `ModelImportError`, `SystemError`, `JSONError`.
   ImportedModel importModel(const std::vector<FileURL>& sources, const FileURL& importRoot,
                             const std::vector<FileURL>& additionalAssetDirectories,
                             bool allowsDiscoveredArticulationReport = true) const;

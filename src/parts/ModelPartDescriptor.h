@@ -14,10 +14,10 @@ namespace ornolith {
 /// destroying and everything declared here works without recursion.
 struct ModelPartDescriptor {
   ModelNodeSourceID sourceID;
-  ModelNodePath path;             ///< Ends in this node's own component.
-  std::string name;               ///< The authored name; equal to the last component's `originalName`.
-  bool hasGeometry = false;       ///< The node owns geometry.
-  bool isAuthoredHidden = false;  ///< The scene node was hidden when it was loaded.
+  ModelNodePath path;                         ///< Ends in this node's own component.
+  std::string name;                           ///< The authored name; equal to the last component's `originalName`.
+  bool hasGeometry = false;                   ///< The node owns geometry.
+  bool isAuthoredHidden = false;              ///< The scene node was hidden when it was loaded.
   std::vector<ModelPartDescriptor> children;  ///< The identified children, in child order.
 
   ModelPartDescriptor() = default;

@@ -9,8 +9,8 @@
 
 namespace ornolith {
 
-/// What a person has done to the parts of a model. A plain value, saved with a document and given back at the next load,
-/// which drops from it what no longer exists.
+/// What a person has done to the parts of a model. A plain value, saved with a document and given back at the next
+/// load, which drops from it what no longer exists.
 struct PartPresentationState {
   std::optional<ModelNodePath> selectedPartPath;
   std::vector<ModelNodePath> hiddenPartPaths;  ///< Hidden by the person, sorted, no repeats.
@@ -27,8 +27,9 @@ struct PartPresentationState {
   bool operator==(const PartPresentationState&) const = default;
 };
 
-/// An angle brought into -180 to 180 degrees, both included, in 32-bit arithmetic: the remainder by 360 with the sign of
-/// the angle, a turn less above 180, a turn more below -180. An angle that is not finite is 0, and 0 is never negative.
+/// An angle brought into -180 to 180 degrees, both included, in 32-bit arithmetic: the remainder by 360 with the sign
+/// of the angle, a turn less above 180, a turn more below -180. An angle that is not finite is 0, and 0 is never
+/// negative.
 float normalizedArticulationAngleDegrees(float degrees) noexcept;
 
 }  // namespace ornolith

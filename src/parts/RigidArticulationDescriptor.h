@@ -11,8 +11,8 @@
 
 namespace ornolith {
 
-/// A model's one hinge, by node names: a pivot node that turns about its local Y axis and carries the moving parts, while
-/// the fixed parts stay with the root. It can be stored with a document.
+/// A model's one hinge, by node names: a pivot node that turns about its local Y axis and carries the moving parts,
+/// while the fixed parts stay with the root. It can be stored with a document.
 struct RigidArticulationDescriptor {
   static constexpr std::int64_t currentSchemaVersion = 1;
 
@@ -27,8 +27,8 @@ struct RigidArticulationDescriptor {
   RigidArticulationValidation validation;
   std::string fingerprint;  ///< 64 lower-case hexadecimal digits; see `computedFingerprint`.
 
-  /// Brings the values into their normal form (hash in lower case, name lists sorted and without repeats, the pivot part
-  /// among the moving parts) and computes the fingerprint.
+  /// Brings the values into their normal form (hash in lower case, name lists sorted and without repeats, the pivot
+  /// part among the moving parts) and computes the fingerprint.
   static RigidArticulationDescriptor make(std::string modelSHA256, std::string rootNodeName, std::string pivotNodeName,
                                           std::vector<std::string> fixedPartNodeNames,
                                           std::optional<std::string> pivotPartNodeName,

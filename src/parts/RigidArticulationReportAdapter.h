@@ -45,16 +45,13 @@ struct VerificationFailed {
 
 /// Why a producer's articulation report is not believed.
 class RigidArticulationReportError final
-    : public TypedError<RigidArticulationReportError, rigid_articulation_report_error::InvalidPayload,
-                        rigid_articulation_report_error::UnsupportedSchema,
-                        rigid_articulation_report_error::UnsuccessfulStatus,
-                        rigid_articulation_report_error::InvalidModelSHA256,
-                        rigid_articulation_report_error::InvalidAssignment,
-                        rigid_articulation_report_error::DuplicateName,
-                        rigid_articulation_report_error::UnsupportedAxis,
-                        rigid_articulation_report_error::InvalidHierarchy,
-                        rigid_articulation_report_error::ArmaturePresent,
-                        rigid_articulation_report_error::VerificationFailed> {
+    : public TypedError<
+          RigidArticulationReportError, rigid_articulation_report_error::InvalidPayload,
+          rigid_articulation_report_error::UnsupportedSchema, rigid_articulation_report_error::UnsuccessfulStatus,
+          rigid_articulation_report_error::InvalidModelSHA256, rigid_articulation_report_error::InvalidAssignment,
+          rigid_articulation_report_error::DuplicateName, rigid_articulation_report_error::UnsupportedAxis,
+          rigid_articulation_report_error::InvalidHierarchy, rigid_articulation_report_error::ArmaturePresent,
+          rigid_articulation_report_error::VerificationFailed> {
  public:
   using TypedError::TypedError;
   static std::string describe(const rigid_articulation_report_error::InvalidPayload&);

@@ -41,7 +41,9 @@ constexpr std::optional<ModelFormat> modelFormat(std::string_view rawValueText) 
 }
 
 /// The raw value, which is the extension of the format's files; it is the format's identity in lists too.
-constexpr std::string_view fileExtension(ModelFormat format) noexcept { return rawValue(format); }
+constexpr std::string_view fileExtension(ModelFormat format) noexcept {
+  return rawValue(format);
+}
 
 /// "FBX, OBJ, DAE, SCN, USD, USDA, USDC, USDZ, GLTF, GLB, STL, PLY".
 std::string supportedFileListDescription();
