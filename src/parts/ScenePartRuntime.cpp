@@ -18,7 +18,8 @@ std::optional<ModelNodeSourceID> partIdentity(const SCNNode& node) {
 }
 
 std::string partName(const SCNNode& node, const ModelNodeSourceID& identity) {
-  if (std::optional<std::string> authored = metadataString(ornolithSourceNodeNameKey, node)) return *std::move(authored);
+  if (std::optional<std::string> authored = metadataString(ornolithSourceNodeNameKey, node))
+    return *std::move(authored);
   return node.name().value_or(identity.rawValue);
 }
 
@@ -89,8 +90,8 @@ struct LogicalPartTree::Builder {
     if (step.node->geometry) tree.parts_[step.parentPart].hasGeometry = true;
   }
 
-  /// Fixes where each part's subtree ends. A part whose identity is the empty text does not keep its geometry to itself:
-  /// the part above owns it as well.
+  /// Fixes where each part's subtree ends. A part whose identity is the empty text does not keep its geometry to
+  /// itself: the part above owns it as well.
   void completeSubtrees() {
     for (std::size_t index = tree.parts_.size(); index-- > 0;) {
       Part& part = tree.parts_[index];
@@ -222,7 +223,8 @@ void applyPartVisibility(const ScenePartRuntime& runtime) {
            above = paths[above].parent) {
         staysInView[above] = true;
       }
-      for (std::size_t index = 0; index < paths.size(); ++index) isHidden[index] = isHidden[index] || !staysInView[index];
+      for (std::size_t index = 0; index < paths.size(); ++index)
+        isHidden[index] = isHidden[index] || !staysInView[index];
     }
   }
 

@@ -2,8 +2,10 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "import/formats/ModelLoadDiagnostic.h"
 #include "loaders/fbx/FbxFallbackSceneLoader.h"
 #include "viewport/ModelInfo.h"
 
@@ -23,5 +25,12 @@ struct FallbackAnimationTarget {
   std::shared_ptr<FbxFallbackAnimationPlayer> player;
   ModelAnimationInfo info;  ///< With the id that is unique in the scene.
 };
+
+/// Takes the facts out of the loader's result. A missing frame rate reads 0.
+FbxFallbackMetadata fallbackMetadata(const FbxFallbackLoadResult& result);
+
+/// The loader's findings as diagnostics: one for each text, in order, then one where a surface shows the neutral
+/// colour.
+std::vector<ModelLoadDiagnostic> fbxDiagnostics(const FbxFallbackLoadResult& result);
 
 }  // namespace ornolith

@@ -12,13 +12,15 @@
 namespace ornolith {
 
 /// The materials that geometries had when they were loaded, to be put back after another surface mode. The materials
-/// themselves are kept, never copied. Geometries are known by identity and kept alive for it; nodes whose name begins with
+/// themselves are kept, never copied. Geometries are known by identity and kept alive for it; nodes whose name begins
+/// with
 /// "__fbx_" also by name, since an animation replaces their whole geometry.
 class OriginalMaterials {
  public:
   static constexpr std::string_view fallbackNodeNamePrefix = "__fbx_";
 
-  /// Records the present materials of the geometries of `root` and everything below it. Later records replace earlier ones.
+  /// Records the present materials of the geometries of `root` and everything below it. Later records replace earlier
+  /// ones.
   void collect(const SCNNode& root);
   void clear();
 

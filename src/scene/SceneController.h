@@ -22,6 +22,7 @@
 #include "parts/PartPresentationState.h"
 #include "parts/RigidArticulationDescriptor.h"
 #include "scene/FbxFallbackMetadata.h"
+#include "scene/ModelFacts.h"
 #include "scene/OriginalMaterials.h"
 #include "scene/Published.h"
 #include "scene/SceneModelEntry.h"
@@ -44,15 +45,15 @@ class RepeatingTimer {
   virtual void invalidate() = 0;
 };
 
-/// Owns the one scene of a run: its fixed tree, its default lights and camera, one entry per loaded model, and what surface
-/// modes and animation work from. The tree is
+/// Owns the one scene of a run: its fixed tree, its default lights and camera, one entry per loaded model, and what
+/// surface modes and animation work from. The tree is
 ///
 ///     root
 ///       ambient light, key light, camera
 ///       "__OrnolithSceneTransform" > "__OrnolithSceneContent" > one "__OrnoscopeModelInstance_<UUID>" per model
 ///
-/// It belongs to the thread that made it; use from another thread ends the process. A sum of counts that overflows ends the
-/// process too.
+/// It belongs to the thread that made it; use from another thread ends the process. A sum of counts that overflows ends
+/// the process too.
 class SceneController {
  public:
   static constexpr std::string_view overlayNodeName = "__OrnoviewOverlay";
@@ -75,9 +76,9 @@ class SceneController {
   /// Replaces all contents by a finished result of the FBX loader, framed by the camera and selected.
   void loadFbxFallback(const FbxFallbackLoadResult& result, const FileURL& modelURL,
                        const std::vector<FileURL>& assetDirectories);
-  /// Loads a further model into the scene. A relative `modelPath` resolves against "/". The first model is selected. Throws
-  /// the error of the reader that was tried last, with nothing but a running animation changed. A second instance of the
-  /// same id takes the entry over, while the root of the first stays in the tree.
+  /// Loads a further model into the scene. A relative `modelPath` resolves against "/". The first model is selected.
+  /// Throws the error of the reader that was tried last, with nothing but a running animation changed. A second
+  /// instance of the same id takes the entry over, while the root of the first stays in the tree.
   LoadedModelSummary addModelInstance(const ViewportModelInstance& instance, bool resetCameraAfterLoad);
   /// Stops whatever plays. Geometry stays as the last tick left it.
   void stopAnimation();
@@ -98,6 +99,11 @@ class SceneController {
   /// Facts of all models together. After a load `dimensions` is (1, 1, 1) where there is no geometry.
   const ModelInfo& modelInfo() const noexcept { return modelInfo_; }
   bool hasRigging() const noexcept { return hasRigging_; }
+  /// Native animations by their ids in the scene.
+  const std::map<std::string, NativeAnimationTarget>& nativeAnimationTargets() const noexcept {
+    return nativeAnimationTargets_;
+  }
+  /// Animations of FBX models by their ids in the scene.
   const std::map<std::string, FallbackAnimationTarget>& fallbackAnimationTargets() const noexcept {
     return fallbackAnimationTargets_;
   }
@@ -107,11 +113,12 @@ class SceneController {
   Published<std::int64_t, SceneController> cameraRevision;  ///< Counts changes of the camera.
   Published<std::optional<UUID>, SceneController> selectedModelInstanceID;
   Published<std::optional<ViewportTransformTarget>, SceneController> transformTarget;
-  Published<std::vector<ModelLoadDiagnostic>, SceneController> diagnostics;  ///< Of all models, in the order of loading.
+  Published<std::vector<ModelLoadDiagnostic>, SceneController>
+      diagnostics;  ///< Of all models, in the order of loading.
   Published<std::int64_t, SceneController> partsRevision;
 
-  // Settings, to be set by the owner. A change of options or of these flags takes effect with the pair `applySurfaceMode`,
-  // `rebuildViewportOverlays`, in this order.
+  // Settings, to be set by the owner. A change of options or of these flags takes effect with the pair
+  // `applySurfaceMode`, `rebuildViewportOverlays`, in this order.
 
   ViewerOptions currentOptions;
   PhotoModeOptions currentPhotoOptions;
@@ -172,32 +179,37 @@ class SceneController {
   /// True for the nodes that a capture leaves out: the selection frame and the gizmo, known by their names.
   static bool isTransientCaptureOverlay(const SCNNode& node);
 
+  // Steps of a load, for those who bring a scene of their own.
+
+  /// A new instance root named after `instance`, with its transform and the children of `loadedScene`'s root, which the
+  /// scene loses. Cameras and lights are taken off the nodes, which stay and are marked as not addressable.
+  static SCNNode::Pointer makeModelInstanceRoot(const SCNScene& loadedScene, const ViewportModelInstance& instance);
+
  private:
   struct LoadedScene;
 
-  LoadedScene loadScene(const ViewportModelInstance& instance);
+  void prepareForLoad();
+  static LoadedScene loadScene(const ViewportModelInstance& instance, const FileURL& modelURL);
   LoadedModelSummary installModelInstance(const ViewportModelInstance& instance, LoadedScene loaded,
                                           bool resetCameraAfterLoad);
+  static std::vector<ModelLoadDiagnostic> configureRigidArticulation(const ViewportModelInstance& instance,
+                                                                     ScenePartRuntime& runtime);
   void clearModelContents();
   void configureCompositionRoot();
   void applySceneGroupTransform();
   void addDefaultLights();
   void addCamera(SCNVector3 position, SCNVector3 target);
   void syncCameraFromRenderedView();
-  void noteCameraChange();
+  void ensureCamera();
   void rebuildAggregateState();
   void recenterScenePivotIfIdentity();
   ModelInfo calculateModelInfo(const SCNNode::Pointer& root, const FbxFallbackMetadata* fallbackMetadata,
                                const UUID& instanceID);
   bool detectRigging() const;
   void applyCurrentAppearance();
+  const SceneModelEntry* entryOf(const UUID& id) const;
   void removeOverlay();
   void requireOwningThread() const;
-
-  struct NativeAnimationTarget {
-    SCNNode::Pointer node;
-    std::string key;
-  };
 
   std::shared_ptr<SCNScene> scene_;
   SCNNode::Pointer cameraNode_;

@@ -26,7 +26,7 @@ struct TransformDragSession {
 struct ActiveTransformDragState {
   TransformDragSession session;
   std::optional<RigidArticulationSession> articulationSession;  ///< Where the drag turns a hinge.
-  bool usesFreeDrag = false;                                    ///< In the plane of the screen instead of along an axis.
+  bool usesFreeDrag = false;  ///< In the plane of the screen instead of along an axis.
   std::optional<ModelTransform> startingModelTransform;
   std::optional<SceneGroupTransform> startingSceneTransform;
   simd_float3 startingWorldPosition;

@@ -1,0 +1,25 @@
+#include "loaders/SceneLoaders.h"
+
+#include "loaders/SceneLoadError.h"
+
+namespace ornolith {
+
+std::shared_ptr<SCNScene> loadSceneKitScene(const FileURL& url, const std::vector<FileURL>& /*assetDirectories*/) {
+  const ModelFormat format = modelFormat(url.lowercasedPathExtension()).value_or(ModelFormat::scn);
+  throw SceneLoadError(scene_load_error::NoReader{format});
+}
+
+std::shared_ptr<SCNScene> loadModelIOScene(const FileURL& /*url*/, ModelFormat format) {
+  if (format != ModelFormat::stl && format != ModelFormat::ply) {
+    throw SceneLoadError(scene_load_error::UnsupportedModelIOFormat{format});
+  }
+  throw SceneLoadError(scene_load_error::NoReader{format});
+}
+
+GLTFSceneLoader::Result GLTFSceneLoader::loadScene(const FileURL& /*url*/,
+                                                   const std::vector<FileURL>& /*assetDirectories*/,
+                                                   ModelFormat format) {
+  throw SceneLoadError(scene_load_error::NoReader{format});
+}
+
+}  // namespace ornolith

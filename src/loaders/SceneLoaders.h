@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "foundation/FileURL.h"
+#include "import/formats/ModelFormat.h"
+#include "import/formats/ModelLoadDiagnostic.h"
+#include "scenegraph/SCNScene.h"
+
+namespace ornolith {
+
+// The entries to the readers of the formats other than FBX, one for each family. None of these families has a reader in
+// this build: each entry throws `SceneLoadError`, which names the format.
+
+/// Reads OBJ, DAE, SCN, USD, USDA, USDC and USDZ; it is also tried for an FBX file that the FBX reader refuses. The
+/// format is that of the path's extension. Resources are searched beside the file and in `assetDirectories`.
+std::shared_ptr<SCNScene> loadSceneKitScene(const FileURL& url, const std::vector<FileURL>& assetDirectories);
+
+/// Reads STL and PLY.
+std::shared_ptr<SCNScene> loadModelIOScene(const FileURL& url, ModelFormat format);
+
+struct GLTFSceneLoader {
+  struct Result {
+    std::shared_ptr<SCNScene> scene;
+    std::vector<ModelLoadDiagnostic> diagnostics;
+  };
+  /// Reads glTF and GLB.
+  static Result loadScene(const FileURL& url, const std::vector<FileURL>& assetDirectories, ModelFormat format);
+};
+
+}  // namespace ornolith
