@@ -11,7 +11,8 @@ namespace ornolith {
 enum class SCNGeometryPrimitiveType : int { triangles = 0, triangleStrip = 1, line = 2, point = 3, polygon = 4 };
 
 /// A run of primitives as vertex indices. A polygon element's data holds first the corner count of each polygon, then
-/// all corners' indices. Without data the vertices are taken in order.
+/// all corners' indices. Without data the vertices are taken in order
+/// (a polygon element has no polygons then).
 class SCNGeometryElement {
  public:
   using Data = std::shared_ptr<const std::vector<std::byte>>;
@@ -27,7 +28,7 @@ class SCNGeometryElement {
   std::size_t primitiveCount() const noexcept { return primitiveCount_; }
   std::size_t bytesPerIndex() const noexcept { return bytesPerIndex_; }
   /// How many indices stand in `data`, for a polygon element the corner counts included.
-  std::size_t indexCount() const noexcept;
+  std::size_t indexCount() const noexcept { return indexCount_; }
   /// Index number `position`, below `indexCount`.
   std::uint32_t index(std::size_t position) const noexcept;
 
@@ -38,10 +39,13 @@ class SCNGeometryElement {
 
  private:
   SCNGeometryElement() = default;
+  std::size_t countIndices() const noexcept;
+
   Data data_;
   SCNGeometryPrimitiveType primitiveType_ = SCNGeometryPrimitiveType::triangles;
   std::size_t primitiveCount_ = 0;
   std::size_t bytesPerIndex_ = 4;
+  std::size_t indexCount_ = 0;
 };
 
 }  // namespace ornolith

@@ -24,7 +24,8 @@ class SCNGeometrySource {
   using Data = std::shared_ptr<const std::vector<std::byte>>;
 
   /// Components are floats of 4 or 8 bytes, or unsigned normalised integers of 1 or 2 bytes where `floatComponents` is
-  /// false. Vectors that do not lie wholly inside `data` are not counted: `vectorCount` is lowered to those that do.
+  /// false; any other format has no vectors. A stride of 0 means tightly packed. Vectors that do not lie wholly inside
+  /// `data` are not counted: `vectorCount` is lowered to those that do.
   static std::shared_ptr<const SCNGeometrySource> geometrySourceWithData(
       Data data, SCNGeometrySourceSemantic semantic, std::size_t vectorCount, bool floatComponents,
       std::size_t componentsPerVector, std::size_t bytesPerComponent, std::size_t dataOffset, std::size_t dataStride);

@@ -30,7 +30,6 @@ class SCNSubtreeWalk {
 
  private:
   void enter() noexcept;
-  void climbToSibling() noexcept;
 
   SCNNode* top_;
   SCNNode* node_;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+
+#include "foundation/Rotation.h"
 #include "scenegraph/SCNTypes.h"
 
 namespace ornolith {
@@ -20,16 +23,6 @@ SCNMatrix4 matrixFromComponents(const TransformComponents& components) noexcept;
 /// columns made orthonormal in order (Gram-Schmidt), with free axes where a column vanishes. A shear is lost.
 TransformComponents componentsFromMatrix(const SCNMatrix4& matrix) noexcept;
 
-/// `orientation` at unit length; the identity for zero.
-simd_quatd unitQuaternion(simd_quatd orientation) noexcept;
-/// The rotation that applies `b` first and `a` then.
-simd_quatd quaternionProduct(simd_quatd a, simd_quatd b) noexcept;
-/// The rotation matrix of a unit quaternion.
-SCNMatrix4 rotationMatrix(simd_quatd orientation) noexcept;
-/// The unit quaternion, w not negative where it leads, of a matrix with orthonormal right-handed columns. (S. W.
-/// Shepperd, "Quaternion from rotation matrix", 1978: divides by the largest of the four components.)
-simd_quatd quaternionFromRotationMatrix(const SCNMatrix4& rotation) noexcept;
-
 /// Rz * Ry * Rx, radians.
 simd_quatd quaternionFromEulerAngles(SCNVector3 angles) noexcept;
 /// Angles whose Rz * Ry * Rx is the rotation, y from -pi/2 to pi/2. Where y is at a pole, z is 0 and x holds the rest.
@@ -38,8 +31,11 @@ SCNVector3 eulerAnglesFromRotationMatrix(const SCNMatrix4& rotation) noexcept;
 /// The inverse of an affine matrix. Not finite where it is singular.
 SCNMatrix4 invertedAffine(const SCNMatrix4& matrix) noexcept;
 
-/// `box` widened so that it holds the images under `matrix` of the eight corners of `added`; a new box where `isEmpty`,
-/// which is cleared. Components that are not finite are passed over.
-void widenByCorners(SCNBoundingBox& box, bool& isEmpty, const SCNBoundingBox& added, const SCNMatrix4& matrix) noexcept;
+/// Widens `box` so that it holds the images under `matrix` of the eight corners of `added`; where `box` is nothing it
+/// becomes the smallest such box. A corner whose image is not finite is passed over.
+void widenByCorners(std::optional<SCNBoundingBox>& box, const SCNBoundingBox& added, const SCNMatrix4& matrix) noexcept;
+
+/// Widens `box` by a point, or makes it one.
+void widenByPoint(std::optional<SCNBoundingBox>& box, SCNVector3 point) noexcept;
 
 }  // namespace ornolith
