@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -37,11 +39,11 @@ class FbxLoadError final : public TypedError<FbxLoadError, fbx_error::Unreadable
 
 /// One animation stack of a file.
 struct FbxAnimation {
-  std::string id;    ///< "0-Take": position and name.
+  std::string id;  ///< "0-Take": position and name.
   std::string name;
-  double startTime = 0;  ///< Seconds.
-  double endTime = 0;    ///< Seconds.
-  double duration = 0;   ///< Seconds, never negative.
+  double startTime = 0;                   ///< Seconds.
+  double endTime = 0;                     ///< Seconds.
+  double duration = 0;                    ///< Seconds, never negative.
   std::optional<double> framesPerSecond;  ///< Only where the file states a rate above 0.
   bool operator==(const FbxAnimation&) const = default;
 };
@@ -58,9 +60,15 @@ struct FbxFallbackLoadResult {
 };
 
 struct FbxFallbackSceneLoader {
-  /// Reads the FBX file at `url` and builds a scene from it. Textures are searched in the file's folder and then in
-  /// `assetDirectories`, in order. Throws `FbxLoadError`.
+  /// Reads the FBX file at `url` and builds a scene from it. A rigid model keeps its hierarchy; one that is animated,
+  /// skinned or deformed becomes a flat list of nodes with vertices in world space. Textures are searched in the file's
+  /// folder and then in `assetDirectories`, in order; embedded images are decoded here, files when a frame needs them.
+  /// Throws `FbxLoadError`.
   static FbxFallbackLoadResult loadSceneAtURL(const FileURL& url, const std::vector<FileURL>& assetDirectories);
+
+  /// The same of a file's bytes, as if they stood at `url`.
+  static FbxFallbackLoadResult loadSceneFromContents(std::span<const std::byte> contents, const FileURL& url,
+                                                     const std::vector<FileURL>& assetDirectories);
 };
 
 }  // namespace ornolith

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+namespace ornolith {
+
+// What one FBX file may cost in memory, in proportion to its size: compressed arrays, instances and shared materials
+// let a few bytes stand for very much. Real files stay far below; one that does not is refused as the FBX library words
+// it.
+
+/// What any file may take for the library's scene, and the same again while it is being read.
+inline constexpr std::uint64_t fbxSceneMemoryFloor = std::uint64_t{256} << 20;
+/// What any file may take for the scene built from it: vertex streams, materials, findings; and the same again for
+/// embedded images.
+inline constexpr std::uint64_t fbxResultMemoryFloor = std::uint64_t{1} << 30;
+/// What each byte of a file may add to become.
+inline constexpr std::uint64_t fbxMemoryPerFileByte = 128;
+
+/// The limit for a file of `fileSize` bytes: `fbxMemoryPerFileByte` times its size, but at least `floor`.
+constexpr std::size_t fbxMemoryLimit(std::uint64_t floor, std::uint64_t fileSize) noexcept {
+  constexpr std::uint64_t largest = std::numeric_limits<std::size_t>::max() / 2;
+  const std::uint64_t proportional =
+      fileSize > largest / fbxMemoryPerFileByte ? largest : fileSize * fbxMemoryPerFileByte;
+  return static_cast<std::size_t>(proportional > floor ? proportional : floor);
+}
+
+/// Counts what is made from one file against a limit.
+class FbxMemoryBudget {
+ public:
+  explicit FbxMemoryBudget(std::size_t limit) noexcept : remaining_(limit) {}
+
+  /// Takes `bytes` off what remains, or takes nothing and answers false where less remains.
+  bool take(std::size_t bytes) noexcept {
+    if (bytes > remaining_) return false;
+    remaining_ -= bytes;
+    return true;
+  }
+
+ private:
+  std::size_t remaining_;
+};
+
+}  // namespace ornolith
