@@ -25,12 +25,13 @@ struct VertexStream {
   const float* operator[](std::uint32_t index) const noexcept { return data + std::size_t{index} * stride; }
 };
 
-/// Vertex data in model space. Every stream present has at least as many elements as any index of its draw items asks for.
+/// Vertex data in model space. Every stream present has at least as many elements as any index of its draw items asks
+/// for.
 struct Mesh {
-  VertexStream position;  ///< 3 components.
-  VertexStream normal;    ///< 3 components, or absent: the device takes the facet's normal.
-  VertexStream tangent;   ///< 3 or 4 components (w is the handedness, +1 where absent), or absent.
-  VertexStream color;     ///< 3 or 4 components, linear, or absent.
+  VertexStream position;                ///< 3 components.
+  VertexStream normal;                  ///< 3 components, or absent: the device takes the facet's normal.
+  VertexStream tangent;                 ///< 3 or 4 components (w is the handedness, +1 where absent), or absent.
+  VertexStream color;                   ///< 3 or 4 components, linear, or absent.
   std::vector<VertexStream> texcoords;  ///< 2 components each, by channel; the origin of textures is at the top left.
   std::shared_ptr<const void> owner;    ///< Keeps the floats alive.
 };
@@ -41,9 +42,10 @@ enum class LightingModel : std::uint8_t { constant, lambert, blinn, physicallyBa
 enum class BlendMode : std::uint8_t { alpha, replace, add };
 
 struct Texture {
-  std::shared_ptr<const Image> image;  ///< Never null, never empty. Its address is the texture's identity across frames.
-  bool isSRGB = true;                  ///< Colour to be decoded to linear light, or data as it stands.
-  bool hasTransparency = false;        ///< Some texel has an alpha below 1.
+  std::shared_ptr<const Image>
+      image;                     ///< Never null, never empty. Its address is the texture's identity across frames.
+  bool isSRGB = true;            ///< Colour to be decoded to linear light, or data as it stands.
+  bool hasTransparency = false;  ///< Some texel has an alpha below 1.
 };
 
 /// One material property: a constant, or a texture that replaces it.
@@ -61,22 +63,22 @@ struct MaterialSlot {
 struct Material {
   LightingModel lightingModel = LightingModel::blinn;
   MaterialSlot diffuse;
-  MaterialSlot normal;            ///< Counts only with a texture.
+  MaterialSlot normal;  ///< Counts only with a texture.
   MaterialSlot roughness;
   MaterialSlot metalness;
   MaterialSlot emission;
-  MaterialSlot transparent;       ///< Its alpha multiplies the opacity.
-  MaterialSlot specular;          ///< Blinn only.
+  MaterialSlot transparent;  ///< Its alpha multiplies the opacity.
+  MaterialSlot specular;     ///< Blinn only.
   MaterialSlot ambientOcclusion;
-  float shininess = 1;            ///< Blinn exponent factor, 0..1.
-  float transparency = 1;         ///< Opacity factor, 0..1.
-  float alphaCutoff = 0;          ///< A fragment with an opacity below this is dropped.
+  float shininess = 1;     ///< Blinn exponent factor, 0..1.
+  float transparency = 1;  ///< Opacity factor, 0..1.
+  float alphaCutoff = 0;   ///< A fragment with an opacity below this is dropped.
   BlendMode blendMode = BlendMode::alpha;
   bool isDoubleSided = false;
-  bool fillsLines = false;        ///< Each triangle is drawn as its three edges.
+  bool fillsLines = false;  ///< Each triangle is drawn as its three edges.
   bool readsDepth = true;
   bool writesDepth = true;
-  bool usesVertexColor = true;    ///< Vertex colours multiply the diffuse colour.
+  bool usesVertexColor = true;  ///< Vertex colours multiply the diffuse colour.
 };
 
 /// One draw: a run of indices of one mesh with one material and one placement.
@@ -86,11 +88,11 @@ struct DrawItem {
   Topology topology = Topology::triangles;
   const std::uint32_t* indices = nullptr;  ///< Kept alive by the mesh's owner or by `FrameDescription::owners`.
   std::uint32_t indexCount = 0;            ///< A multiple of 3, 2 or 1 by topology.
-  simd_double4x4 worldMatrix;              ///< Model space to world space, affine.
+  simd_double4x4 worldMatrix;              ///< Model space to world space, affine: the last row is (0, 0, 0, 1).
   /// Inverse transpose of the upper 3-by-3 of `worldMatrix`, columns; the zero matrix where that is singular.
   std::array<simd_float3, 3> normalMatrix{simd_float3{1, 0, 0}, simd_float3{0, 1, 0}, simd_float3{0, 0, 1}};
-  bool isMirrored = false;     ///< The world matrix has a negative determinant: front faces wind the other way.
-  float pointSize = 1;         ///< World units.
+  bool isMirrored = false;       ///< The world matrix has a negative determinant: front faces wind the other way.
+  float pointSize = 1;           ///< World units.
   float minimumPointRadius = 1;  ///< Pixels.
   float maximumPointRadius = 1;  ///< Pixels.
 };
@@ -102,11 +104,11 @@ struct DirectionalLight {
 };
 
 struct Camera {
-  simd_double4x4 viewMatrix;         ///< World space to camera space.
+  simd_double4x4 viewMatrix;  ///< World space to camera space.
   bool usesOrthographicProjection = false;
-  double verticalFieldOfView = 60;   ///< Degrees, perspective only.
-  double orthographicScale = 1;      ///< Half the height of the view in world units, orthographic only.
-  double zNear = 0.001;              ///< World units. Nothing is cut at a far plane: depth is reversed, far is infinite.
+  double verticalFieldOfView = 60;  ///< Degrees, perspective only.
+  double orthographicScale = 1;     ///< Half the height of the view in world units, orthographic only.
+  double zNear = 0.001;             ///< World units. Nothing is cut at a far plane: depth is reversed, far is infinite.
 };
 
 struct FrameDescription {
@@ -119,8 +121,14 @@ struct FrameDescription {
   std::vector<Texture> textures;
   std::vector<Material> materials;
   std::vector<Mesh> meshes;
-  std::vector<DrawItem> opaqueItems;   ///< Drawn with the depth test; any order gives the same picture but for ties.
-  std::vector<DrawItem> blendedItems;  ///< Drawn after all opaque ones, in this order.
+  /// Drawn first, in this order, each fragment replacing what is there. The order shows where depths tie (the later
+  /// item wins) and where an item does not read or does not write depth.
+  std::vector<DrawItem> opaqueItems;
+  /// Drawn over the opaque ones, in this order, each with its material's blend mode and depth flags. Besides what
+  /// blends, the list holds opaque items that must cover something blended, since their rendering order is higher:
+  /// overlays that do not read depth, above all. They come out as in the first list (their opacity is 1 or their mode
+  /// replaces).
+  std::vector<DrawItem> blendedItems;
   std::vector<std::shared_ptr<const void>> owners;  ///< Whatever else the spans point into.
 };
 

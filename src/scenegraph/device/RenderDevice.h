@@ -11,8 +11,8 @@ class RenderDevice {
  public:
   virtual ~RenderDevice() = default;
 
-  /// The frame as 8-bit sRGB RGBA with straight alpha, `width` by `height`. The same description gives the same bytes on
-  /// every machine and with any number of threads. `frame` must satisfy `checkFrame`.
+  /// The frame as 8-bit sRGB RGBA with straight alpha, `width` by `height`. The same description gives the same bytes
+  /// on every machine and with any number of threads. `frame` must satisfy `checkFrame`.
   virtual Image render(const FrameDescription& frame) = 0;
 
   virtual void releaseResources() = 0;
