@@ -48,5 +48,5 @@ struct ModelPartDescriptor {
 
 template <>
 struct std::hash<ornolith::ModelPartDescriptor> {
-  std::size_t operator()(const ornolith::ModelPartDescriptor& descriptor) const noexcept;
+  std::size_t operator()(const ornolith::ModelPartDescriptor& descriptor) const;
 };
