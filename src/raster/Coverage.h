@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "raster/PrimitiveRecord.h"
+#include "raster/TileGrid.h"
+
+namespace ornolith::raster {
+
+/// Pixels of a tile are numbered row by row, 64 to a row.
+inline constexpr std::uint32_t noPrimitive = 0xffffffff;
+
+/// The nearest depth of each pixel of a tile (larger is nearer), and which primitive is seen there.
+struct VisibilityBuffer {
+  alignas(64) std::array<float, tilePixels> depth;
+  alignas(64) std::array<std::uint32_t, tilePixels> primitive;
+
+  void clear(float farthestDepth) noexcept {
+    depth.fill(farthestDepth);
+    primitive.fill(noPrimitive);
+  }
+};
+
+/// Pixels that one primitive covers.
+struct FragmentList {
+  std::uint32_t count = 0;
+  std::array<std::uint16_t, tilePixels> pixel;
+  std::array<float, tilePixels> depth;
+};
+
+struct DepthRules {
+  bool reads =
+      true;  ///< Fragments farther than what is there are dropped; an equal depth passes, so that the later wins.
+  bool writes = true;
+};
+
+/// Puts `primitive` into the buffer at every pixel of the tile that the triangle covers and the depth test lets
+/// through; whether there was one.
+bool drawTriangle(const PrimitiveRecord& record, const TileBounds& tile, DepthRules rules, std::uint32_t primitive,
+                  VisibilityBuffer& buffer) noexcept;
+
+/// The pixels of the tile that a record of any kind covers and, where `readsDepth`, the depth test lets through. Each
+/// pixel occurs once.
+///
+/// A line takes, in each column of its longer direction (or row) whose centre lies between its ends, the pixel that
+/// holds its midpoint there; the end of smaller coordinate counts, the other does not, so that the way it runs makes no
+/// difference and a chain of lines has neither gaps nor doubles. A point takes the pixels whose centres are within its
+/// radius, and always the one that holds its centre.
+void collectFragments(const PrimitiveRecord& record, const TileBounds& tile, bool readsDepth,
+                      const VisibilityBuffer& buffer, FragmentList& fragments) noexcept;
+
+}  // namespace ornolith::raster

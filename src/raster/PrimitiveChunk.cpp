@@ -1,0 +1,295 @@
+#include "raster/PrimitiveChunk.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "raster/Clipping.h"
+#include "raster/EdgeFunction.h"
+
+namespace ornolith::raster {
+namespace {
+
+/// Inclusive ranges of pixels or tiles; empty where an end is before its beginning.
+struct Box {
+  std::int32_t left, top, right, bottom;
+  bool isEmpty() const noexcept { return left > right || top > bottom; }
+};
+
+struct Spread {
+  std::int32_t low, high;
+};
+
+Spread spread(const std::int32_t (&v)[3], int count) noexcept {
+  const Spread two{std::min(v[0], v[1]), std::max(v[0], v[1])};
+  return count == 2 ? two : Spread{std::min(two.low, v[2]), std::max(two.high, v[2])};
+}
+
+/// The pixels of the image that a record can cover.
+Box pixelBox(const PrimitiveRecord& record, const TileGrid& grid) noexcept {
+  Box box{};
+  if (record.kind == PrimitiveKind::point) {
+    const std::int32_t radius = record.x[1];
+    box = {(record.x[0] - radius) >> subpixelBits, (record.y[0] - radius) >> subpixelBits,
+           (record.x[0] + radius) >> subpixelBits, (record.y[0] + radius) >> subpixelBits};
+  } else if (record.kind == PrimitiveKind::line) {
+    const Spread x = spread(record.x, 2), y = spread(record.y, 2);
+    box = {x.low >> subpixelBits, y.low >> subpixelBits, x.high >> subpixelBits, y.high >> subpixelBits};
+  } else {
+    const Spread x = spread(record.x, 3), y = spread(record.y, 3);
+    box = {firstPixel(x.low), firstPixel(y.low), lastPixel(x.high), lastPixel(y.high)};
+  }
+  return {std::max(box.left, 0), std::max(box.top, 0), std::min(box.right, grid.width - 1),
+          std::min(box.bottom, grid.height - 1)};
+}
+
+/// Turns the primitives of one segment into records.
+class SegmentSetup {
+ public:
+  SegmentSetup(const PreparedFrame& frame, const Projection& projection, const TileGrid& grid,
+               const PrimitiveSegment& segment, std::vector<PrimitiveRecord>& records)
+      : frame_(frame),
+        projection_(projection),
+        grid_(grid),
+        segment_(segment),
+        item_(frame.items[segment.item]),
+        ahead_(frame.verticesOf(item_)),
+        records_(records) {}
+
+  void run() {
+    switch (item_.item->topology) {
+      case device::Topology::triangles:
+        for (std::uint32_t p = segment_.first; p < segment_.end; ++p) addTriangle(p);
+        break;
+      case device::Topology::lines:
+        for (std::uint32_t p = segment_.first; p < segment_.end; ++p) addLinePrimitive(p);
+        break;
+      case device::Topology::points:
+        for (std::uint32_t p = segment_.first; p < segment_.end; ++p) addPoint(p);
+        break;
+    }
+  }
+
+ private:
+  ClipPoint clipPoint(std::uint32_t index) const { return item_.transform.apply(item_.mesh->position[index]); }
+
+  ScreenVertex project(const ClipPoint& point) const {
+    return screenVertex(point, projection_, frame_.description->width, frame_.description->height);
+  }
+
+  ScreenVertex vertex(std::uint32_t index) const {
+    return ahead_.empty() ? project(clipPoint(index)) : ahead_[index - item_.firstVertex];
+  }
+
+  /// Whether a face with this orientation on the screen (positive: clockwise to the eye) is to be drawn.
+  bool draws(bool isPositive) const {
+    const bool isBack = isPositive != item_.item->isMirrored;
+    if (isBack && !item_.material->isDoubleSided) return false;
+    return segment_.faces == FaceFilter::all || isBack == (segment_.faces == FaceFilter::backOnly);
+  }
+
+  PrimitiveRecord blank(std::uint32_t primitive, PrimitiveKind kind) const {
+    PrimitiveRecord record{};
+    record.primitive = primitive;
+    record.item = segment_.item;
+    record.kind = kind;
+    return record;
+  }
+
+  void keep(const PrimitiveRecord& record) {
+    if (!pixelBox(record, grid_).isEmpty()) records_.push_back(record);
+  }
+
+  void addTriangle(std::uint32_t primitive) {
+    const std::uint32_t* corner = item_.item->indices + std::size_t{primitive} * 3;
+    const ScreenVertex a = vertex(corner[0]), b = vertex(corner[1]), c = vertex(corner[2]);
+    const bool isRegular = (a.isRegular & b.isRegular & c.isRegular) != 0;
+    if (item_.material->fillsLines) return addTriangleEdges(primitive, {a, b, c}, isRegular);
+    if (isRegular) return addPiece(primitive, a, b, c);
+
+    const ClipPolygon polygon =
+        clipTriangle({clipPoint(corner[0]), clipPoint(corner[1]), clipPoint(corner[2])}, projection_.zNear());
+    for (std::size_t i = 2; i < polygon.count; ++i) {
+      addPiece(primitive, projectClipped(polygon.points[0]), projectClipped(polygon.points[i - 1]),
+               projectClipped(polygon.points[i]));
+    }
+  }
+
+  /// A point that clipping made may lie outside of its plane by a rounding error: it is moved onto the guard band.
+  ScreenVertex projectClipped(ClipPoint point) const {
+    point.distance = std::max(point.distance, projection_.zNear());
+    if (!projection_.isOrthographic()) point.w = point.distance;
+    const double limit = guardBand * point.w;
+    point.x = std::clamp(point.x, -limit, limit);
+    point.y = std::clamp(point.y, -limit, limit);
+    return project(point);
+  }
+
+  void addPiece(std::uint32_t primitive, const ScreenVertex& a, const ScreenVertex& b, const ScreenVertex& c) {
+    const std::int64_t area = std::int64_t{b.x - a.x} * (c.y - a.y) - std::int64_t{b.y - a.y} * (c.x - a.x);
+    if (area == 0 || !draws(area > 0)) return;
+    const ScreenVertex& second = area > 0 ? b : c;
+    const ScreenVertex& third = area > 0 ? c : b;
+    PrimitiveRecord record{{a.x, second.x, third.x},
+                           {a.y, second.y, third.y},
+                           {a.depth, second.depth, third.depth},
+                           primitive,
+                           segment_.item,
+                           PrimitiveKind::triangle,
+                           0,
+                           (area > 0) != item_.item->isMirrored,
+                           false};
+    keep(record);
+  }
+
+  void addTriangleEdges(std::uint32_t primitive, const std::array<ScreenVertex, 3>& vertices, bool isRegular) {
+    const std::uint32_t* corner = item_.item->indices + std::size_t{primitive} * 3;
+    const std::array<ClipPoint, 3> points{clipPoint(corner[0]), clipPoint(corner[1]), clipPoint(corner[2])};
+    // The determinant of the homogeneous corners tells the facing even where some are behind the camera.
+    const double volume = points[0].x * (points[1].y * points[2].w - points[2].y * points[1].w) -
+                          points[0].y * (points[1].x * points[2].w - points[2].x * points[1].w) +
+                          points[0].w * (points[1].x * points[2].y - points[2].x * points[1].y);
+    if (!draws(volume > 0)) return;
+    for (std::uint8_t edge = 0; edge < 3; ++edge) {
+      const std::size_t next = edge == 2 ? 0 : edge + std::size_t{1};
+      PrimitiveRecord record = blank(primitive, PrimitiveKind::line);
+      record.edge = edge;
+      record.isTriangleEdge = true;
+      record.isBackFacing = (volume > 0) != item_.item->isMirrored;
+      if (isRegular) {
+        addLine(record, vertices[edge], vertices[next]);
+      } else {
+        addClippedLine(record, points[edge], points[next]);
+      }
+    }
+  }
+
+  void addLinePrimitive(std::uint32_t primitive) {
+    if (segment_.faces == FaceFilter::backOnly) return;
+    const std::uint32_t* end = item_.item->indices + std::size_t{primitive} * 2;
+    const ScreenVertex a = vertex(end[0]), b = vertex(end[1]);
+    const PrimitiveRecord record = blank(primitive, PrimitiveKind::line);
+    if ((a.isRegular & b.isRegular) != 0) return addLine(record, a, b);
+    addClippedLine(record, clipPoint(end[0]), clipPoint(end[1]));
+  }
+
+  void addClippedLine(const PrimitiveRecord& record, ClipPoint a, ClipPoint b) {
+    if (clipLine(a, b, projection_.zNear())) addLine(record, projectClipped(a), projectClipped(b));
+  }
+
+  void addLine(PrimitiveRecord record, const ScreenVertex& a, const ScreenVertex& b) {
+    record.x[0] = a.x;
+    record.y[0] = a.y;
+    record.depth[0] = a.depth;
+    record.x[1] = b.x;
+    record.y[1] = b.y;
+    record.depth[1] = b.depth;
+    keep(record);
+  }
+
+  void addPoint(std::uint32_t primitive) {
+    if (segment_.faces == FaceFilter::backOnly) return;
+    const std::uint32_t index = item_.item->indices[primitive];
+    const ScreenVertex center = vertex(index);
+    if (center.isRegular == 0) return;
+    constexpr double largestRadius = 4096;
+    const double distance = projection_.isOrthographic() ? 1.0 : clipPoint(index).distance;
+    double radius = 0.5 * static_cast<double>(item_.item->pointSize) * projection_.pixelsPerUnit() / distance;
+    // Comparisons in this order turn NaN into the smallest radius.
+    const auto least = static_cast<double>(item_.item->minimumPointRadius);
+    const auto most = static_cast<double>(item_.item->maximumPointRadius);
+    radius = radius > least ? radius : least;
+    radius = radius > most ? most : radius;
+    radius = radius > 0 ? std::min(radius, largestRadius) : 0;
+    PrimitiveRecord record = blank(primitive, PrimitiveKind::point);
+    record.x[0] = center.x;
+    record.y[0] = center.y;
+    record.x[1] = static_cast<std::int32_t>(radius * subpixelOne + 0.5);
+    record.depth[0] = center.depth;
+    keep(record);
+  }
+
+  const PreparedFrame& frame_;
+  const Projection& projection_;
+  const TileGrid& grid_;
+  const PrimitiveSegment& segment_;
+  const PreparedItem& item_;
+  std::span<const ScreenVertex> ahead_;
+  std::vector<PrimitiveRecord>& records_;
+};
+
+/// Whether a line keeps clear of a tile: the centre is farther from it than any corner of the tile can be.
+bool lineMisses(const PrimitiveRecord& record, std::int32_t tileX, std::int32_t tileY) noexcept {
+  const std::int64_t dx = record.x[1] - record.x[0];
+  const std::int64_t dy = record.y[1] - record.y[0];
+  const std::int64_t centerX = std::int64_t{tileX + tileSide / 2} * subpixelOne;
+  const std::int64_t centerY = std::int64_t{tileY + tileSide / 2} * subpixelOne;
+  const std::int64_t value = dx * (centerY - record.y[0]) - dy * (centerX - record.x[0]);
+  return std::abs(value) > (std::abs(dx) + std::abs(dy)) * (tileSide / 2 + 1) * subpixelOne;
+}
+
+Box tileBox(const PrimitiveRecord& record, const TileGrid& grid) noexcept {
+  const Box pixels = pixelBox(record, grid);
+  return {pixels.left / tileSide, pixels.top / tileSide, pixels.right / tileSide, pixels.bottom / tileSide};
+}
+
+/// A record whose box has more tiles than this is not binned, which bounds the bins by the number of records.
+constexpr std::int64_t maximumBinnedTiles = 24;
+
+bool isWide(const Box& tiles) noexcept {
+  return std::int64_t{tiles.right - tiles.left + 1} * (tiles.bottom - tiles.top + 1) > maximumBinnedTiles;
+}
+
+/// Calls `visit` with each tile of the box that the record may touch.
+template <typename Visit>
+void forEachTile(const PrimitiveRecord& record, const Box& tiles, const TileGrid& grid, const Visit& visit) {
+  if (tiles.left == tiles.right && tiles.top == tiles.bottom) return visit(grid.tileIndex(tiles.left, tiles.top));
+
+  const bool isTriangle = record.kind == PrimitiveKind::triangle;
+  const EdgeFunction edges[3] = {{record.x[0], record.y[0], record.x[1], record.y[1]},
+                                 {record.x[1], record.y[1], record.x[2], record.y[2]},
+                                 {record.x[2], record.y[2], record.x[0], record.y[0]}};
+  for (std::int32_t row = tiles.top; row <= tiles.bottom; ++row) {
+    for (std::int32_t column = tiles.left; column <= tiles.right; ++column) {
+      const std::int32_t x = column * tileSide, y = row * tileSide;
+      if (isTriangle && std::any_of(std::begin(edges), std::end(edges), [&](const EdgeFunction& edge) {
+            return edge.excludes(x, y, tileSide, tileSide);
+          })) {
+        continue;
+      }
+      if (record.kind == PrimitiveKind::line && lineMisses(record, x, y)) continue;
+      visit(grid.tileIndex(column, row));
+    }
+  }
+}
+
+}  // namespace
+
+void PrimitiveChunk::build(const PreparedFrame& frame, const Projection& projection, const TileGrid& grid) {
+  records_.clear();
+  for (const PrimitiveSegment& segment : segments_) SegmentSetup(frame, projection, grid, segment, records_).run();
+  bin(grid);
+}
+
+void PrimitiveChunk::bin(const TileGrid& grid) {
+  // Count, turn counts into the beginnings of runs, then fill; records come in order, so that each run is in order too.
+  binOffsets_.assign(grid.tileCount() + 2, 0);
+  wideRecords_.clear();
+  for (std::uint32_t index = 0; index < records_.size(); ++index) {
+    const Box tiles = tileBox(records_[index], grid);
+    if (isWide(tiles)) {
+      wideRecords_.push_back(index);
+    } else {
+      forEachTile(records_[index], tiles, grid, [&](std::size_t tile) { ++binOffsets_[tile + 2]; });
+    }
+  }
+  for (std::size_t i = 2; i < binOffsets_.size(); ++i) binOffsets_[i] += binOffsets_[i - 1];
+  binEntries_.resize(binOffsets_.back());
+  for (std::uint32_t index = 0; index < records_.size(); ++index) {
+    const Box tiles = tileBox(records_[index], grid);
+    if (isWide(tiles)) continue;
+    forEachTile(records_[index], tiles, grid, [&](std::size_t tile) { binEntries_[binOffsets_[tile + 1]++] = index; });
+  }
+}
+
+}  // namespace ornolith::raster

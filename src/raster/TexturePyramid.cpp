@@ -1,0 +1,123 @@
+#include "raster/TexturePyramid.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/Parallel.h"
+#include "imaging/Color.h"
+
+namespace ornolith::raster {
+namespace {
+
+/// The share of the source texels `first`, `first + 1`, `first + 2` in one texel of the next level, in units of
+/// `total`.
+struct Taps {
+  std::uint32_t first;
+  std::array<std::uint64_t, 3> weight;
+  std::uint64_t total;
+};
+
+Taps tapsFor(std::uint32_t index, std::uint32_t sourceSide) {
+  if (sourceSide == 1) return {0, {1, 0, 0}, 1};
+  const std::uint32_t half = sourceSide / 2;
+  if (sourceSide % 2 == 0) return {2 * index, {1, 1, 0}, 2};
+  return {2 * index, {half - index, half, index + 1}, sourceSide};
+}
+
+class LevelHalver {
+ public:
+  LevelHalver(const MipLevel& source, std::uint32_t width, bool isSRGB, bool weighsByAlpha, const TexelTables& tables)
+      : source_(source), width_(width), isSRGB_(isSRGB), weighsByAlpha_(weighsByAlpha), tables_(tables) {}
+
+  void writeRow(std::uint32_t row, std::uint8_t* out) const {
+    const Taps rows = tapsFor(row, source_.height);
+    if (!weighsByAlpha_ && source_.width % 2 == 0 && source_.height % 2 == 0) return writeEvenRow(rows.first, out);
+    for (std::uint32_t x = 0; x < width_; ++x) writeTexel(rows, tapsFor(x, source_.width), out + std::size_t{x} * 4);
+  }
+
+ private:
+  const std::uint8_t* texel(std::uint32_t x, std::uint32_t y) const {
+    return source_.texels + (std::size_t{y} * source_.width + x) * 4;
+  }
+  std::uint64_t decode(std::uint8_t sample) const { return isSRGB_ ? tables_.linear16[sample] : sample * 257u; }
+  std::uint8_t encode(std::uint64_t value) const {
+    return isSRGB_ ? tables_.sRGBFrom16[value] : static_cast<std::uint8_t>((value + 128) / 257);
+  }
+
+  void writeEvenRow(std::uint32_t firstRow, std::uint8_t* out) const {
+    const std::uint8_t* above = texel(0, firstRow);
+    const std::uint8_t* below = above + std::size_t{source_.width} * 4;
+    for (std::uint32_t x = 0; x < width_; ++x, above += 8, below += 8, out += 4) {
+      for (std::size_t c = 0; c < 3; ++c) {
+        out[c] = encode((decode(above[c]) + decode(above[c + 4]) + decode(below[c]) + decode(below[c + 4]) + 2) / 4);
+      }
+      out[3] = static_cast<std::uint8_t>((above[3] + above[7] + below[3] + below[7] + 2) / 4);
+    }
+  }
+
+  void writeTexel(const Taps& rows, const Taps& columns, std::uint8_t* out) const {
+    std::array<std::uint64_t, 3> color{};
+    std::uint64_t alpha = 0;
+    std::uint64_t colorWeight = 0;
+    for (std::uint32_t j = 0; j < 3; ++j) {
+      for (std::uint32_t i = 0; i < 3; ++i) {
+        const std::uint64_t weight = rows.weight[j] * columns.weight[i];
+        if (weight == 0) continue;
+        const std::uint8_t* sample = texel(columns.first + i, rows.first + j);
+        const std::uint64_t share = weighsByAlpha_ ? weight * sample[3] : weight;
+        for (std::size_t c = 0; c < 3; ++c) color[c] += share * decode(sample[c]);
+        colorWeight += share;
+        alpha += weight * sample[3];
+      }
+    }
+    const std::uint64_t total = rows.total * columns.total;
+    for (std::size_t c = 0; c < 3; ++c) {
+      out[c] = colorWeight == 0 ? std::uint8_t{0} : encode((color[c] + colorWeight / 2) / colorWeight);
+    }
+    out[3] = static_cast<std::uint8_t>((alpha + total / 2) / total);
+  }
+
+  const MipLevel& source_;
+  std::uint32_t width_;
+  bool isSRGB_;
+  bool weighsByAlpha_;
+  const TexelTables& tables_;
+};
+
+}  // namespace
+
+TexelTables::TexelTables() : sRGBFrom16(65536) {
+  for (std::size_t i = 0; i < 256; ++i) {
+    linearFromSRGB[i] = linearFromSRGB8(static_cast<std::uint8_t>(i));
+    unit[i] = static_cast<float>(i) / 255.0f;
+    linear16[i] = static_cast<std::uint16_t>(linearFromSRGB[i] * 65535.0f + 0.5f);
+  }
+  // Codes change half-way between two neighbours in the encoded scale.
+  std::size_t next = 0;
+  for (std::size_t code = 0; code < 256; ++code) {
+    const float upper = code == 255 ? 2.0f : ornolith::linearFromSRGB((static_cast<float>(code) + 0.5f) / 255.0f);
+    while (next < 65536 && static_cast<float>(next) < upper * 65535.0f) {
+      sRGBFrom16[next++] = static_cast<std::uint8_t>(code);
+    }
+  }
+}
+
+TexturePyramid::TexturePyramid(std::shared_ptr<const Image> image, bool isSRGB, bool hasTransparency,
+                               const TexelTables& tables)
+    : image_(std::move(image)), isSRGB_(isSRGB), isPremultiplied_(isSRGB && hasTransparency) {
+  levels_.push_back({image_->width, image_->height, image_->pixels.data()});
+  while (levels_.back().width > 1 || levels_.back().height > 1) {
+    const MipLevel source = levels_.back();
+    MipLevel level{std::max(source.width / 2, 1u), std::max(source.height / 2, 1u), nullptr};
+    std::vector<std::uint8_t>& texels = storage_.emplace_back(std::size_t{level.width} * level.height * 4);
+    const LevelHalver halver(source, level.width, isSRGB, isPremultiplied_, tables);
+    const std::size_t grain = std::max<std::size_t>(1, 16384 / level.width);
+    parallelFor(level.height, grain, [&](std::size_t row) {
+      halver.writeRow(static_cast<std::uint32_t>(row), texels.data() + row * level.width * 4);
+    });
+    level.texels = texels.data();
+    levels_.push_back(level);
+  }
+}
+
+}  // namespace ornolith::raster

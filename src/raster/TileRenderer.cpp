@@ -1,0 +1,181 @@
+#include "raster/TileRenderer.h"
+
+#include <algorithm>
+
+#include "imaging/Color.h"
+#include "raster/PixelMath.h"
+
+namespace ornolith::raster {
+
+void TileRenderer::render(const TileInputs& inputs, std::size_t tile, Image& image) {
+  begin(inputs, tile);
+  for (const PrimitiveChunk& chunk : inputs.chunks) {
+    chunk.forEachRecordOfTile(tile, [&](const PrimitiveRecord& record) {
+      if (!inputs.frame.items[record.item].isBlended) return drawOpaque(record);
+      if (!isBlending_) shadeOpaque();
+      drawBlended(record);
+    });
+  }
+  if (!isBlending_) shadeOpaque();
+  flushBatch();
+  resolve(image);
+}
+
+void TileRenderer::begin(const TileInputs& inputs, std::size_t tile) {
+  inputs_ = &inputs;
+  bounds_ = inputs.grid.bounds(tile);
+  visibility_.clear(inputs.projection.farthestDepth());
+  records_.clear();
+  batch_.count = 0;
+  isBlending_ = false;
+  const simd_float4 background = inputs.frame.description->background;
+  const float alpha = saturate(background.w);
+  color_[0].fill(background.x * alpha);
+  color_[1].fill(background.y * alpha);
+  color_[2].fill(background.z * alpha);
+  color_[3].fill(alpha);
+}
+
+void TileRenderer::drawOpaque(const PrimitiveRecord& record) {
+  const PreparedItem& item = inputs_->frame.items[record.item];
+  const auto number = static_cast<std::uint32_t>(records_.size());
+  const DepthRules rules{item.material->readsDepth, item.material->writesDepth};
+  if (record.kind == PrimitiveKind::triangle && !item.plan.dropsFragments()) {
+    if (drawTriangle(record, bounds_, rules, number, visibility_)) records_.push_back(&record);
+    return;
+  }
+  collectFragments(record, bounds_, rules.reads, visibility_, fragments_);
+  if (item.plan.dropsFragments()) dropTransparent(record, item);
+  if (fragments_.count == 0) return;
+  records_.push_back(&record);
+  for (std::uint32_t i = 0; i < fragments_.count; ++i) {
+    if (rules.writes) visibility_.depth[fragments_.pixel[i]] = fragments_.depth[i];
+    visibility_.primitive[fragments_.pixel[i]] = number;
+  }
+}
+
+void TileRenderer::shadeOpaque() {
+  // Sort the visible pixels by primitive; primitives stand in drawing order, so that this groups them by item as well.
+  runEnds_.assign(records_.size() + 1, 0);
+  const auto forEachVisible = [&](const auto& visit) {
+    for (std::int32_t y = 0; y < bounds_.height; ++y) {
+      for (std::int32_t x = 0; x < bounds_.width; ++x) {
+        const auto pixel = static_cast<std::uint16_t>(y * tileSide + x);
+        const std::uint32_t primitive = visibility_.primitive[pixel];
+        if (primitive != noPrimitive) visit(primitive, pixel);
+      }
+    }
+  };
+  forEachVisible([&](std::uint32_t primitive, std::uint16_t) { ++runEnds_[primitive + 1]; });
+  for (std::size_t i = 1; i < runEnds_.size(); ++i) runEnds_[i] += runEnds_[i - 1];
+  forEachVisible([&](std::uint32_t primitive, std::uint16_t pixel) { sortedPixels_[runEnds_[primitive]++] = pixel; });
+
+  std::uint32_t begin = 0;
+  for (std::size_t i = 0; i < records_.size(); ++i) {
+    const std::uint32_t end = runEnds_[i];
+    if (end > begin) appendToBatch(*records_[i], {sortedPixels_.data() + begin, end - begin});
+    begin = end;
+  }
+  flushBatch();
+  isBlending_ = true;
+}
+
+void TileRenderer::drawBlended(const PrimitiveRecord& record) {
+  const PreparedItem& item = inputs_->frame.items[record.item];
+  collectFragments(record, bounds_, item.material->readsDepth, visibility_, fragments_);
+  if (item.plan.dropsFragments()) dropTransparent(record, item);
+  if (fragments_.count == 0) return;
+  if (item.material->writesDepth) {
+    for (std::uint32_t i = 0; i < fragments_.count; ++i) {
+      visibility_.depth[fragments_.pixel[i]] = fragments_.depth[i];
+    }
+  }
+  appendToBatch(record, {fragments_.pixel.data(), fragments_.count});
+}
+
+void TileRenderer::dropTransparent(const PrimitiveRecord& record, const PreparedItem& item) {
+  if (fragments_.count == 0) return;
+  const PrimitiveAttributes attributes(inputs_->frame, inputs_->projection, record, bounds_);
+  const std::uint32_t count = fragments_.count;
+  std::uint32_t kept = 0;
+  for (std::uint32_t first = 0; first < count;) {
+    const auto size = std::min<std::uint32_t>(count - first, batchSize);
+    opacityBatch_.count = 0;
+    attributes.append({fragments_.pixel.data() + first, size}, opacityBatch_);
+    shadeOpacity(item.plan, inputs_->tables, scratch_, opacityBatch_);
+    for (std::uint32_t i = 0; i < size; ++i) {
+      if (!(opacityBatch_.result.w[i] >= item.plan.cutoff)) continue;
+      fragments_.pixel[kept] = fragments_.pixel[first + i];
+      fragments_.depth[kept++] = fragments_.depth[first + i];
+    }
+    first += size;
+  }
+  fragments_.count = kept;
+}
+
+void TileRenderer::appendToBatch(const PrimitiveRecord& record, std::span<const std::uint16_t> pixels) {
+  if (batch_.count > 0 && batchItem_ != record.item) flushBatch();
+  batchItem_ = record.item;
+  const PrimitiveAttributes attributes(inputs_->frame, inputs_->projection, record, bounds_);
+  while (!pixels.empty()) {
+    if (batch_.count == batchSize) flushBatch();
+    const std::size_t size = std::min(pixels.size(), batchSize - batch_.count);
+    attributes.append(pixels.first(size), batch_);
+    pixels = pixels.subspan(size);
+  }
+}
+
+void TileRenderer::flushBatch() {
+  if (batch_.count == 0) return;
+  const PreparedItem& item = inputs_->frame.items[batchItem_];
+  shadeBatch(item.plan, inputs_->lights, inputs_->tables, scratch_, batch_);
+  isBlending_ ? blendOver(item) : storeOpaque(item);
+  batch_.count = 0;
+}
+
+void TileRenderer::storeOpaque(const PreparedItem& item) {
+  const bool keepsAlpha = item.material->blendMode == device::BlendMode::replace;
+  for (std::size_t i = 0; i < batch_.count; ++i) {
+    const std::size_t pixel = batch_.pixel[i];
+    const float alpha = keepsAlpha ? batch_.result.w[i] : 1.0f;
+    color_[0][pixel] = batch_.result.x[i] * alpha;
+    color_[1][pixel] = batch_.result.y[i] * alpha;
+    color_[2][pixel] = batch_.result.z[i] * alpha;
+    color_[3][pixel] = alpha;
+  }
+}
+
+void TileRenderer::blendOver(const PreparedItem& item) {
+  const device::BlendMode mode = item.material->blendMode;
+  for (std::size_t i = 0; i < batch_.count; ++i) {
+    const std::size_t pixel = batch_.pixel[i];
+    const float alpha = batch_.result.w[i];
+    const float keepColor = mode == device::BlendMode::add     ? 1.0f
+                            : mode == device::BlendMode::alpha ? 1.0f - alpha
+                                                               : 0.0f;
+    // Light that is added covers as much of what is behind as its opacity says.
+    const float keepAlpha = mode == device::BlendMode::replace ? 0.0f : 1.0f - alpha;
+    color_[0][pixel] = batch_.result.x[i] * alpha + color_[0][pixel] * keepColor;
+    color_[1][pixel] = batch_.result.y[i] * alpha + color_[1][pixel] * keepColor;
+    color_[2][pixel] = batch_.result.z[i] * alpha + color_[2][pixel] * keepColor;
+    color_[3][pixel] = alpha + color_[3][pixel] * keepAlpha;
+  }
+}
+
+void TileRenderer::resolve(Image& image) const {
+  for (std::int32_t y = 0; y < bounds_.height; ++y) {
+    std::uint8_t* out = image.pixels.data() + static_cast<std::size_t>(bounds_.y + y) * image.rowBytes() +
+                        static_cast<std::size_t>(bounds_.x) * 4;
+    for (std::int32_t x = 0; x < bounds_.width; ++x, out += 4) {
+      const auto pixel = static_cast<std::size_t>(y * tileSide + x);
+      const float alpha = saturate(color_[3][pixel]);
+      const float scale = alpha > 0.0f ? 1.0f / alpha : 0.0f;
+      out[0] = sRGB8FromLinear(color_[0][pixel] * scale);
+      out[1] = sRGB8FromLinear(color_[1][pixel] * scale);
+      out[2] = sRGB8FromLinear(color_[2][pixel] * scale);
+      out[3] = static_cast<std::uint8_t>(alpha * 255.0f + 0.5f);
+    }
+  }
+}
+
+}  // namespace ornolith::raster

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "imaging/Image.h"
+#include "raster/Coverage.h"
+#include "raster/FragmentBatch.h"
+#include "raster/Interpolation.h"
+#include "raster/PrimitiveChunk.h"
+#include "raster/Shading.h"
+
+namespace ornolith::raster {
+
+/// What every tile of a frame is drawn from.
+struct TileInputs {
+  const PreparedFrame& frame;
+  const Projection& projection;
+  const TileGrid& grid;
+  std::span<const PrimitiveChunk> chunks;
+  const LightRig& lights;
+  const TexelTables& tables;
+};
+
+/// Draws one tile after another; its memory is kept. Per tile: the opaque primitives into a visibility buffer, then the
+/// visible pixels shaded item by item, then the blended primitives over them in order, then the pixels encoded.
+class TileRenderer {
+ public:
+  void render(const TileInputs& inputs, std::size_t tile, Image& image);
+
+ private:
+  void begin(const TileInputs& inputs, std::size_t tile);
+  void drawOpaque(const PrimitiveRecord& record);
+  void shadeOpaque();
+  void drawBlended(const PrimitiveRecord& record);
+  void dropTransparent(const PrimitiveRecord& record, const PreparedItem& item);
+  void appendToBatch(const PrimitiveRecord& record, std::span<const std::uint16_t> pixels);
+  void flushBatch();
+  void storeOpaque(const PreparedItem& item);
+  void blendOver(const PreparedItem& item);
+  void resolve(Image& image) const;
+
+  const TileInputs* inputs_ = nullptr;
+  TileBounds bounds_{};
+  VisibilityBuffer visibility_;
+  std::vector<const PrimitiveRecord*> records_;  ///< The opaque ones; the visibility buffer holds indices into it.
+  std::vector<std::uint32_t> runEnds_;
+  std::array<std::uint16_t, tilePixels> sortedPixels_;
+  FragmentList fragments_;
+  FragmentBatch batch_;
+  FragmentBatch opacityBatch_;
+  ShadingScratch scratch_;
+  std::uint32_t batchItem_ = 0;
+  bool isBlending_ = false;
+  /// Linear light multiplied by alpha, and alpha.
+  alignas(64) std::array<std::array<float, tilePixels>, 4> color_;
+};
+
+}  // namespace ornolith::raster
