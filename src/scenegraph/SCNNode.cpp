@@ -377,6 +377,7 @@ simd_float4x4 SCNNode::simdConvertTransformToNode(const simd_float4x4& transform
 std::optional<SCNBoundingBox> SCNNode::boundingBox() const {
   std::optional<SCNBoundingBox> box;
   if (geometry && geometry->hasExtent()) box = geometry->boundingBox();
+  if (firstChild_ == nullptr) return box;
   // The matrices from each node on the way down into this node's space.
   std::vector<SCNMatrix4> path{SCNMatrix4{}};
   const SCNNode* node = firstChild_;
