@@ -20,7 +20,7 @@ namespace ornolith {
 // surrogates, nesting up to a fixed depth, and every number must be one that a double can hold. Of a repeated key the
 // first counts.
 
-/// How deep lists and objects may be nested, in reading and in writing.
+/// How deep lists and objects may be nested, in reading and in writing; one that is empty does not count.
 inline constexpr std::size_t maximumJSONDepth = 512;
 
 namespace json_error {

@@ -49,22 +49,24 @@ class FaultFinder {
       leave(expected);
       return {};
     }
+    if (closers_.size() > maximumJSONDepth) {
+      return "Lists and objects may be nested at most " + std::to_string(maximumJSONDepth) + " deep.";
+    }
     if (expected == Expected::key || expected == Expected::keyOrEnd) return readKey(expected);
-    if (c == '[' || c == '{') return enter(expected);
+    if (c == '[' || c == '{') {
+      enter(expected);
+      return {};
+    }
     expected = afterValue();
     if (c == '"') return readString();
     if (c == '-' || std::isdigit(static_cast<unsigned char>(c)) != 0) return readNumber();
     return readWord();
   }
 
-  Fault enter(Expected& expected) {
-    if (closers_.size() == maximumJSONDepth) {
-      return "Lists and objects may be nested at most " + std::to_string(maximumJSONDepth) + " deep.";
-    }
+  void enter(Expected& expected) {
     const bool isList = text_[at_++] == '[';
     closers_.push_back(isList ? ']' : '}');
     expected = isList ? Expected::valueOrEnd : Expected::keyOrEnd;
-    return {};
   }
 
   void leave(Expected& expected) {

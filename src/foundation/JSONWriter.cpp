@@ -144,12 +144,12 @@ class Writer {
   }
 
   void open(char bracket) {
-    if (depth_ == maximumJSONDepth) throw unwritable("The value is nested too deep to be written as JSON.");
     ++depth_;
     text_ += bracket;
   }
 
   void beginEntry(bool isFirst) {
+    if (depth_ > maximumJSONDepth) throw unwritable("The value is nested too deep to be written as JSON.");
     if (!isFirst) text_ += ',';
     if (isPretty_) breakLine();
   }
