@@ -1,8 +1,8 @@
 #pragma once
 
-#include <exception>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "foundation/FileURL.h"
 
@@ -14,7 +14,7 @@ class SecurityScope {
  public:
   virtual ~SecurityScope() = default;
   /// True where access was started, which must then be ended.
-  virtual bool startAccessingSecurityScopedResource(const FileURL& /*url*/) { return false; }
+  virtual bool startAccessingSecurityScopedResource(const FileURL& /*url*/) noexcept { return false; }
   virtual void stopAccessingSecurityScopedResource(const FileURL& /*url*/) noexcept {}
 };
 
