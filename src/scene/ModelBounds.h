@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <span>
 
 #include "scenegraph/SCNNode.h"
@@ -15,8 +14,6 @@ struct ModelBounds {
   bool operator==(const ModelBounds&) const = default;
 };
 
-inline constexpr std::size_t nestedBoxLimit = 1U << 20U;
-
 /// The one definition of extent: the box, in the space of `reference` (world space where it is null), of the bounding
 /// boxes of all nodes with geometry among `nodes` and below them. Nodes without a parent, and what hangs below them,
 /// count as nothing; unless `includesHiddenNodes`, so do nodes that are hidden or below a hidden node. A node's
@@ -27,9 +24,8 @@ inline constexpr std::size_t nestedBoxLimit = 1U << 20U;
 /// With no geometry the centre is zero and the extent one on every axis. Where nothing has a position in 32-bit range
 /// the extent is negative and, in 32-bit floats, not finite.
 ///
-/// The time is linear in the nodes where few nodes with geometry are nested. Where the subtrees below nested geometry
-/// add up to more than `nestedBoxLimit` nodes, the outermost of them count by the boxes of the geometries below them,
-/// each mapped by itself: all geometry is still inside, and a file of any shape is measured in bounded time.
+/// The time is linear in the nodes; `geometryNodeBounds` tells where the boxes of deeply nested geometry are not the
+/// tightest.
 ModelBounds modelBounds(std::span<const SCNNode::Pointer> nodes, const SCNNode* reference, bool includesHiddenNodes);
 
 }  // namespace ornolith

@@ -117,7 +117,7 @@ void SceneController::load(const FileURL& url, const std::vector<FileURL>& asset
 void SceneController::loadFbxFallback(const FbxFallbackLoadResult& result, const FileURL& modelURL,
                                       const std::vector<FileURL>& assetDirectories) {
   prepareForLoad();
-  installModelInstance(makeInstance(modelURL, assetDirectories, ModelFormat::fbx), LoadedScene::from(result), true);
+  addModelInstance(makeInstance(modelURL, assetDirectories, ModelFormat::fbx), result, true);
 }
 
 void SceneController::prepareForLoad() {
@@ -163,6 +163,13 @@ LoadedModelSummary SceneController::addModelInstance(const ViewportModelInstance
   stopAnimation();
   return installModelInstance(instance, loadScene(instance, resolvedModelURL(instance.modelPath)),
                               resetCameraAfterLoad);
+}
+
+LoadedModelSummary SceneController::addModelInstance(const ViewportModelInstance& instance,
+                                                     const FbxFallbackLoadResult& result, bool resetCameraAfterLoad) {
+  requireOwningThread();
+  stopAnimation();
+  return installModelInstance(instance, LoadedScene::from(result), resetCameraAfterLoad);
 }
 
 SceneController::LoadedScene SceneController::loadScene(const ViewportModelInstance& instance,

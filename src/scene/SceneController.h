@@ -80,6 +80,9 @@ class SceneController {
   /// Throws the error of the reader that was tried last, with nothing but a running animation changed. A second
   /// instance of the same id takes the entry over, while the root of the first stays in the tree.
   LoadedModelSummary addModelInstance(const ViewportModelInstance& instance, bool resetCameraAfterLoad);
+  /// The same with a finished result of the FBX loader in place of the instance's file; throws nothing.
+  LoadedModelSummary addModelInstance(const ViewportModelInstance& instance, const FbxFallbackLoadResult& result,
+                                      bool resetCameraAfterLoad);
   /// Stops whatever plays. Geometry stays as the last tick left it.
   void stopAnimation();
 

@@ -1,0 +1,51 @@
+#include <gtest/gtest.h>
+
+#include "loaders/SceneLoadError.h"
+#include "loaders/SceneLoaders.h"
+
+namespace ornolith {
+namespace {
+
+template <typename Call>
+std::string failureOf(const Call& call) {
+  try {
+    call();
+  } catch (const SceneLoadError& error) {
+    return error.errorDescription();
+  }
+  return "nothing was thrown";
+}
+
+TEST(SceneLoadError, NamesAnUnsupportedMeshFormatInCapitals) {
+  const SceneLoadError error(scene_load_error::UnsupportedModelIOFormat{ModelFormat::ply});
+  EXPECT_EQ(error.errorDescription(), "PLY kann auf diesem System nicht über ModelIO importiert werden.");
+}
+
+TEST(SceneLoadError, NamesAFileThatGaveNothing) {
+  const SceneLoadError error(scene_load_error::EmptyModelIOScene{FileURL("/tmp/models/leer.ply")});
+  EXPECT_EQ(error.errorDescription(), "leer.ply wurde gelesen, enthält aber keine darstellbare 3D-Geometrie.");
+}
+
+TEST(SceneLoadError, CasesCompareByTheirPayload) {
+  EXPECT_EQ(SceneLoadError(scene_load_error::NoReader{ModelFormat::obj}),
+            SceneLoadError(scene_load_error::NoReader{ModelFormat::obj}));
+  EXPECT_FALSE(SceneLoadError(scene_load_error::NoReader{ModelFormat::obj}) ==
+               SceneLoadError(scene_load_error::NoReader{ModelFormat::dae}));
+}
+
+TEST(SceneLoaders, FormatsWithoutAReaderEndInASentenceThatNamesTheFormat) {
+  EXPECT_EQ(failureOf([] { loadSceneKitScene(FileURL("/tmp/a.OBJ"), {}); }), "This build cannot read OBJ files.");
+  EXPECT_EQ(failureOf([] { loadSceneKitScene(FileURL("/tmp/a.usdz"), {}); }), "This build cannot read USDZ files.");
+  EXPECT_EQ(failureOf([] { loadModelIOScene(FileURL("/tmp/a.stl"), ModelFormat::stl); }),
+            "This build cannot read STL files.");
+  EXPECT_EQ(failureOf([] { GLTFSceneLoader::loadScene(FileURL("/tmp/a.glb"), {}, ModelFormat::glb); }),
+            "This build cannot read GLB files.");
+}
+
+TEST(SceneLoaders, TheMeshReaderRefusesAFormatThatIsNotItsOwn) {
+  EXPECT_EQ(failureOf([] { loadModelIOScene(FileURL("/tmp/a.fbx"), ModelFormat::fbx); }),
+            "FBX kann auf diesem System nicht über ModelIO importiert werden.");
+}
+
+}  // namespace
+}  // namespace ornolith
