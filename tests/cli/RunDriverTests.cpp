@@ -110,7 +110,7 @@ TEST(Usage, HasNoNewlineAtItsEndAndItsOddLine) {
   EXPECT_THAT(std::string(usage), testing::EndsWith("\n  --help                       Show this help."));
   EXPECT_THAT(std::string(usage),
               testing::HasSubstr("\n  --contact-arrangement <mode>  grid or strip. Default: grid.\n"));
-  EXPECT_EQ(std::ranges::count(usage, '\n'), 31);
+  EXPECT_EQ(std::ranges::count(usage, '\n'), 29);
 }
 
 }  // namespace
