@@ -23,12 +23,32 @@ double insideOf(std::size_t plane, const ClipPoint& point, double zNear) noexcep
   }
 }
 
-/// The point of the plane on the way from a point inside to one outside.
-ClipPoint crossing(const ClipPoint& inside, double insideBy, const ClipPoint& outside, double outsideBy) noexcept {
-  const double t = insideBy / (insideBy - outsideBy);
+/// The point of the plane on the way from a point inside to one outside. It is put exactly onto the plane, which the
+/// interpolation alone would miss by far where the ends are huge.
+ClipPoint crossing(std::size_t plane, double zNear, const ClipPoint& inside, const ClipPoint& outside) noexcept {
+  const double insideBy = insideOf(plane, inside, zNear);
+  const double t = insideBy / (insideBy - insideOf(plane, outside, zNear));
   const auto between = [t](double a, double b) { return a + (b - a) * t; };
-  return {between(inside.x, outside.x), between(inside.y, outside.y), between(inside.w, outside.w),
-          between(inside.distance, outside.distance)};
+  ClipPoint point{between(inside.x, outside.x), between(inside.y, outside.y), between(inside.w, outside.w),
+                  between(inside.distance, outside.distance)};
+  switch (plane) {
+    case 0:
+      point.distance = zNear;
+      break;
+    case 1:
+      point.x = -guardBand * point.w;
+      break;
+    case 2:
+      point.x = guardBand * point.w;
+      break;
+    case 3:
+      point.y = -guardBand * point.w;
+      break;
+    default:
+      point.y = guardBand * point.w;
+      break;
+  }
+  return point;
 }
 
 void clipToPlane(std::size_t plane, double zNear, ClipPolygon& polygon) noexcept {
@@ -40,7 +60,7 @@ void clipToPlane(std::size_t plane, double zNear, ClipPolygon& polygon) noexcept
     const double toBy = insideOf(plane, to, zNear);
     if (fromBy >= 0) result.points[result.count++] = from;
     if ((fromBy >= 0) == (toBy >= 0) || result.count == result.points.size()) continue;
-    result.points[result.count++] = fromBy >= 0 ? crossing(from, fromBy, to, toBy) : crossing(to, toBy, from, fromBy);
+    result.points[result.count++] = fromBy >= 0 ? crossing(plane, zNear, from, to) : crossing(plane, zNear, to, from);
     // Rounding can make a polygon slightly concave, which could cost more corners than a convex one has.
     if (result.count == result.points.size()) break;
   }
@@ -65,8 +85,8 @@ bool clipLine(ClipPoint& a, ClipPoint& b, double zNear) noexcept {
     const double aBy = insideOf(plane, a, zNear);
     const double bBy = insideOf(plane, b, zNear);
     if (aBy < 0 && bBy < 0) return false;
-    if (aBy < 0) a = crossing(b, bBy, a, aBy);
-    if (bBy < 0) b = crossing(a, aBy, b, bBy);
+    if (aBy < 0) a = crossing(plane, zNear, b, a);
+    if (bBy < 0) b = crossing(plane, zNear, a, b);
   }
   return true;
 }

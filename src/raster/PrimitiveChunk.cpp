@@ -145,6 +145,7 @@ class SegmentSetup {
   void addTriangleEdges(std::uint32_t primitive, const std::array<ScreenVertex, 3>& vertices, bool isRegular) {
     const std::uint32_t* corner = item_.item->indices + std::size_t{primitive} * 3;
     const std::array<ClipPoint, 3> points{clipPoint(corner[0]), clipPoint(corner[1]), clipPoint(corner[2])};
+    if (!points[0].isFinite() || !points[1].isFinite() || !points[2].isFinite()) return;
     // The determinant of the homogeneous corners tells the facing even where some are behind the camera.
     const double volume = points[0].x * (points[1].y * points[2].w - points[2].y * points[1].w) -
                           points[0].y * (points[1].x * points[2].w - points[2].x * points[1].w) +
