@@ -75,8 +75,7 @@ BENCHMARK(texturedSphere)->Unit(benchmark::kMillisecond)->UseRealTime();
 void fullScreen(benchmark::State& state) {
   FrameBuilder scene(1024, 1024);
   scene.frame.directionalLights.push_back(keyLight());
-  scene.add(quad(-3, -3, 3, 3, -2),
-            FrameBuilder::litMaterial(device::LightingModel::blinn, {0.5f, 0.5f, 0.5f, 1}));
+  scene.add(quad(-3, -3, 3, 3, -2), FrameBuilder::litMaterial(device::LightingModel::blinn, {0.5f, 0.5f, 0.5f, 1}));
   report(state, scene);
 }
 BENCHMARK(fullScreen)->Unit(benchmark::kMillisecond)->UseRealTime();

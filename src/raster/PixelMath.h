@@ -36,7 +36,7 @@ inline float fastExp2(float x) noexcept {
 }
 
 /// base^exponent for a base in 0..1 and an exponent of 0 to 1024: within 4e-7 * (2 + exponent * |log2(base)|) relative
-/// error; 0 where the base is below 1e-30 or not a number.
+/// error, and at least 2^-126; 0 where the base is below 1e-30 or not a number.
 inline float fastPow(float base, float exponent) noexcept {
   return base > 1e-30f ? fastExp2(exponent * fastLog2(base)) : 0.0f;
 }

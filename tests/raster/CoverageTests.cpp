@@ -47,7 +47,8 @@ bool coversExactly(const std::array<std::int64_t, 3>& x, const std::array<std::i
 }
 
 TEST(Coverage, FollowsTheTopLeftRule) {
-  // The lower right half of a square whose sides pass through pixel centres: left and top belong, right and bottom do not.
+  // The lower right half of a square whose sides pass through pixel centres: left and top belong, right and bottom do
+  // not.
   FrameBuilder scene(8, 8);
   scene.pixelUnits();
   scene.add(quad(-2.5f, -2.5f, 1.5f, 1.5f, -1), FrameBuilder::constantMaterial(white));
@@ -145,7 +146,7 @@ TEST(Coverage, OfAClosedMeshIsEvenEverywhere) {
 TEST(Coverage, HasNoGapsThroughTheNearPlane) {
   // The camera stands inside of a closed sphere: every pixel is covered exactly once, whatever is cut.
   FrameBuilder scene(160, 120);
-  scene.frame.camera.zNear = 0.4;
+  scene.frame.camera.zNear = 0.25;
   MeshData ball = sphere({0.1f, -0.05f, 0.2f}, 0.9f, 40, 40);
   scene.add(ball, countingMaterial(), true);
   const Image image = scene.render();
@@ -185,8 +186,7 @@ TEST(Culling, LeavesOutTheBacksOfSingleSidedFaces) {
         item.isMirrored = isMirrored;
         if (isMirrored) item.worldMatrix.columns[0].x = -1;
         // Mirrored, the triangle's winding on the screen flips, and with it what counts as its front.
-        EXPECT_EQ(coveredPixels(scene.render()) > 0, isDoubleSided || !isBack)
-            << isDoubleSided << isMirrored << isBack;
+        EXPECT_EQ(coveredPixels(scene.render()) > 0, isDoubleSided || !isBack) << isDoubleSided << isMirrored << isBack;
       }
     }
   }
@@ -266,9 +266,10 @@ TEST(Garbage, InMatricesDrawsNothingOrSomethingDefined) {
   for (const double value : {0.0, 1e300, -1e300, nan, std::numeric_limits<double>::infinity()}) {
     FrameBuilder scene(16, 16);
     scene.add(quad(-1, -1, 1, 1, -2), FrameBuilder::litMaterial(device::LightingModel::physicallyBased, white))
-        .worldMatrix.columns[0].x = value;
-    scene.add(quad(-1, -1, 1, 1, -2), FrameBuilder::litMaterial(device::LightingModel::blinn, white))
-        .worldMatrix = simd_double4x4{{simd_double4{}, simd_double4{}, simd_double4{}, simd_double4{value, 0, 0, value}}};
+        .worldMatrix.columns[0]
+        .x = value;
+    scene.add(quad(-1, -1, 1, 1, -2), FrameBuilder::litMaterial(device::LightingModel::blinn, white)).worldMatrix =
+        simd_double4x4{{simd_double4{}, simd_double4{}, simd_double4{}, simd_double4{value, 0, 0, value}}};
     EXPECT_EQ(scene.render().pixels.size(), 16u * 16u * 4u);
     scene.frame.camera.viewMatrix.columns[2].z = value;
     EXPECT_EQ(scene.render().pixels.size(), 16u * 16u * 4u);

@@ -124,7 +124,8 @@ inline MeshData sphere(simd_float3 center, float radius, std::uint32_t rings, st
       const auto x = static_cast<float>(std::sin(theta) * std::sin(phi));
       const auto y = static_cast<float>(std::cos(theta));
       const auto z = static_cast<float>(std::sin(theta) * std::cos(phi));
-      mesh.positions.insert(mesh.positions.end(), {center.x + radius * x, center.y + radius * y, center.z + radius * z});
+      mesh.positions.insert(mesh.positions.end(),
+                            {center.x + radius * x, center.y + radius * y, center.z + radius * z});
       mesh.normals.insert(mesh.normals.end(), {x, y, z});
       mesh.texcoords.insert(mesh.texcoords.end(), {static_cast<float>(segment) / static_cast<float>(segments),
                                                    static_cast<float>(ring) / static_cast<float>(rings)});

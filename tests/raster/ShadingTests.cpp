@@ -18,12 +18,9 @@ double encode(double linear) {
   return 255.0 * (v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1 / 2.4) - 0.055);
 }
 
-struct Reference {
-  simd_double3 normal, view, light;
-};
-
-/// Rotates the quad so that normals, light and view all differ: normals are given per vertex, the same for all.
-FrameBuilder litQuad(device::Material material, simd_float3 normal, simd_float3 lightDirection, simd_float3 lightColor) {
+/// A quad that fills the picture, with the same normal everywhere and one light.
+FrameBuilder litQuad(device::Material material, simd_float3 normal, simd_float3 lightDirection,
+                     simd_float3 lightColor) {
   FrameBuilder scene(64, 64);
   const float size = length(normal);
   MeshData mesh = quad(-8, -8, 8, 8, -2);
@@ -37,7 +34,9 @@ FrameBuilder litQuad(device::Material material, simd_float3 normal, simd_float3 
   return scene;
 }
 
-simd_double3 unit(simd_double3 v) { return v / length(v); }
+simd_double3 unit(simd_double3 v) {
+  return v / length(v);
+}
 
 simd_double3 viewAt(std::uint32_t x, std::uint32_t y) {
   return unit({-(x + 0.5 - 32) / 32.0, (y + 0.5 - 32) / 32.0, 1.0});
@@ -92,8 +91,7 @@ TEST(Shading, OfTheDefaultModelFollowsLambertAndBlinn) {
 double ggx(double nl, double nv, double nh, double vh, double roughness, double f0) {
   const double a = roughness * roughness, a2 = a * a;
   const double d = a2 / (pi * std::pow(nh * nh * (a2 - 1) + 1, 2));
-  const double visibility =
-      0.5 / (nl * std::sqrt(nv * nv * (1 - a2) + a2) + nv * std::sqrt(nl * nl * (1 - a2) + a2));
+  const double visibility = 0.5 / (nl * std::sqrt(nv * nv * (1 - a2) + a2) + nv * std::sqrt(nl * nl * (1 - a2) + a2));
   return pi * d * visibility * (f0 + (1 - f0) * std::pow(1 - vh, 5)) * nl;
 }
 
@@ -151,7 +149,11 @@ TEST(Shading, OfARoughWhiteMetalReturnsNoMoreLightThanItGets) {
       }
     }
     EXPECT_LT(sum, 1.02) << roughness;
-    EXPECT_GT(sum, 0.4) << roughness;
+    EXPECT_GT(sum, 0.3) << roughness;
+    // At roughness 1 and a view along the normal the lobe is NL / (2 pi (1 + NL)), which integrates to 1 - ln 2.
+    if (roughness == 1.0) {
+      EXPECT_NEAR(sum, 1 - std::log(2.0), 0.005);
+    }
   }
 }
 
@@ -187,8 +189,7 @@ TEST(Shading, TakesTheFacetsNormalWhereVerticesHaveNone) {
         std::swap(mesh.indices[1], mesh.indices[2]);
         std::swap(mesh.indices[4], mesh.indices[5]);
       }
-      device::DrawItem& item =
-          scene.add(mesh, FrameBuilder::litMaterial(device::LightingModel::lambert, {1, 1, 1, 1}));
+      device::DrawItem& item = scene.add(mesh, FrameBuilder::litMaterial(device::LightingModel::lambert, {1, 1, 1, 1}));
       item.isMirrored = isMirrored;
       scene.frame.directionalLights.push_back({{0, 0, -1}, {0.5f, 0.5f, 0.5f}});
       if (isMirrored) continue;

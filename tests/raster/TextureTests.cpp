@@ -1,0 +1,273 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "foundation/Parallel.h"
+#include "imaging/Color.h"
+#include "raster/FrameBuilder.h"
+#include "raster/TexturePyramid.h"
+#include "raster/TextureSampler.h"
+
+namespace ornolith {
+namespace {
+
+using namespace test;
+using namespace raster;
+
+Image checker(std::uint32_t side, std::uint32_t cell) {
+  Image image = solidImage(side, side, {255, 255, 255, 255});
+  for (std::uint32_t y = 0; y < side; ++y) {
+    for (std::uint32_t x = 0; x < side; ++x) {
+      if ((x / cell + y / cell) % 2 == 0) continue;
+      for (std::size_t c = 0; c < 3; ++c) image.pixels[y * image.rowBytes() + x * 4 + c] = 0;
+    }
+  }
+  return image;
+}
+
+TexturePyramid pyramidOf(Image image, bool isSRGB, bool hasTransparency = false) {
+  static const TexelTables tables;
+  return {std::make_shared<const Image>(std::move(image)), isSRGB, hasTransparency, tables};
+}
+
+TEST(TexturePyramid, AveragesColorInLinearLight) {
+  const TexturePyramid pyramid = pyramidOf(checker(16, 1), true);
+  ASSERT_EQ(pyramid.levels().size(), 5u);
+  for (std::size_t level = 1; level < 5; ++level) {
+    EXPECT_EQ(pyramid.levels()[level].width, 16u >> level);
+    EXPECT_EQ(int{pyramid.levels()[level].texels[0]}, 188);
+    EXPECT_EQ(int{pyramid.levels()[level].texels[3]}, 255);
+  }
+}
+
+TEST(TexturePyramid, AveragesDataAsItStands) {
+  EXPECT_EQ(int{pyramidOf(checker(4, 1), false).levels().back().texels[0]}, 128);
+}
+
+TEST(TexturePyramid, WeighsColorByAlpha) {
+  Image image = solidImage(2, 2, {0, 255, 0, 0});
+  image.pixels[0] = 255;
+  image.pixels[1] = 0;
+  image.pixels[3] = 255;
+  const TexturePyramid pyramid = pyramidOf(image, true, true);
+  const std::uint8_t* texel = pyramid.levels()[1].texels;
+  EXPECT_EQ(int{texel[0]}, 255);
+  EXPECT_EQ(int{texel[1]}, 0);
+  EXPECT_EQ(int{texel[3]}, 64);
+}
+
+TEST(TexturePyramid, KeepsTheMeanOfOddSides) {
+  // A ramp over 3, 5 and 7 texels keeps its mean at every level.
+  for (const std::uint32_t side : {3u, 5u, 7u, 13u}) {
+    Image image = solidImage(side, 1, {0, 0, 0, 255});
+    double mean = 0;
+    for (std::uint32_t x = 0; x < side; ++x) {
+      image.pixels[x * 4] = static_cast<std::uint8_t>(x * 16);
+      mean += x * 16.0 / side;
+    }
+    EXPECT_NEAR(pyramidOf(image, false).levels().back().texels[0], mean, 1.5) << side;
+  }
+}
+
+TEST(TexturePyramid, IsTheSameOnAnyNumberOfThreads) {
+  const Image image = checker(301, 3);
+  std::vector<std::vector<std::uint8_t>> results;
+  for (const std::size_t threads : {1u, 2u, 16u}) {
+    withThreadLimit(threads, [&] {
+      const TexturePyramid pyramid = pyramidOf(image, true);
+      std::vector<std::uint8_t>& bytes = results.emplace_back();
+      for (std::size_t l = 1; l < pyramid.levels().size(); ++l) {
+        const MipLevel& level = pyramid.levels()[l];
+        bytes.insert(bytes.end(), level.texels, level.texels + std::size_t{level.width} * level.height * 4);
+      }
+    });
+  }
+  EXPECT_EQ(results[0], results[1]);
+  EXPECT_EQ(results[0], results[2]);
+}
+
+simd_float4 sampleAt(const TexturePyramid& pyramid, device::WrapMode wrap, float u, float v) {
+  static const TexelTables tables;
+  return sampleTexture(pyramid, tables, wrap, wrap, {u, v, 0, 0, 0, 0});
+}
+
+TEST(TextureSampler, WrapsClampsAndMirrors) {
+  Image image = solidImage(4, 1, {0, 0, 0, 255});
+  for (std::uint32_t x = 0; x < 4; ++x) image.pixels[x * 4] = static_cast<std::uint8_t>(x * 85);
+  const TexturePyramid pyramid = pyramidOf(image, false);
+  const auto at = [&](device::WrapMode wrap, float u) { return sampleAt(pyramid, wrap, u, 0.5f).x * 3; };
+  using device::WrapMode;
+  for (int texel = 0; texel < 4; ++texel) {
+    const float center = (static_cast<float>(texel) + 0.5f) / 4;
+    const auto value = static_cast<float>(texel);
+    for (const WrapMode wrap : {WrapMode::clamp, WrapMode::repeat, WrapMode::mirror})
+      EXPECT_NEAR(at(wrap, center), value, 1e-5);
+    EXPECT_NEAR(at(WrapMode::repeat, center - 3), value, 1e-5);
+    EXPECT_NEAR(at(WrapMode::repeat, center + 5), value, 1e-5);
+    EXPECT_NEAR(at(WrapMode::mirror, -center), value, 1e-5);
+    EXPECT_NEAR(at(WrapMode::mirror, 2 - center), value, 1e-5);
+    EXPECT_NEAR(at(WrapMode::mirror, 4 + center), value, 1e-5);
+  }
+  EXPECT_NEAR(at(WrapMode::clamp, -7), 0, 1e-6);
+  EXPECT_NEAR(at(WrapMode::clamp, 7), 3, 1e-6);
+  EXPECT_NEAR(at(WrapMode::repeat, 0), 1.5, 1e-5);  // Between the last and the first.
+  EXPECT_NEAR(at(WrapMode::mirror, 0), 0, 1e-6);
+  EXPECT_NEAR(at(WrapMode::clamp, 0.5f), 1.5, 1e-5);
+}
+
+TEST(TextureSampler, GivesADefinedTexelForAnyCoordinates) {
+  const TexturePyramid pyramid = pyramidOf(checker(8, 1), true);
+  static const TexelTables tables;
+  const float bad[] = {std::numeric_limits<float>::quiet_NaN(),
+                       std::numeric_limits<float>::infinity(),
+                       -std::numeric_limits<float>::infinity(),
+                       1e30f,
+                       -1e30f,
+                       1e-40f,
+                       16777217.0f};
+  for (const auto wrap : {device::WrapMode::clamp, device::WrapMode::repeat, device::WrapMode::mirror}) {
+    for (const float a : bad) {
+      for (const float b : bad) {
+        for (const TextureFootprint& footprint :
+             {TextureFootprint{a, b, 0, 0, 0, 0}, TextureFootprint{0.5f, 0.5f, a, b, b, a},
+              TextureFootprint{a, a, b, b, a, a}}) {
+          const simd_float4 texel = sampleTexture(pyramid, tables, wrap, wrap, footprint);
+          ASSERT_TRUE(texel.x >= 0 && texel.x <= 1.0001f) << a << " " << b;
+        }
+      }
+    }
+  }
+}
+
+TEST(TextureSampler, ReadsTheSmallestLevelForAWholeTextureInAPixel) {
+  const TexturePyramid pyramid = pyramidOf(checker(64, 1), true);
+  static const TexelTables tables;
+  const simd_float4 texel =
+      sampleTexture(pyramid, tables, device::WrapMode::repeat, device::WrapMode::repeat, {0.3f, 0.7f, 1, 0, 0, 1});
+  EXPECT_NEAR(texel.x, linearFromSRGB8(188), 1e-5);
+}
+
+TEST(TextureSampler, ResolvesTheShortAxisOfALongFootprint) {
+  // Vertical stripes 8 texels wide, seen with a footprint of 8 texels along the stripes and 1 across: the stripe stays
+  // pure.
+  Image stripes = solidImage(64, 64, {255, 255, 255, 255});
+  for (std::uint32_t y = 0; y < 64; ++y) {
+    for (std::uint32_t x = 0; x < 64; ++x) {
+      if (x / 8 % 2 == 1) stripes.pixels[y * stripes.rowBytes() + x * 4] = 0;
+    }
+  }
+  const TexturePyramid pyramid = pyramidOf(stripes, false);
+  static const TexelTables tables;
+  for (const bool isSwapped : {false, true}) {
+    TextureFootprint footprint{4.0f / 64, 0.5f, 1.0f / 64, 0, 0, 8.0f / 64};
+    if (isSwapped) footprint = {4.0f / 64, 0.5f, 0, 8.0f / 64, 1.0f / 64, 0};
+    EXPECT_NEAR(sampleTexture(pyramid, tables, device::WrapMode::repeat, device::WrapMode::repeat, footprint).x, 1,
+                1e-4);
+  }
+}
+
+FrameBuilder texturedQuad(Image image, bool hasTransparency, float repeats) {
+  FrameBuilder scene(64, 64);
+  device::Material material = FrameBuilder::constantMaterial({1, 1, 1, 1});
+  material.diffuse.texture = scene.addTexture(std::move(image), true, hasTransparency);
+  material.diffuse.wrapS = material.diffuse.wrapT = device::WrapMode::repeat;
+  material.diffuse.transform[0] = material.diffuse.transform[3] = repeats;
+  scene.add(quad(-1, -1, 1, 1, -1), material);
+  return scene;
+}
+
+TEST(Textures, ShowTexelsWhereTheyBelong) {
+  // The origin of coordinates is the top left of the image; 64 pixels over 2 texels, so that texel centres are pure.
+  Image image = solidImage(2, 2, {0, 0, 0, 255});
+  image.pixels[0] = 255;   // Top left red.
+  image.pixels[5] = 255;   // Top right green.
+  image.pixels[10] = 255;  // Bottom left blue.
+  FrameBuilder scene = texturedQuad(image, false, 1);
+  scene.frame.materials[0].diffuse.wrapS = scene.frame.materials[0].diffuse.wrapT = device::WrapMode::clamp;
+  const Image picture = scene.render();
+  EXPECT_EQ(pixelAt(picture, 2, 2), (std::array<int, 4>{255, 0, 0, 255}));
+  EXPECT_EQ(pixelAt(picture, 61, 2), (std::array<int, 4>{0, 255, 0, 255}));
+  EXPECT_EQ(pixelAt(picture, 2, 61), (std::array<int, 4>{0, 0, 255, 255}));
+  EXPECT_EQ(pixelAt(picture, 61, 61), (std::array<int, 4>{0, 0, 0, 255}));
+}
+
+TEST(Textures, StayGreyWhenACheckerIsTooFineToSee) {
+  const Image picture = texturedQuad(checker(64, 1), false, 16).render();
+  for (std::uint32_t y = 0; y < 64; ++y) {
+    for (std::uint32_t x = 0; x < 64; ++x) ASSERT_NEAR(pixelAt(picture, x, y)[0], 188, 1);
+  }
+}
+
+TEST(Textures, KeepTheirMeanOnAPlaneSeenAtAGrazingAngle) {
+  FrameBuilder scene(256, 128);
+  device::Material material = FrameBuilder::constantMaterial({1, 1, 1, 1});
+  material.diffuse.texture = scene.addTexture(checker(128, 8), true);
+  material.diffuse.wrapS = material.diffuse.wrapT = device::WrapMode::repeat;
+  MeshData floor;
+  floor.positions = {-300, -1, 0, 300, -1, 0, 300, -1, -600, -300, -1, -600};
+  floor.texcoords = {0, 150, 150, 150, 150, 0, 0, 0};
+  floor.indices = {0, 1, 2, 0, 2, 3};
+  scene.add(floor, material);
+  const Image picture = scene.render();
+  // In linear light every stretch of rows averages to a half, and toward the horizon single pixels do.
+  for (const std::uint32_t first : {66u, 70u, 80u, 96u}) {
+    double sum = 0;
+    for (std::uint32_t y = first; y < first + 4; ++y) {
+      for (std::uint32_t x = 0; x < 256; ++x)
+        sum += linearFromSRGB8(static_cast<std::uint8_t>(pixelAt(picture, x, y)[0]));
+    }
+    EXPECT_NEAR(sum / 1024, 0.5, 0.06) << first;
+  }
+  for (std::uint32_t x = 0; x < 256; ++x) ASSERT_NEAR(pixelAt(picture, x, 64)[0], 188, 6) << x;
+}
+
+TEST(Textures, WithTransparencyHaveNoFringes) {
+  // A white disc on transparent black: wherever anything is seen it is white, at every size.
+  Image disc = solidImage(64, 64, {0, 0, 0, 0});
+  for (std::uint32_t y = 0; y < 64; ++y) {
+    for (std::uint32_t x = 0; x < 64; ++x) {
+      const double dx = x - 31.5, dy = y - 31.5;
+      if (dx * dx + dy * dy > 700) continue;
+      for (std::size_t c = 0; c < 4; ++c) disc.pixels[y * disc.rowBytes() + x * 4 + c] = 255;
+    }
+  }
+  for (const float repeats : {0.3f, 1.0f, 3.7f, 40.0f}) {
+    FrameBuilder scene = texturedQuad(disc, true, repeats);
+    scene.frame.blendedItems.swap(scene.frame.opaqueItems);
+    const Image picture = scene.render();
+    std::size_t seen = 0;
+    for (std::uint32_t y = 0; y < 64; ++y) {
+      for (std::uint32_t x = 0; x < 64; ++x) {
+        const auto pixel = pixelAt(picture, x, y);
+        if (pixel[3] == 0) continue;
+        ++seen;
+        ASSERT_EQ(pixel[0], 255) << repeats << " at " << x << ", " << y;
+      }
+    }
+    EXPECT_GT(seen, 500u);
+  }
+}
+
+TEST(Textures, OfAMissingChannelShowTheirCorner) {
+  Image image = solidImage(4, 4, {0, 0, 0, 255});
+  image.pixels[0] = 255;
+  FrameBuilder scene = texturedQuad(image, false, 1);
+  scene.frame.materials[0].diffuse.wrapS = scene.frame.materials[0].diffuse.wrapT = device::WrapMode::clamp;
+  scene.frame.materials[0].diffuse.channel = 5;
+  EXPECT_EQ(pixelAt(scene.render(), 50, 50)[0], 255);
+}
+
+TEST(Textures, AreKeptByIdentityAndChangeWithIt) {
+  FrameBuilder scene = texturedQuad(solidImage(2, 2, {255, 0, 0, 255}), false, 1);
+  const auto device = makeCPURenderDevice();
+  EXPECT_EQ(pixelAt(device->render(scene.frame), 9, 9)[0], 255);
+  EXPECT_EQ(pixelAt(device->render(scene.frame), 9, 9)[0], 255);
+  scene.frame.textures[0].image = std::make_shared<const Image>(solidImage(2, 2, {0, 255, 0, 255}));
+  EXPECT_EQ(pixelAt(device->render(scene.frame), 9, 9)[0], 0);
+  device->releaseResources();
+  EXPECT_EQ(pixelAt(device->render(scene.frame), 9, 9)[1], 255);
+}
+
+}  // namespace
+}  // namespace ornolith
