@@ -14,7 +14,7 @@ namespace ornolith {
 inline constexpr std::uint64_t fbxSceneMemoryFloor = std::uint64_t{256} << 20;
 /// What any file may take for the scene built from it: vertex streams, materials, findings; and the same again for
 /// embedded images.
-inline constexpr std::uint64_t fbxResultMemoryFloor = std::uint64_t{1} << 30;
+inline constexpr std::uint64_t fbxResultMemoryFloor = std::uint64_t{512} << 20;
 /// What each byte of a file may add to become.
 inline constexpr std::uint64_t fbxMemoryPerFileByte = 128;
 
