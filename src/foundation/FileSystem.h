@@ -49,7 +49,10 @@ struct FileAttributes {
   dev_t device = 0;
   ino_t inode = 0;
 
-  bool isSameItem(const FileAttributes& other) const noexcept { return device == other.device && inode == other.inode; }
+  /// The same item of the file system, and still of the same kind: numbers of removed items are used again.
+  bool isSameItem(const FileAttributes& other) const noexcept {
+    return device == other.device && inode == other.inode && type == other.type;
+  }
 };
 
 /// True where something stands at `url`, links followed: a dangling link does not exist.
