@@ -29,7 +29,6 @@ struct FragmentBatch {
   std::size_t count = 0;
   std::array<std::uint16_t, batchSize> pixel;  ///< Number within the tile.
   Lane face;                                   ///< -1 for the back of a face, +1 otherwise.
-  Lane3 view;                                  ///< Toward the camera, unit length.
   Lane3 normal;   ///< Interpolated, of any length, possibly zero; the side that counts as the front.
   Lane3 facet;    ///< The normal to fall back to; zero where there is none.
   Lane4 tangent;  ///< w is the handedness; zero where there is none.

@@ -11,7 +11,7 @@ struct PrimitiveAttributes::Weights {
   std::array<Lane, 3> at;
   std::array<Lane, 3> perX;
   std::array<Lane, 3> perY;
-  std::array<double, batchSize> total;
+  std::array<double, batchSize> scale;  ///< 1 over the sum of the planes: proportional to the distance.
 
   void interpolate(const std::array<Lane, 3>& weights, std::size_t count, float a, float b, float c,
                    float* out) const noexcept {
@@ -44,10 +44,9 @@ simd_double3 worldPosition(const PreparedItem& item, std::uint32_t vertex) noexc
 
 }  // namespace
 
-PrimitiveAttributes::PrimitiveAttributes(const PreparedFrame& frame, const Projection& projection,
-                                         const PrimitiveRecord& record, const TileBounds& tile)
+PrimitiveAttributes::PrimitiveAttributes(const PreparedFrame& frame, const PrimitiveRecord& record,
+                                         const TileBounds& tile)
     : item_(frame.items[record.item]),
-      projection_(projection),
       kind_(record.kind),
       isBackFacing_(record.isBackFacing),
       originX_(tile.x + 0.5 - static_cast<double>(frame.description->width) * 0.5),
@@ -175,35 +174,48 @@ void PrimitiveAttributes::deriveTangent(const PreparedItem& item) {
 }
 
 void PrimitiveAttributes::computeWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept {
-  const std::size_t count = pixels.size();
-  if (kind_ == PrimitiveKind::point) {
-    for (std::size_t k = 0; k < 3; ++k) std::fill_n(weights.at[k].begin(), count, k == 0 ? 1.0f : 0.0f);
-    return;
+  switch (kind_) {
+    case PrimitiveKind::triangle:
+      return computeTriangleWeights(pixels, weights);
+    case PrimitiveKind::line:
+      return computeLineWeights(pixels, weights);
+    case PrimitiveKind::point:
+      for (std::size_t k = 0; k < 3; ++k) std::fill_n(weights.at[k].begin(), pixels.size(), k == 0 ? 1.0f : 0.0f);
+      return;
   }
+}
+
+void PrimitiveAttributes::computeTriangleWeights(std::span<const std::uint16_t> pixels,
+                                                 Weights& weights) const noexcept {
+  const std::size_t count = pixels.size();
   for (std::size_t i = 0; i < count; ++i) {
     const auto x = static_cast<double>(pixels[i] % tileSide);
     const auto y = static_cast<double>(pixels[i] / tileSide);
-    if (kind_ == PrimitiveKind::line) {
-      const double along = lineIsWide_ ? x : y;
-      const double from = lineAt_[0] - along * lineW_[0];
-      const double to = lineAt_[1] - along * lineW_[1];
-      const double t = std::clamp(from / (from - to), 0.0, 1.0);
-      weights.at[1][i] = t >= 0 ? static_cast<float>(t) : 0.0f;
-      weights.at[0][i] = 1.0f - weights.at[1][i];
-      weights.at[2][i] = 0.0f;
-      continue;
-    }
     // The grid moves corners by up to 1/512 of a pixel: a centre may lie that little outside.
-    const double w0 = std::max(planeX_[0] * x + planeY_[0] * y + planeC_[0], 0.0);
-    const double w1 = std::max(planeX_[1] * x + planeY_[1] * y + planeC_[1], 0.0);
-    const double w2 = std::max(planeX_[2] * x + planeY_[2] * y + planeC_[2], 0.0);
-    const double total = w0 + w1 + w2;
-    const double scale = 1.0 / total;
-    const bool isSound = total > 0 && scale < std::numeric_limits<double>::infinity();
+    const double a = planeX_[0] * x + planeY_[0] * y + planeC_[0];
+    const double b = planeX_[1] * x + planeY_[1] * y + planeC_[1];
+    const double c = planeX_[2] * x + planeY_[2] * y + planeC_[2];
+    const double w0 = a > 0 ? a : 0;
+    const double w1 = b > 0 ? b : 0;
+    const double w2 = c > 0 ? c : 0;
+    const double scale = 1.0 / (w0 + w1 + w2);
+    const bool isSound = scale < std::numeric_limits<double>::infinity();
     weights.at[0][i] = isSound ? static_cast<float>(w0 * scale) : 1.0f;
     weights.at[1][i] = isSound ? static_cast<float>(w1 * scale) : 0.0f;
     weights.at[2][i] = isSound ? static_cast<float>(w2 * scale) : 0.0f;
-    weights.total[i] = isSound ? scale : 0.0;
+    weights.scale[i] = isSound ? scale : 0.0;
+  }
+}
+
+void PrimitiveAttributes::computeLineWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept {
+  for (std::size_t i = 0; i < pixels.size(); ++i) {
+    const auto along = static_cast<double>(lineIsWide_ ? pixels[i] % tileSide : pixels[i] / tileSide);
+    const double from = lineAt_[0] - along * lineW_[0];
+    const double to = lineAt_[1] - along * lineW_[1];
+    const double t = std::clamp(from / (from - to), 0.0, 1.0);
+    weights.at[1][i] = t >= 0 ? static_cast<float>(t) : 0.0f;
+    weights.at[0][i] = 1.0f - weights.at[1][i];
+    weights.at[2][i] = 0.0f;
   }
 }
 
@@ -220,8 +232,8 @@ void PrimitiveAttributes::computeDerivatives(std::size_t count, Weights& weights
   for (std::size_t k = 0; k < 3; ++k) {
     for (std::size_t i = 0; i < count; ++i) {
       const auto weight = static_cast<double>(weights.at[k][i]);
-      weights.perX[k][i] = static_cast<float>((planeX_[k] - weight * sumX) * weights.total[i]);
-      weights.perY[k][i] = static_cast<float>((planeY_[k] - weight * sumY) * weights.total[i]);
+      weights.perX[k][i] = static_cast<float>((planeX_[k] - weight * sumX) * weights.scale[i]);
+      weights.perY[k][i] = static_cast<float>((planeY_[k] - weight * sumY) * weights.scale[i]);
     }
   }
 }
@@ -246,13 +258,6 @@ void PrimitiveAttributes::append(std::span<const std::uint16_t> pixels, Fragment
     blend(normals_[0].x, normals_[1].x, normals_[2].x, batch.normal.x);
     blend(normals_[0].y, normals_[1].y, normals_[2].y, batch.normal.y);
     blend(normals_[0].z, normals_[1].z, normals_[2].z, batch.normal.z);
-    for (std::size_t i = 0; i < count; ++i) {
-      const simd_float3 view =
-          projection_.towardCamera(originX_ + pixels[i] % tileSide, originY_ + pixels[i] / tileSide);
-      batch.view.x[base + i] = view.x;
-      batch.view.y[base + i] = view.y;
-      batch.view.z[base + i] = view.z;
-    }
   }
   if (plan.hasNormalMap) {
     blend(tangents_[0].x, tangents_[1].x, tangents_[2].x, batch.tangent.x);

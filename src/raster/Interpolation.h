@@ -15,8 +15,7 @@ namespace ornolith::raster {
 /// so that a primitive that clipping cut needs no new corners.
 class PrimitiveAttributes {
  public:
-  PrimitiveAttributes(const PreparedFrame& frame, const Projection& projection, const PrimitiveRecord& record,
-                      const TileBounds& tile);
+  PrimitiveAttributes(const PreparedFrame& frame, const PrimitiveRecord& record, const TileBounds& tile);
 
   /// Appends a fragment for each pixel (by its number in the tile) to the batch, which must have room for them.
   void append(std::span<const std::uint16_t> pixels, FragmentBatch& batch) const noexcept;
@@ -34,10 +33,11 @@ class PrimitiveAttributes {
   void loadTangents(const PreparedItem& item, std::size_t cornerCount);
   void deriveTangent(const PreparedItem& item);
   void computeWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept;
+  void computeTriangleWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept;
+  void computeLineWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept;
   void computeDerivatives(std::size_t count, Weights& weights) const noexcept;
 
   const PreparedItem& item_;
-  const Projection& projection_;
   PrimitiveKind kind_;
   bool isBackFacing_;
   double originX_ = 0, originY_ = 0;  ///< The centre of the tile's first pixel, from the image's centre.

@@ -43,14 +43,15 @@ float Projection::farthestDepth() const noexcept {
   return isOrthographic_ ? -std::numeric_limits<float>::infinity() : 0.0f;
 }
 
-simd_float3 Projection::towardCamera(double x, double y) const noexcept {
-  simd_double3 direction = cameraAxes_[2];
-  if (!isOrthographic_) {
-    direction = direction - cameraAxes_[0] * (x / pixelsPerUnit_) + cameraAxes_[1] * (y / pixelsPerUnit_);
-  }
-  const double size = length(direction);
-  if (!(size > 0 && size < std::numeric_limits<double>::infinity())) return {0, 0, 1};
-  return vectorCast<float>(direction / size);
+ViewRays Projection::viewRays(double x, double y) const noexcept {
+  // Camera space has unit steps at distance 1; the axes' own length, which the view matrix may have, is taken out.
+  const double size = length(cameraAxes_[2]);
+  const double perPixel = isOrthographic_ ? 0.0 : 1.0 / pixelsPerUnit_;
+  const simd_double3 perX = cameraAxes_[0] * (-perPixel / size);
+  const simd_double3 perY = cameraAxes_[1] * (perPixel / size);
+  const simd_double3 origin = cameraAxes_[2] / size + perX * x + perY * y;
+  if (!isFinite(origin) || !isFinite(perX) || !isFinite(perY)) return {{0, 0, 1}, {}, {}};
+  return {vectorCast<float>(origin), vectorCast<float>(perX), vectorCast<float>(perY)};
 }
 
 ItemTransform ItemTransform::make(const Projection& projection, const simd_double4x4& worldMatrix) noexcept {

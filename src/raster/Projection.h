@@ -18,6 +18,14 @@ struct ClipPoint {
   bool isFinite() const noexcept;
 };
 
+/// The directions in world space from what is seen to the camera over a block of pixels: that of the block's pixel (i,
+/// j) is `origin + perX * i + perY * j`, not normalised.
+struct ViewRays {
+  simd_float3 origin;
+  simd_float3 perX;
+  simd_float3 perY;
+};
+
 /// How camera space becomes pixels and depth. Depth is affine on the screen and larger nearer by: near / distance in
 /// perspective (1 at the near plane, 0 at infinity), minus the distance in orthographic projection.
 class Projection {
@@ -35,9 +43,9 @@ class Projection {
   }
   const simd_double4x4& viewMatrix() const noexcept { return view_; }
 
-  /// The unit vector in world space from what is seen at a place on the screen (pixels from the image's centre) to the
-  /// camera; (0, 0, 1) where the view matrix is singular.
-  simd_float3 towardCamera(double x, double y) const noexcept;
+  /// The directions from what is seen to the camera; `x` and `y` are the place of the first pixel's centre, in pixels
+  /// from the image's centre.
+  ViewRays viewRays(double x, double y) const noexcept;
 
  private:
   simd_double4x4 view_;

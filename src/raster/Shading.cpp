@@ -6,6 +6,7 @@
 
 #include "raster/PixelMath.h"
 #include "raster/TextureSampler.h"
+#include "raster/TileGrid.h"
 
 namespace ornolith::raster {
 namespace {
@@ -91,8 +92,24 @@ bool isUsable(float squaredLength) noexcept {
   return squaredLength > 1e-24f && squaredLength < std::numeric_limits<float>::infinity();
 }
 
+simd_float3 viewRay(const ViewRays& rays, std::uint16_t pixel) noexcept {
+  return rays.origin + rays.perX * static_cast<float>(pixel % tileSide) +
+         rays.perY * static_cast<float>(pixel / tileSide);
+}
+
+/// Unit vectors toward the camera.
+void computeViews(const ViewRays& rays, const FragmentBatch& batch, Lane3& out) noexcept {
+  for (std::size_t i = 0; i < batch.count; ++i) {
+    const simd_float3 ray = viewRay(rays, batch.pixel[i]);
+    const float scale = 1.0f / std::sqrt(dot(ray, ray));
+    out.x[i] = ray.x * scale;
+    out.y[i] = ray.y * scale;
+    out.z[i] = ray.z * scale;
+  }
+}
+
 /// Unit normals of the front side: interpolated, else the facet's, else toward the camera.
-void resolveNormals(const FragmentBatch& batch, Lane3& out) noexcept {
+void resolveNormals(const ViewRays& rays, const FragmentBatch& batch, Lane3& out) noexcept {
   for (std::size_t i = 0; i < batch.count; ++i) {
     simd_float3 n{batch.normal.x[i], batch.normal.y[i], batch.normal.z[i]};
     float squared = dot(n, n);
@@ -101,7 +118,7 @@ void resolveNormals(const FragmentBatch& batch, Lane3& out) noexcept {
       squared = dot(n, n);
     }
     if (!isUsable(squared)) {
-      n = simd_float3{batch.view.x[i], batch.view.y[i], batch.view.z[i]} * batch.face[i];
+      n = viewRay(rays, batch.pixel[i]) * batch.face[i];
       squared = dot(n, n);
     }
     const float scale = 1.0f / std::sqrt(squared);
@@ -165,9 +182,9 @@ struct Cosines {
   float nl, nv, nh, vh;
 };
 
-Cosines cosines(const FragmentBatch& batch, const Lane3& normals, simd_float3 l, std::size_t i) noexcept {
+Cosines cosines(const Lane3& views, const Lane3& normals, simd_float3 l, std::size_t i) noexcept {
   const simd_float3 n{normals.x[i], normals.y[i], normals.z[i]};
-  const simd_float3 v{batch.view.x[i], batch.view.y[i], batch.view.z[i]};
+  const simd_float3 v{views.x[i], views.y[i], views.z[i]};
   const simd_float3 sum = l + v;
   const float squared = dot(sum, sum);
   const simd_float3 h = sum * (squared > 1e-12f ? 1.0f / std::sqrt(squared) : 0.0f);
@@ -176,10 +193,10 @@ Cosines cosines(const FragmentBatch& batch, const Lane3& normals, simd_float3 l,
 
 /// Adds the highlights of one light: distribution * visibility * N.L * pi, times the Fresnel term of each channel.
 void addGGX(const device::DirectionalLight& light, const Lane& roughness, const Lane3& reflectance,
-            const Lane3& normals, const FragmentBatch& batch, Lane3& out) noexcept {
+            const Lane3& normals, const Lane3& views, std::size_t count, Lane3& out) noexcept {
   const simd_float3 l = -light.direction;
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    const Cosines c = cosines(batch, normals, l, i);
+  for (std::size_t i = 0; i < count; ++i) {
+    const Cosines c = cosines(views, normals, l, i);
     const float rough = roughness[i] > smallestRoughness ? roughness[i] : smallestRoughness;
     const float alpha = rough * rough;
     const float alpha2 = alpha * alpha;
@@ -199,10 +216,10 @@ void addGGX(const device::DirectionalLight& light, const Lane& roughness, const 
 }
 
 void addBlinn(const device::DirectionalLight& light, float exponent, const Lane4& specular, const Lane3& normals,
-              const FragmentBatch& batch, Lane3& out) noexcept {
+              const Lane3& views, std::size_t count, Lane3& out) noexcept {
   const simd_float3 l = -light.direction;
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    const Cosines c = cosines(batch, normals, l, i);
+  for (std::size_t i = 0; i < count; ++i) {
+    const Cosines c = cosines(views, normals, l, i);
     const float lobe = c.nl > 0.0f ? fastPow(c.nh, exponent) : 0.0f;
     out.x[i] += light.color.x * lobe * specular.x[i];
     out.y[i] += light.color.y * lobe * specular.y[i];
@@ -231,7 +248,7 @@ void shadePhysicallyBased(const ShadingPlan& plan, const LightRig& lights, const
   mix(s.diffuse.y, reflectance.y);
   mix(s.diffuse.z, reflectance.z);
   for (const device::DirectionalLight& light : lights.directional) {
-    addGGX(light, s.roughness, reflectance, s.normal, batch, s.highlight);
+    addGGX(light, s.roughness, reflectance, s.normal, s.view, batch.count, s.highlight);
   }
 }
 
@@ -246,7 +263,7 @@ void shadeBlinn(const ShadingPlan& plan, const LightRig& lights, const TexelTabl
   }
   const float exponent = std::clamp(positive(plan.material->shininess) * blinnExponentScale, 1.0f, 1024.0f);
   for (const device::DirectionalLight& light : lights.directional) {
-    addBlinn(light, exponent, s.slot, s.normal, batch, s.highlight);
+    addBlinn(light, exponent, s.slot, s.normal, s.view, batch.count, s.highlight);
   }
 }
 
@@ -262,10 +279,10 @@ void combineLight(const LightRig& lights, const ShadingScratch& s, FragmentBatch
   combine(s.diffuse.z, s.light.z, s.highlight.z, lights.ambient.z, batch.result.z);
 }
 
-void shadeLit(const ShadingPlan& plan, const LightRig& lights, const TexelTables& tables, ShadingScratch& s,
-              FragmentBatch& batch) noexcept {
+void shadeLit(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, const TexelTables& tables,
+              ShadingScratch& s, FragmentBatch& batch) noexcept {
   const std::size_t count = batch.count;
-  resolveNormals(batch, s.normal);
+  resolveNormals(rays, batch, s.normal);
   if (plan.hasNormalMap) applyNormalMap(plan.normal, tables, batch, s.slot, s.normal);
   flipBackFaces(batch, s.normal);
 
@@ -273,7 +290,9 @@ void shadeLit(const ShadingPlan& plan, const LightRig& lights, const TexelTables
   clear(s.highlight, count);
   for (const device::DirectionalLight& light : lights.directional) addDiffuseLight(light, count, s.normal, s.light);
   std::fill_n(s.metalness.begin(), count, 0.0f);
-  if (plan.material->lightingModel == device::LightingModel::physicallyBased) {
+  const bool isPhysical = plan.material->lightingModel == device::LightingModel::physicallyBased;
+  if (isPhysical || plan.hasSpecular) computeViews(rays, batch, s.view);
+  if (isPhysical) {
     shadePhysicallyBased(plan, lights, tables, s, batch);
   } else if (plan.hasSpecular) {
     shadeBlinn(plan, lights, tables, s, batch);
@@ -307,11 +326,11 @@ LightRig LightRig::make(const device::FrameDescription& frame) {
   return rig;
 }
 
-void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const TexelTables& tables, ShadingScratch& scratch,
-                FragmentBatch& batch) noexcept {
+void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, const TexelTables& tables,
+                ShadingScratch& scratch, FragmentBatch& batch) noexcept {
   evaluateSurface(plan, tables, batch, scratch);
   if (plan.isLit) {
-    shadeLit(plan, lights, tables, scratch, batch);
+    shadeLit(plan, lights, rays, tables, scratch, batch);
   } else {
     std::copy_n(scratch.diffuse.x.begin(), batch.count, batch.result.x.begin());
     std::copy_n(scratch.diffuse.y.begin(), batch.count, batch.result.y.begin());

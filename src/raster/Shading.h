@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "raster/FragmentBatch.h"
+#include "raster/Projection.h"
 #include "raster/ShadingPlan.h"
 #include "raster/TexturePyramid.h"
 #include "scenegraph/device/FrameDescription.h"
@@ -20,11 +21,11 @@ struct LightRig {
 /// The working memory of `shadeBatch`.
 struct ShadingScratch {
   Lane4 diffuse, slot;
-  Lane3 normal, light, highlight, reflectance;
+  Lane3 normal, view, light, highlight, reflectance;
   Lane opacity, roughness, metalness, occlusion;
 };
 
-/// Fills `batch.result` with linear light that may exceed 1, and opacity in 0..1.
+/// Fills `batch.result` (`rays` are those of the tile) with linear light that may exceed 1, and opacity in 0..1.
 ///
 /// A light of intensity 1 gives a white diffuse surface that faces it the value 1: diffuse is colour * max(N.L, 0), and
 /// the specular lobes are scaled alike (by pi where they are normalised). Physically based: diffuse * (1 - metalness),
@@ -34,8 +35,8 @@ struct ShadingScratch {
 /// without surroundings to mirror, a metal's reflection of even light is its base colour. Blinn adds specular *
 /// (N.H)^(128 * shininess) where the light is in front. Lambert adds nothing; constant takes diffuse and no light.
 /// Emission adds.
-void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const TexelTables& tables, ShadingScratch& scratch,
-                FragmentBatch& batch) noexcept;
+void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, const TexelTables& tables,
+                ShadingScratch& scratch, FragmentBatch& batch) noexcept;
 
 /// Fills only the opacity, `batch.result.w`: transparency * alpha of diffuse, of the transparent slot and of the
 /// vertex.

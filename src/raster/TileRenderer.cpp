@@ -1,6 +1,7 @@
 #include "raster/TileRenderer.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "imaging/Color.h"
 #include "raster/PixelMath.h"
@@ -18,17 +19,21 @@ void TileRenderer::render(const TileInputs& inputs, std::size_t tile, Image& ima
   }
   if (!isBlending_) shadeOpaque();
   flushBatch();
-  resolve(image);
+  isTouched_ ? resolve(image) : fillWithBackground(image);
 }
 
 void TileRenderer::begin(const TileInputs& inputs, std::size_t tile) {
   inputs_ = &inputs;
   bounds_ = inputs.grid.bounds(tile);
   visibility_.clear(inputs.projection.farthestDepth());
+  const device::FrameDescription& description = *inputs.frame.description;
+  rays_ =
+      inputs.projection.viewRays(bounds_.x + 0.5 - description.width * 0.5, bounds_.y + 0.5 - description.height * 0.5);
   records_.clear();
   batch_.count = 0;
   isBlending_ = false;
-  const simd_float4 background = inputs.frame.description->background;
+  isTouched_ = false;
+  const simd_float4 background = description.background;
   const float alpha = saturate(background.w);
   color_[0].fill(background.x * alpha);
   color_[1].fill(background.y * alpha);
@@ -95,7 +100,7 @@ void TileRenderer::drawBlended(const PrimitiveRecord& record) {
 
 void TileRenderer::dropTransparent(const PrimitiveRecord& record, const PreparedItem& item) {
   if (fragments_.count == 0) return;
-  const PrimitiveAttributes attributes(inputs_->frame, inputs_->projection, record, bounds_);
+  const PrimitiveAttributes attributes(inputs_->frame, record, bounds_);
   const std::uint32_t count = fragments_.count;
   std::uint32_t kept = 0;
   for (std::uint32_t first = 0; first < count;) {
@@ -116,7 +121,8 @@ void TileRenderer::dropTransparent(const PrimitiveRecord& record, const Prepared
 void TileRenderer::appendToBatch(const PrimitiveRecord& record, std::span<const std::uint16_t> pixels) {
   if (batch_.count > 0 && batchItem_ != record.item) flushBatch();
   batchItem_ = record.item;
-  const PrimitiveAttributes attributes(inputs_->frame, inputs_->projection, record, bounds_);
+  isTouched_ = true;
+  const PrimitiveAttributes attributes(inputs_->frame, record, bounds_);
   while (!pixels.empty()) {
     if (batch_.count == batchSize) flushBatch();
     const std::size_t size = std::min(pixels.size(), batchSize - batch_.count);
@@ -128,7 +134,7 @@ void TileRenderer::appendToBatch(const PrimitiveRecord& record, std::span<const 
 void TileRenderer::flushBatch() {
   if (batch_.count == 0) return;
   const PreparedItem& item = inputs_->frame.items[batchItem_];
-  shadeBatch(item.plan, inputs_->lights, inputs_->tables, scratch_, batch_);
+  shadeBatch(item.plan, inputs_->lights, rays_, inputs_->tables, scratch_, batch_);
   isBlending_ ? blendOver(item) : storeOpaque(item);
   batch_.count = 0;
 }
@@ -162,19 +168,39 @@ void TileRenderer::blendOver(const PreparedItem& item) {
   }
 }
 
+namespace {
+
+/// One pixel of the picture from light multiplied by alpha.
+std::array<std::uint8_t, 4> encodePixel(float red, float green, float blue, float coverage) noexcept {
+  const float alpha = saturate(coverage);
+  const float scale = alpha > 0.0f ? 1.0f / alpha : 0.0f;
+  return {sRGB8FromLinear(red * scale), sRGB8FromLinear(green * scale), sRGB8FromLinear(blue * scale),
+          static_cast<std::uint8_t>(alpha * 255.0f + 0.5f)};
+}
+
+std::uint8_t* rowOf(Image& image, const TileBounds& bounds, std::int32_t y) noexcept {
+  return image.pixels.data() + static_cast<std::size_t>(bounds.y + y) * image.rowBytes() +
+         static_cast<std::size_t>(bounds.x) * 4;
+}
+
+}  // namespace
+
 void TileRenderer::resolve(Image& image) const {
   for (std::int32_t y = 0; y < bounds_.height; ++y) {
-    std::uint8_t* out = image.pixels.data() + static_cast<std::size_t>(bounds_.y + y) * image.rowBytes() +
-                        static_cast<std::size_t>(bounds_.x) * 4;
+    std::uint8_t* out = rowOf(image, bounds_, y);
     for (std::int32_t x = 0; x < bounds_.width; ++x, out += 4) {
       const auto pixel = static_cast<std::size_t>(y * tileSide + x);
-      const float alpha = saturate(color_[3][pixel]);
-      const float scale = alpha > 0.0f ? 1.0f / alpha : 0.0f;
-      out[0] = sRGB8FromLinear(color_[0][pixel] * scale);
-      out[1] = sRGB8FromLinear(color_[1][pixel] * scale);
-      out[2] = sRGB8FromLinear(color_[2][pixel] * scale);
-      out[3] = static_cast<std::uint8_t>(alpha * 255.0f + 0.5f);
+      const auto encoded = encodePixel(color_[0][pixel], color_[1][pixel], color_[2][pixel], color_[3][pixel]);
+      std::memcpy(out, encoded.data(), encoded.size());
     }
+  }
+}
+
+void TileRenderer::fillWithBackground(Image& image) const {
+  const auto encoded = encodePixel(color_[0][0], color_[1][0], color_[2][0], color_[3][0]);
+  for (std::int32_t y = 0; y < bounds_.height; ++y) {
+    std::uint8_t* out = rowOf(image, bounds_, y);
+    for (std::int32_t x = 0; x < bounds_.width; ++x, out += 4) std::memcpy(out, encoded.data(), encoded.size());
   }
 }
 

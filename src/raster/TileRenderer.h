@@ -41,9 +41,11 @@ class TileRenderer {
   void storeOpaque(const PreparedItem& item);
   void blendOver(const PreparedItem& item);
   void resolve(Image& image) const;
+  void fillWithBackground(Image& image) const;
 
   const TileInputs* inputs_ = nullptr;
   TileBounds bounds_{};
+  ViewRays rays_{};
   VisibilityBuffer visibility_;
   std::vector<const PrimitiveRecord*> records_;  ///< The opaque ones; the visibility buffer holds indices into it.
   std::vector<std::uint32_t> runEnds_;
@@ -54,6 +56,7 @@ class TileRenderer {
   ShadingScratch scratch_;
   std::uint32_t batchItem_ = 0;
   bool isBlending_ = false;
+  bool isTouched_ = false;  ///< Something was drawn into the tile.
   /// Linear light multiplied by alpha, and alpha.
   alignas(64) std::array<std::array<float, tilePixels>, 4> color_;
 };
