@@ -80,7 +80,7 @@ class FaultFinder {
       leave(expected);
       return {};
     }
-    if (text_[at_] != ',') return std::string("Expected \",\" or \"") + closer() + "\".";
+    if (text_[at_] != ',') return std::string(R"(Expected "," or ")") + closer() + "\".";
     ++at_;
     expected = closer() == ']' ? Expected::value : Expected::key;
     return {};

@@ -51,13 +51,10 @@ std::string layOut(const DecimalNumber& number) {
     if (digitCount > 1) text += "." + number.digits.substr(1);
     return text + (number.exponent < 0 ? "e-" : "e+") + std::to_string(std::abs(number.exponent));
   }
-  if (number.exponent < 0) {
-    return sign + "0." + std::string(static_cast<std::size_t>(-number.exponent - 1), '0') + number.digits;
-  }
-  if (digitCount <= number.exponent + 1) {
-    return sign + number.digits + std::string(static_cast<std::size_t>(number.exponent + 1 - digitCount), '0');
-  }
-  const auto wholeCount = static_cast<std::size_t>(number.exponent + 1);
+  const auto zeros = [](int count) { return std::string(static_cast<std::size_t>(count), '0'); };
+  if (number.exponent < 0) return sign + "0." + zeros(-number.exponent - 1) + number.digits;
+  if (digitCount <= number.exponent + 1) return sign + number.digits + zeros(number.exponent + 1 - digitCount);
+  const std::size_t wholeCount = static_cast<std::size_t>(number.exponent) + 1;
   return sign + number.digits.substr(0, wholeCount) + "." + number.digits.substr(wholeCount);
 }
 

@@ -1,10 +1,9 @@
 #include "foundation/NumberText.h"
 
-#include <locale.h>
-#include <stdlib.h>
-
 #include <algorithm>
 #include <charconv>
+#include <clocale>
+#include <cstdlib>
 #include <string>
 #include <system_error>
 

@@ -34,8 +34,7 @@ std::size_t characterCount(std::string_view text) noexcept;
 std::vector<std::string_view> splitting(std::string_view text, char separator);
 
 /// Normal form C of `text`. Two texts are canonically equivalent exactly where their keys have the same bytes, so the
-/// key serves for equality, hashing and uniqueness. Takes time in proportion to the text, but for sorting its combining
-/// marks.
+/// key serves for equality, hashing and uniqueness. Takes time in proportion to the text.
 std::string canonicalKey(std::string_view text);
 
 /// Canonical equivalence: "é" as one code point equals "e" with a combining accent.
