@@ -9,6 +9,7 @@
 #include <jerror.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "imaging/DecodeLimits.h"
 #include "imaging/Decoders.h"
@@ -148,11 +149,13 @@ std::optional<Image> decodeJPEG(std::span<const std::byte> data) {
   if (!isDecodableSize(width, height, data.size())) return std::nullopt;
   decoder.maximumScans = std::max(scansOfAnyImage, maximumScannedPixels / (std::uint64_t{width} * height));
 
+  // The library forgets the markers when it is done.
+  const unsigned orientation = orientationOf(decoder);
   Image image{.width = width, .height = height, .pixels = {}};
   image.pixels.resize(image.rowBytes() * height);
   if (!readPixels(decoder, image.pixels.data())) return std::nullopt;
   if (isFourInks(decoder)) convertInks(image, decoder.info.saw_Adobe_marker != FALSE);
-  return uprightImage(std::move(image), orientationOf(decoder));
+  return uprightImage(std::move(image), orientation);
 }
 
 }  // namespace ornolith

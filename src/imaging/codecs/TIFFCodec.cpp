@@ -24,6 +24,7 @@ using Bytes = std::span<const std::byte>;
 struct MemoryFile {
   Bytes data;
   std::uint64_t position = 0;
+  bool isShort = false;  ///< More was asked for than the file holds.
 };
 
 MemoryFile& fileOf(thandle_t handle) {
@@ -32,10 +33,12 @@ MemoryFile& fileOf(thandle_t handle) {
 
 tmsize_t readFile(thandle_t handle, void* out, tmsize_t count) {
   MemoryFile& file = fileOf(handle);
-  if (count <= 0 || file.position >= file.data.size()) return 0;
-  const std::size_t available = file.data.size() - static_cast<std::size_t>(file.position);
-  const std::size_t taken = std::min(static_cast<std::size_t>(count), available);
-  std::memcpy(out, file.data.data() + file.position, taken);
+  if (count <= 0) return 0;
+  const auto wanted = static_cast<std::size_t>(count);
+  const std::size_t begin = static_cast<std::size_t>(std::min<std::uint64_t>(file.position, file.data.size()));
+  const std::size_t taken = std::min(wanted, file.data.size() - begin);
+  if (taken < wanted) file.isShort = true;
+  std::memcpy(out, file.data.data() + begin, taken);
   file.position += taken;
   return static_cast<tmsize_t>(taken);
 }
@@ -89,14 +92,19 @@ std::uint64_t bufferLimit(std::size_t dataBytes) {
                                       maximumDecodedImagePixels);
 }
 
-File open(MemoryFile& memory) {
+enum class Access { byReading, mapped };
+
+/// By reading, every access passes through `readFile`, which notes where the file is short: the library would go on
+/// with what it has, such as a palette image as grey.
+File open(MemoryFile& memory, Access access) {
   const std::unique_ptr<TIFFOpenOptions, OptionsDeleter> options(TIFFOpenOptionsAlloc());
   if (!options) throw std::bad_alloc();
   TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(bufferLimit(memory.data.size())));
   TIFFOpenOptionsSetErrorHandlerExtR(options.get(), ignoreMessage, nullptr);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), ignoreMessage, nullptr);
-  return File(TIFFClientOpenExt("image", "rm", &memory, readFile, writeNothing, seekFile, closeNothing, fileSize,
-                                mapFile, unmapNothing, options.get()));
+  memory.position = 0;
+  return File(TIFFClientOpenExt("image", access == Access::mapped ? "r" : "rm", &memory, readFile, writeNothing,
+                                seekFile, closeNothing, fileSize, mapFile, unmapNothing, options.get()));
 }
 
 enum class SampleKind { unsigned8, unsigned16, float16, float32 };
@@ -341,7 +349,7 @@ bool decodeConverted(TIFF* tiff, Image& image) {
 
 std::optional<Image> decode(Bytes data) {
   MemoryFile memory{.data = data};
-  const File tiff = open(memory);
+  File tiff = open(memory, Access::byReading);
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   if (!tiff || TIFFGetField(tiff.get(), TIFFTAG_IMAGEWIDTH, &width) != 1 ||
@@ -351,7 +359,11 @@ std::optional<Image> decode(Bytes data) {
   const std::optional<Layout> layout = readLayout(tiff.get(), width, height);
   Image image{.width = width, .height = height, .pixels = {}};
   image.pixels.resize(image.rowBytes() * height);
-  if (!(layout ? decodeBlocks(tiff.get(), *layout, data.size(), image) : decodeConverted(tiff.get(), image))) {
+  // Unmapped, the library's conversion of 4.5.0 refuses plain tiles unless their size is a multiple of 1024 bytes. The
+  // directory has been read by now.
+  if (!layout && TIFFIsTiled(tiff.get()) != 0) tiff = open(memory, Access::mapped);
+  if (!tiff || !(layout ? decodeBlocks(tiff.get(), *layout, data.size(), image) : decodeConverted(tiff.get(), image)) ||
+      memory.isShort) {
     return std::nullopt;
   }
   return uprightImage(std::move(image), field16(tiff.get(), TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT));
