@@ -40,8 +40,8 @@ void printLine(std::string_view text, StandardStreams streams) {
 }
 
 void render(std::span<const std::string> arguments, StandardStreams streams) {
-  const ModelRenderRequest request = RenderCLIParser::parse(arguments).renderRequest();
   const TerminationCleanup cleanup;
+  const ModelRenderRequest request = RenderCLIParser::parse(arguments).renderRequest();
   const ModelImageRenderService service(ModelImportService(ModelImportService::commandLineConfiguration()), streams);
   service.render(request);
 }

@@ -22,7 +22,7 @@ using testsupport::TemporaryFolder;
 class Folder : public TemporaryFolder {
  public:
   Folder() {
-    std::filesystem::copy_file(ORNOLITH_EXAMPLES "/vertex-colors.fbx", *this / "box.fbx");
+    std::filesystem::copy_file(ORNOLITH_EXAMPLES "/mirrored.fbx", *this / "box.fbx");
     makeFile("notes.txt");
     makeDirectory("folder.fbx");
     makeDirectory("textures");

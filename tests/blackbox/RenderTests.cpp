@@ -31,7 +31,7 @@ const Outcome success{.status = 0, .output = "", .error = ""};
 /// A folder with one model under a name of its own, by which its import root can be told from those of other runs.
 class Folder : public testsupport::TemporaryFolder {
  public:
-  explicit Folder(const std::string& example = "vertex-colors.fbx") {
+  explicit Folder(const std::string& example = "mirrored.fbx") {
     fs::copy_file(std::string(ORNOLITH_EXAMPLES) + "/" + example, model());
   }
   std::string modelName() const { return fs::path(path()).filename().string() + ".fbx"; }
