@@ -35,6 +35,7 @@ void PolygonTriangulator::triangulate(std::span<const simd_double3> corners, std
     appendTriangle(triangles, 0, 1, 2);
     return;
   }
+  cornerTestsLeft_ += corners.size() * cornerTestsPerCorner;
   project(corners);
   if (fanTurnsOneWay()) {
     for (std::uint32_t i = 1; i + 1 < points_.size(); ++i) appendTriangle(triangles, 0, i, i + 1);

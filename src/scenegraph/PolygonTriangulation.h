@@ -14,11 +14,14 @@ namespace ornolith {
 /// ears one by one (G. H. Meisters, "Polygons have ears", 1975). One that crosses itself, or is no polygon at all,
 /// still becomes n - 2 triangles.
 ///
-/// Ears cost up to the square of the corners. Over its lifetime a triangulator spends at most `maximumCornerTests`
-/// tests of a corner against a candidate ear; when they are used up, what is left of a polygon becomes a fan.
+/// Ears cost up to the square of the corners. A triangulator may spend `cornerTestsPerCorner` tests of a corner against
+/// a candidate ear for each corner that it was given, and `spareCornerTests` besides; when they are used up, what is
+/// left of a polygon becomes a fan. So its time is in proportion to the corners, and only polygons of many thousand
+/// corners can come out otherwise than by their ears.
 class PolygonTriangulator {
  public:
-  static constexpr std::size_t maximumCornerTests = std::size_t{1} << 26;
+  static constexpr std::size_t cornerTestsPerCorner = 256;
+  static constexpr std::size_t spareCornerTests = std::size_t{1} << 24;
 
   /// Appends to `triangles` three positions within `corners` for each triangle, n - 2 of them for n corners (none below
   /// 3).
@@ -38,7 +41,7 @@ class PolygonTriangulator {
   std::vector<Point> points_;  // In a plane where the polygon runs counter-clockwise.
   std::vector<std::uint32_t> next_;
   std::vector<std::uint32_t> previous_;
-  std::size_t cornerTestsLeft_ = maximumCornerTests;
+  std::size_t cornerTestsLeft_ = spareCornerTests;
 };
 
 }  // namespace ornolith

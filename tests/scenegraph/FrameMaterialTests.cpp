@@ -1,0 +1,260 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "SceneFixtures.h"
+#include "imaging/Color.h"
+#include "imaging/PNGEncoder.h"
+#include "scenegraph/MaterialDescription.h"
+
+namespace ornolith {
+namespace {
+
+std::shared_ptr<const Image> onePixel(std::uint8_t r, std::uint8_t g, std::uint8_t b, std::uint8_t a) {
+  return std::make_shared<const Image>(Image{1, 1, {r, g, b, a}});
+}
+
+class FrameMaterialTest : public ::testing::Test {
+ protected:
+  FrameMaterialTest() {
+    char name[] = "/tmp/ornolith-materials-XXXXXX";
+    folder = ::mkdtemp(name);
+  }
+  ~FrameMaterialTest() override { std::filesystem::remove_all(folder); }
+
+  std::string writePNG(const std::string& name, const Image& image) {
+    const std::string path = folder + "/" + name;
+    const std::vector<std::byte> bytes = encodePNG(image);
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return path;
+  }
+
+  device::Material describe() {
+    requestTextures(material, cache);
+    cache.load();
+    textures.clear();
+    FrameTextures frameTextures(textures);
+    return describeMaterial(material, cache, frameTextures);
+  }
+
+  std::string folder;
+  SCNMaterial material;
+  TextureCache cache;
+  std::vector<device::Texture> textures;
+};
+
+TEST_F(FrameMaterialTest, ColoursAreDecodedAndNumbersAreNot) {
+  material.diffuse.contents = NSColor{0.5, 0.25, 1, 0.75};
+  material.roughness.contents = 0.5;
+  material.metalness.contents = 1.0;
+  material.emission.intensity = 2.5;
+  material.lightingModelName = SCNLightingModelPhysicallyBased;
+  const device::Material described = describe();
+  EXPECT_EQ(described.diffuse.value, (simd_float4{linearFromSRGB(0.5F), linearFromSRGB(0.25F), 1, 0.75F}));
+  EXPECT_EQ(described.roughness.value.x, 0.5F);
+  EXPECT_EQ(described.metalness.value.x, 1);
+  EXPECT_EQ(described.emission.intensity, 2.5F);
+  EXPECT_EQ(described.lightingModel, device::LightingModel::physicallyBased);
+}
+
+TEST_F(FrameMaterialTest, AColourAsANumberIsItsLuminanceAndANumberAsAColourAGrey) {
+  material.roughness.contents = NSColor{0.5, 0.5, 0.5, 1};
+  material.metalness.contents = NSColor{0, 1, 0, 1};
+  material.diffuse.contents = 0.5;
+  material.transparent.contents = 0.25;
+  const device::Material described = describe();
+  EXPECT_FLOAT_EQ(described.roughness.value.x, 0.5F);
+  EXPECT_FLOAT_EQ(described.metalness.value.x, 0.7152F);
+  const float grey = linearFromSRGB(0.5F);
+  EXPECT_EQ(described.diffuse.value, (simd_float4{grey, grey, grey, 1}));
+  EXPECT_EQ(described.transparent.value.w, 0.25F);
+}
+
+TEST_F(FrameMaterialTest, ValuesOutOfRangeAreHeld) {
+  material.diffuse.contents = NSColor{2, -1, 0, 7};
+  material.roughness.contents = -3.0;
+  material.transparency = 5;
+  material.diffuse.mappingChannel = -4;
+  const device::Material described = describe();
+  EXPECT_EQ(described.diffuse.value, (simd_float4{1, 0, 0, 1}));
+  EXPECT_EQ(described.roughness.value.x, 0);
+  EXPECT_EQ(described.transparency, 1);
+  EXPECT_EQ(described.diffuse.channel, 0U);
+}
+
+TEST_F(FrameMaterialTest, MissingContentsShowTheDefault) {
+  material.diffuse.contents = {};
+  material.specular.contents = {};
+  material.roughness.contents = {};
+  material.transparent.contents = {};
+  const device::Material described = describe();
+  EXPECT_EQ(described.diffuse.value, (simd_float4{1, 1, 1, 1}));
+  EXPECT_EQ(described.specular.value, (simd_float4{0, 0, 0, 1}));
+  EXPECT_EQ(described.roughness.value.x, 0.5F);
+  EXPECT_EQ(described.transparent.value.w, 1);
+}
+
+TEST_F(FrameMaterialTest, SettingsAreCarriedOver) {
+  material.isDoubleSided = true;
+  material.fillMode = SCNFillMode::lines;
+  material.readsFromDepthBuffer = false;
+  material.writesToDepthBuffer = false;
+  material.blendMode = SCNBlendMode::replace;
+  material.alphaCutoff = 0.5;
+  material.shininess = 0.25;
+  material.lightingModelName = SCNLightingModelConstant;
+  const device::Material described = describe();
+  EXPECT_TRUE(described.isDoubleSided);
+  EXPECT_TRUE(described.fillsLines);
+  EXPECT_FALSE(described.readsDepth);
+  EXPECT_FALSE(described.writesDepth);
+  EXPECT_EQ(described.blendMode, device::BlendMode::replace);
+  EXPECT_EQ(described.alphaCutoff, 0.5F);
+  EXPECT_EQ(described.shininess, 0.25F);
+  EXPECT_EQ(described.lightingModel, device::LightingModel::constant);
+}
+
+TEST_F(FrameMaterialTest, TexturesAreColourOrDataByProperty) {
+  material.lightingModelName = SCNLightingModelPhysicallyBased;
+  const auto image = onePixel(1, 2, 3, 255);
+  material.diffuse.contents = image;
+  material.emission.contents = image;
+  material.normal.contents = image;
+  material.roughness.contents = image;
+  material.ambientOcclusion.contents = image;
+  const device::Material described = describe();
+  ASSERT_EQ(textures.size(), 2U);
+  EXPECT_EQ(textures[0].image, image);
+  EXPECT_TRUE(textures[static_cast<std::size_t>(described.diffuse.texture)].isSRGB);
+  EXPECT_EQ(described.emission.texture, described.diffuse.texture);
+  EXPECT_FALSE(textures[static_cast<std::size_t>(described.normal.texture)].isSRGB);
+  EXPECT_EQ(described.roughness.texture, described.normal.texture);
+  EXPECT_EQ(described.ambientOcclusion.texture, described.normal.texture);
+  EXPECT_EQ(described.metalness.texture, -1);
+}
+
+TEST_F(FrameMaterialTest, TextureSettingsAreCarriedOver) {
+  material.diffuse.contents = onePixel(1, 2, 3, 255);
+  material.diffuse.mappingChannel = 2;
+  material.diffuse.wrapS = SCNWrapMode::repeat;
+  material.diffuse.wrapT = SCNWrapMode::mirror;
+  // Row vectors: (u, v, 0, 1) times rows (2, 3), (5, 7), -, (11, 13).
+  auto& columns = material.diffuse.contentsTransform.columns;
+  columns[0].x = 2;
+  columns[0].y = 3;
+  columns[1].x = 5;
+  columns[1].y = 7;
+  columns[3].x = 11;
+  columns[3].y = 13;
+  const device::MaterialSlot slot = describe().diffuse;
+  EXPECT_EQ(slot.channel, 2U);
+  EXPECT_EQ(slot.wrapS, device::WrapMode::repeat);
+  EXPECT_EQ(slot.wrapT, device::WrapMode::mirror);
+  const float* m = slot.transform;
+  EXPECT_EQ(m[0] * 1 + m[2] * 10 + m[4], 2 + 50 + 11);
+  EXPECT_EQ(m[1] * 1 + m[3] * 10 + m[5], 3 + 70 + 13);
+}
+
+TEST_F(FrameMaterialTest, OnlyPropertiesThatTheLightingModelReadsAreLoaded) {
+  material.lightingModelName = SCNLightingModelConstant;
+  const auto image = onePixel(1, 2, 3, 255);
+  for (SCNMaterialProperty* property :
+       {&material.normal, &material.roughness, &material.metalness, &material.specular, &material.ambientOcclusion}) {
+    property->contents = image;
+  }
+  describe();
+  EXPECT_TRUE(textures.empty());
+  material.lightingModelName = SCNLightingModelBlinn;
+  const device::Material described = describe();
+  EXPECT_GE(described.specular.texture, 0);
+  EXPECT_GE(described.normal.texture, 0);
+  EXPECT_EQ(described.roughness.texture, -1);
+}
+
+TEST_F(FrameMaterialTest, AFileIsDecodedOnceForPathsAndUrlsAndKept) {
+  const std::string path = writePNG("a.png", *onePixel(10, 20, 30, 255));
+  material.diffuse.contents = path;
+  material.emission.contents = FileURL(path);
+  device::Material described = describe();
+  ASSERT_EQ(textures.size(), 1U);
+  EXPECT_EQ(described.diffuse.texture, 0);
+  EXPECT_EQ(described.emission.texture, 0);
+  EXPECT_EQ(*textures[0].image, *onePixel(10, 20, 30, 255));
+  EXPECT_FALSE(textures[0].hasTransparency);
+  const auto kept = textures[0].image;
+  std::filesystem::remove(path);
+  describe();
+  EXPECT_EQ(textures[0].image, kept);
+}
+
+TEST_F(FrameMaterialTest, AnImageThatDoesNotDecodeShowsTheDefaultAndIsNotTriedAgain) {
+  const std::string path = folder + "/broken.png";
+  std::ofstream(path) << "no image";
+  material.diffuse.contents = path;
+  material.emission.contents = folder + "/missing.png";
+  device::Material described = describe();
+  EXPECT_EQ(described.diffuse.texture, -1);
+  EXPECT_EQ(described.diffuse.value, (simd_float4{1, 1, 1, 1}));
+  EXPECT_EQ(described.emission.value, (simd_float4{0, 0, 0, 1}));
+  writePNG("broken.png", *onePixel(1, 2, 3, 255));
+  EXPECT_EQ(describe().diffuse.texture, -1);
+}
+
+TEST_F(FrameMaterialTest, FoldersAndPipesAreNoTextures) {
+  const std::string pipe = folder + "/pipe.png";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  material.diffuse.contents = pipe;
+  material.emission.contents = folder;
+  const device::Material described = describe();
+  EXPECT_EQ(described.diffuse.texture, -1);
+  EXPECT_EQ(described.emission.texture, -1);
+}
+
+TEST_F(FrameMaterialTest, ImagesThatAreEmptyOrIncompleteShowTheDefault) {
+  material.diffuse.contents = std::make_shared<const Image>();
+  material.emission.contents = std::make_shared<const Image>(Image{2, 2, {1, 2, 3, 4}});
+  material.transparent.contents = std::shared_ptr<const Image>();
+  const device::Material described = describe();
+  EXPECT_EQ(described.diffuse.texture, -1);
+  EXPECT_EQ(described.emission.texture, -1);
+  EXPECT_EQ(described.transparent.texture, -1);
+}
+
+TEST_F(FrameMaterialTest, ATextureWithAlphaBlends) {
+  material.diffuse.contents = onePixel(1, 2, 3, 254);
+  EXPECT_TRUE(isBlended(describe(), textures));
+  material.diffuse.contents = onePixel(1, 2, 3, 255);
+  EXPECT_FALSE(isBlended(describe(), textures));
+  material.blendMode = SCNBlendMode::replace;
+  material.diffuse.contents = onePixel(1, 2, 3, 0);
+  EXPECT_FALSE(isBlended(describe(), textures));
+}
+
+TEST_F(FrameMaterialTest, AnOpacityMapWithoutAlphaCountsByItsLuminance) {
+  const auto mask = std::make_shared<const Image>(Image{2, 1, {255, 255, 255, 255, 128, 128, 128, 255}});
+  material.transparent.contents = mask;
+  material.diffuse.contents = mask;
+  device::Material described = describe();
+  const auto& opacity = textures[static_cast<std::size_t>(described.transparent.texture)];
+  EXPECT_EQ(opacity.image->pixels[3], 255);
+  EXPECT_EQ(opacity.image->pixels[7], 128);
+  EXPECT_TRUE(opacity.hasTransparency);
+  EXPECT_EQ(textures[static_cast<std::size_t>(described.diffuse.texture)].image, mask);
+  EXPECT_TRUE(isBlended(described, textures));
+  const auto derived = opacity.image;
+  described = describe();
+  EXPECT_EQ(textures[static_cast<std::size_t>(described.transparent.texture)].image, derived);
+
+  const auto withAlpha = onePixel(255, 255, 255, 64);
+  material.transparent.contents = withAlpha;
+  described = describe();
+  EXPECT_EQ(textures[static_cast<std::size_t>(described.transparent.texture)].image, withAlpha);
+}
+
+}  // namespace
+}  // namespace ornolith
