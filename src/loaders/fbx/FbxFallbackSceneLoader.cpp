@@ -1,8 +1,5 @@
 #include "loaders/fbx/FbxFallbackSceneLoader.h"
 
-#include <sys/stat.h>
-
-#include <algorithm>
 #include <unordered_set>
 #include <utility>
 
@@ -110,12 +107,6 @@ FbxFallbackLoadResult buildScene(FbxSceneHandle handle, std::uint64_t fileSize, 
   return result;
 }
 
-std::uint64_t sizeOfFile(const FileURL& url) {
-  struct stat status {};
-  return ::stat(url.path().c_str(), &status) == 0 && status.st_size > 0 ? static_cast<std::uint64_t>(status.st_size)
-                                                                        : 0;
-}
-
 }  // namespace
 
 int FbxLoadError::code() const noexcept {
@@ -132,7 +123,7 @@ std::string FbxLoadError::describe(const fbx_error::NoGeometry&) {
 
 FbxFallbackLoadResult FbxFallbackSceneLoader::loadSceneAtURL(const FileURL& url,
                                                              const std::vector<FileURL>& assetDirectories) {
-  return buildScene(readFbxScene(url), sizeOfFile(url), url, assetDirectories);
+  return buildScene(readFbxScene(url), fbxFileSize(url), url, assetDirectories);
 }
 
 FbxFallbackLoadResult FbxFallbackSceneLoader::loadSceneFromContents(std::span<const std::byte> contents,

@@ -73,11 +73,12 @@ ufbx_open_file_cb FbxFileAccess::callback() noexcept {
   return callback;
 }
 
-bool FbxFileAccess::lets(const std::string& path) const {
-  if (realFolder_.empty() || path.find('\0') != std::string::npos) return false;
-  const std::string real = realPath(path);
+std::string FbxFileAccess::realPathInFolder(const std::string& path) const {
+  if (realFolder_.empty() || path.find('\0') != std::string::npos) return {};
+  std::string real = realPath(path);
   const std::string inside = realFolder_ == "/" ? realFolder_ : realFolder_ + "/";
-  return real.size() > inside.size() && real.compare(0, inside.size(), inside) == 0;
+  const bool isInside = real.size() > inside.size() && real.compare(0, inside.size(), inside) == 0;
+  return isInside ? real : std::string();
 }
 
 bool FbxFileAccess::open(void* user, ufbx_stream* stream, const char* path, size_t length,
@@ -85,9 +86,9 @@ bool FbxFileAccess::open(void* user, ufbx_stream* stream, const char* path, size
   const auto& access = *static_cast<const FbxFileAccess*>(user);
   std::string wanted(path, length);
   if (info->type != UFBX_OPEN_FILE_MAIN_MODEL) {
-    if (!access.lets(wanted)) return false;
     // What was looked at is what is opened.
-    wanted = realPath(wanted);
+    wanted = access.realPathInFolder(wanted);
+    if (wanted.empty()) return false;
   }
   const int descriptor = openRegularFile(wanted);
   if (descriptor < 0) return false;

@@ -23,7 +23,8 @@ class FbxFileAccess {
 
  private:
   static bool open(void* user, ufbx_stream* stream, const char* path, size_t length, const ufbx_open_file_info* info);
-  bool lets(const std::string& path) const;
+  /// `path` without links, where that lies below the model's folder; empty otherwise.
+  std::string realPathInFolder(const std::string& path) const;
 
   std::string modelPath_;
   std::string realFolder_;  ///< The model's folder without links, or empty where there is none.

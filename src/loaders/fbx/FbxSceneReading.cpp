@@ -36,11 +36,6 @@ ufbx_load_opts loadOptions(std::uint64_t fileSize, FbxFileAccess& access) {
   return options;
 }
 
-std::uint64_t fileSizeAt(const std::string& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 && status.st_size > 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
-}
-
 FbxSceneHandle checked(ufbx_scene* scene, const ufbx_error& error) {
   if (scene == nullptr) throw FbxLoadError(fbx_error::Unreadable{fbxErrorDescription(error)});
   return FbxSceneHandle(scene);
@@ -48,9 +43,15 @@ FbxSceneHandle checked(ufbx_scene* scene, const ufbx_error& error) {
 
 }  // namespace
 
+std::uint64_t fbxFileSize(const FileURL& url) {
+  struct stat status {};
+  const bool isKnown = ::stat(url.path().c_str(), &status) == 0 && status.st_size > 0;
+  return isKnown ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
 FbxSceneHandle readFbxScene(const FileURL& url) {
   FbxFileAccess access(url.path());
-  const ufbx_load_opts options = loadOptions(fileSizeAt(url.path()), access);
+  const ufbx_load_opts options = loadOptions(fbxFileSize(url), access);
   ufbx_error error{};
   ufbx_scene* scene = ufbx_load_file(url.path().c_str(), &options, &error);
   return checked(scene, error);

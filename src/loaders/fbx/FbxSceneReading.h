@@ -3,6 +3,7 @@
 #include <ufbx.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
@@ -24,6 +25,9 @@ FbxSceneHandle readFbxScene(const FileURL& url);
 /// The same of a file's bytes, which are read as if they stood at `url`; nothing is read from there. `contents` is
 /// needed no longer than the call.
 FbxSceneHandle readFbxScene(std::span<const std::byte> contents, const FileURL& url);
+
+/// The size of the file at `url` in bytes, by which its limits go; 0 where there is none.
+std::uint64_t fbxFileSize(const FileURL& url);
 
 /// The library's own text of `error`, or a text of ours where that is not UTF-8.
 std::string fbxErrorDescription(const ufbx_error& error);

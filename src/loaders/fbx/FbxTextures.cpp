@@ -43,7 +43,9 @@ const std::string* representativePath(const ufbx_texture& texture, FbxConversion
   return nullptr;
 }
 
-std::string_view view(const ufbx_string& text) { return {text.data, text.length}; }
+std::string_view view(const ufbx_string& text) {
+  return {text.data, text.length};
+}
 
 int channelOfUVSet(const ufbx_string& name, const ufbx_mesh& mesh) {
   if (name.length == 0) return 0;
