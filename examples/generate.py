@@ -423,11 +423,11 @@ def sheared():
     """Rotations under a node that scales its axes differently: the boxes come out sheared."""
     s = Scene()
     colors = [(0.70, 0.16, 0.12), (0.80, 0.52, 0.10), (0.22, 0.50, 0.20), (0.13, 0.33, 0.62)]
-    stretch = s.model("Stretch", None, "Null", None, None, (2.2, 0.8, 1))
+    stretch = s.model("Stretch", None, "Null", None, None, (1.8, 1.1, 1))
     parent, height = stretch, 0
     for k, color in enumerate(colors):
         material = s.material(f"Colour {k + 1}", color, (0.2, 0.2, 0.2), 25.0)
-        model = s.model(f"Block {k + 1}", parent, "Mesh", (0, height, 0), (0, 0, 18))
+        model = s.model(f"Block {k + 1}", parent, "Mesh", (0, height, 0), (0, 0, 11))
         s.geometry(f"Block {k + 1}", model, box(12 - 2 * k, 9, 12 - 2 * k, bevel=0.4), [material])
         parent, height = model, 9
     return s
