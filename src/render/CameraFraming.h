@@ -27,6 +27,8 @@ struct CameraFitExtent {
 
 /// How far in front of the centre of a box of `extent` the camera stands so that the box fits into the image: at least
 /// 0.25. Width and height count as 0.1 or more, the aspect ratio as 0.1 or more; a third of the depth is added.
+/// The padding holds a box as deep as high inside the image; the near side of a much deeper one may reach over the
+/// edge.
 double cameraFitDistance(const CameraFitExtent& extent, double aspectRatio, double fieldOfView, double padding);
 
 /// The extent of a box of `size` seen from `viewpoint`.

@@ -138,7 +138,7 @@ TEST(FrontCameraState, APointIsSeenFromAQuarter) {
 }
 
 TEST(FrontCameraState, KeepsOrdinaryBoxesInsideTheImage) {
-  for (const simd_float3 size : {simd_float3{1, 1, 1}, {2, 1, 1}, {1, 3, 1}, {5, 2, 3}, {0.01F, 0.02F, 0.01F}}) {
+  for (const simd_float3 size : {simd_float3{1, 1, 1}, {2, 1, 1}, {1, 3, 1}, {5, 2, 2}, {0.01F, 0.02F, 0.01F}}) {
     for (const double aspectRatio : {0.5, 1.0, 16.0 / 9.0, 4.0}) {
       for (const double degrees : {20.0, 45.0, 60.0}) {
         const ModelRenderBounds box = boxOf(size, {0.5F, -3, 2});
