@@ -8,10 +8,6 @@
 namespace ornolith::raster {
 namespace {
 
-std::uint32_t pixelIndex(std::int32_t x, std::int32_t y) noexcept {
-  return static_cast<std::uint32_t>(y * tileSide + x);
-}
-
 /// A triangle brought to one tile: everything relative to the centre of the tile's first pixel.
 struct TileTriangle {
   std::int32_t left, top, right, bottom;  ///< Inclusive pixels within the tile.

@@ -8,7 +8,6 @@
 
 namespace ornolith::raster {
 
-/// Pixels of a tile are numbered row by row, 64 to a row.
 inline constexpr std::uint32_t noPrimitive = 0xffffffff;
 
 /// The nearest depth of each pixel of a tile (larger is nearer), and which primitive is seen there.

@@ -189,8 +189,8 @@ void PrimitiveAttributes::computeTriangleWeights(std::span<const std::uint16_t> 
                                                  Weights& weights) const noexcept {
   const std::size_t count = pixels.size();
   for (std::size_t i = 0; i < count; ++i) {
-    const auto x = static_cast<double>(pixels[i] % tileSide);
-    const auto y = static_cast<double>(pixels[i] / tileSide);
+    const auto x = static_cast<double>(pixelColumn(pixels[i]));
+    const auto y = static_cast<double>(pixelRow(pixels[i]));
     // The grid moves corners by up to 1/512 of a pixel: a centre may lie that little outside.
     const double a = planeX_[0] * x + planeY_[0] * y + planeC_[0];
     const double b = planeX_[1] * x + planeY_[1] * y + planeC_[1];
@@ -209,7 +209,7 @@ void PrimitiveAttributes::computeTriangleWeights(std::span<const std::uint16_t> 
 
 void PrimitiveAttributes::computeLineWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept {
   for (std::size_t i = 0; i < pixels.size(); ++i) {
-    const auto along = static_cast<double>(lineIsWide_ ? pixels[i] % tileSide : pixels[i] / tileSide);
+    const auto along = static_cast<double>(lineIsWide_ ? pixelColumn(pixels[i]) : pixelRow(pixels[i]));
     const double from = lineAt_[0] - along * lineW_[0];
     const double to = lineAt_[1] - along * lineW_[1];
     const double t = std::clamp(from / (from - to), 0.0, 1.0);

@@ -9,6 +9,15 @@ namespace ornolith::raster {
 // Per-pixel functions of additions, multiplications and divisions alone, so that every processor and every vector width
 // computes the same bits.
 
+/// The largest whole number that is not above `x`; infinities and NaN come back as they are. (The library's own is a
+/// call on processors without SSE 4.1, which the program must run on.)
+inline float fastFloor(float x) noexcept {
+  constexpr float noFractionFrom = 8388608.0f;
+  if (!(std::abs(x) < noFractionFrom)) return x;
+  const auto truncated = static_cast<float>(static_cast<std::int32_t>(x));
+  return truncated > x ? truncated - 1.0f : truncated;
+}
+
 /// log2 of a positive normal number: within 3e-7 + 1e-7 * |result| of the true value. Writes the argument as m * 2^e
 /// with m in [sqrt(1/2), sqrt(2)) and sums the series of 2 artanh((m - 1) / (m + 1)) to the seventh power.
 inline float fastLog2(float x) noexcept {

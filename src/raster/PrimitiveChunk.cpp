@@ -205,7 +205,8 @@ class SegmentSetup {
     PrimitiveRecord record = blank(primitive, PrimitiveKind::point);
     record.x[0] = center.x;
     record.y[0] = center.y;
-    record.x[1] = static_cast<std::int32_t>(radius * subpixelOne + 0.5);
+    const double onGrid = radius * subpixelOne + 0.5;
+    record.x[1] = static_cast<std::int32_t>(onGrid);
     record.depth[0] = center.depth;
     keep(record);
   }

@@ -93,8 +93,8 @@ bool isUsable(float squaredLength) noexcept {
 }
 
 simd_float3 viewRay(const ViewRays& rays, std::uint16_t pixel) noexcept {
-  return rays.origin + rays.perX * static_cast<float>(pixel % tileSide) +
-         rays.perY * static_cast<float>(pixel / tileSide);
+  return rays.origin + rays.perX * static_cast<float>(pixelColumn(pixel)) +
+         rays.perY * static_cast<float>(pixelRow(pixel));
 }
 
 /// Unit vectors toward the camera.

@@ -50,9 +50,11 @@ ShadingPlan ShadingPlan::make(const device::Material& material, const device::Me
   plan.diffuse = maker.slot(material.diffuse);
   plan.emission = maker.slot(material.emission);
   plan.transparent = maker.slot(material.transparent);
-  // Texels that nobody sees must not hide, by their depth, what is behind them.
-  if (isBlended && material.blendMode == device::BlendMode::alpha &&
-      (hasHoles(plan.diffuse) || hasHoles(plan.transparent))) {
+  // What nobody sees must not hide, by its depth, what is behind it.
+  const float evenOpacity = material.transparency * material.diffuse.value.w * material.transparent.value.w;
+  const bool mayBeInvisible = hasHoles(plan.diffuse) || hasHoles(plan.transparent) ||
+                              (plan.hasVertexColor && mesh.color.components > 3) || !(evenOpacity >= invisibleOpacity);
+  if (isBlended && material.blendMode == device::BlendMode::alpha && mayBeInvisible) {
     plan.cutoff = std::max(plan.cutoff, invisibleOpacity);
   }
   if (!plan.isLit) return plan;

@@ -20,6 +20,7 @@ std::vector<const TexturePyramid*> TextureCache::pyramidsFor(const std::vector<d
   // Several textures may be one image: `used` tells which entry each has.
   std::map<decltype(keyOf(textures.front())), std::size_t> kept;
   std::vector<std::size_t> used;
+  used.reserve(textures.size());
   std::vector<std::size_t> missing;
   for (const device::Texture& texture : textures) {
     const auto [place, isNew] = kept.emplace(keyOf(texture), entries_.size());
@@ -39,6 +40,7 @@ std::vector<const TexturePyramid*> TextureCache::pyramidsFor(const std::vector<d
   });
 
   std::vector<const TexturePyramid*> pyramids;
+  pyramids.reserve(used.size());
   for (const std::size_t entry : used) pyramids.push_back(entries_[entry].pyramid.get());
   return pyramids;
 }

@@ -90,7 +90,8 @@ TexelTables::TexelTables() : sRGBFrom16(65536) {
   for (std::size_t i = 0; i < 256; ++i) {
     linearFromSRGB[i] = linearFromSRGB8(static_cast<std::uint8_t>(i));
     unit[i] = static_cast<float>(i) / 255.0f;
-    linear16[i] = static_cast<std::uint16_t>(linearFromSRGB[i] * 65535.0f + 0.5f);
+    const float scaled = linearFromSRGB[i] * 65535.0f + 0.5f;
+    linear16[i] = static_cast<std::uint16_t>(scaled);
   }
   // Codes change half-way between two neighbours in the encoded scale.
   std::size_t next = 0;

@@ -14,11 +14,11 @@ using device::WrapMode;
 float wrapCoordinate(float value, WrapMode mode) noexcept {
   switch (mode) {
     case WrapMode::repeat:
-      value -= std::floor(value);
+      value -= fastFloor(value);
       break;
     case WrapMode::mirror: {
       const float half = value * 0.5f;
-      const float period = (half - std::floor(half)) * 2.0f;
+      const float period = (half - fastFloor(half)) * 2.0f;
       value = period > 1.0f ? 2.0f - period : period;
       break;
     }
@@ -37,7 +37,7 @@ struct AxisTaps {
 
 AxisTaps axisTaps(float coordinate, std::uint32_t side, WrapMode mode) noexcept {
   const float position = coordinate * static_cast<float>(side) - 0.5f;
-  const float base = std::floor(position);
+  const float base = fastFloor(position);
   const float share = position - base;
   const auto last = static_cast<std::int32_t>(side) - 1;
   const auto index = static_cast<std::int32_t>(base);
@@ -105,7 +105,7 @@ FilterPlan planFilter(const MipLevel& base, float lastLevel, const TextureFootpr
 
   FilterPlan plan;
   const float ratio = std::sqrt(major / minor);
-  plan.sampleCount = std::clamp(static_cast<int>(std::ceil(ratio - 0.01f)), 1, maximumAnisotropy);
+  plan.sampleCount = std::clamp(static_cast<int>(ratio - 0.01f) + 1, 1, maximumAnisotropy);
   const auto count = static_cast<float>(plan.sampleCount);
   plan.level = std::clamp(0.5f * fastLog2(std::max(major / (count * count), 1e-6f)), 0.0f, lastLevel);
   if (plan.sampleCount == 1) return plan;
@@ -129,7 +129,7 @@ simd_float4 sampleTexture(const TexturePyramid& pyramid, const TexelTables& tabl
   const Decoder decode{pyramid.isSRGB() ? tables.linearFromSRGB.data() : tables.unit.data(), tables.unit.data(),
                        pyramid.isPremultiplied()};
   const FilterPlan plan = planFilter(levels.front(), static_cast<float>(levels.size() - 1), footprint);
-  const float whole = std::floor(plan.level);
+  const float whole = fastFloor(plan.level);
   const float share = plan.level - whole;
   const auto fine = static_cast<std::size_t>(whole);
   const MipLevel& fineLevel = levels[fine];

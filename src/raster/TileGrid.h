@@ -9,6 +9,17 @@ namespace ornolith::raster {
 inline constexpr std::int32_t tileSide = 64;
 inline constexpr std::size_t tilePixels = std::size_t{tileSide} * tileSide;
 
+/// Pixels of a tile are numbered row by row, 64 to a row, whatever the tile's own width.
+constexpr std::uint32_t pixelIndex(std::int32_t x, std::int32_t y) noexcept {
+  return static_cast<std::uint32_t>(y) * tileSide + static_cast<std::uint32_t>(x);
+}
+constexpr std::int32_t pixelColumn(std::uint16_t pixel) noexcept {
+  return pixel % tileSide;
+}
+constexpr std::int32_t pixelRow(std::uint16_t pixel) noexcept {
+  return pixel / tileSide;
+}
+
 /// The pixels of one tile; those at the right and lower border may be smaller than 64 by 64.
 struct TileBounds {
   std::int32_t x;

@@ -65,7 +65,7 @@ void TileRenderer::shadeOpaque() {
   const auto forEachVisible = [&](const auto& visit) {
     for (std::int32_t y = 0; y < bounds_.height; ++y) {
       for (std::int32_t x = 0; x < bounds_.width; ++x) {
-        const auto pixel = static_cast<std::uint16_t>(y * tileSide + x);
+        const auto pixel = static_cast<std::uint16_t>(pixelIndex(x, y));
         const std::uint32_t primitive = visibility_.primitive[pixel];
         if (primitive != noPrimitive) visit(primitive, pixel);
       }
@@ -174,8 +174,9 @@ namespace {
 std::array<std::uint8_t, 4> encodePixel(float red, float green, float blue, float coverage) noexcept {
   const float alpha = saturate(coverage);
   const float scale = alpha > 0.0f ? 1.0f / alpha : 0.0f;
+  const float alphaCode = alpha * 255.0f + 0.5f;
   return {sRGB8FromLinear(red * scale), sRGB8FromLinear(green * scale), sRGB8FromLinear(blue * scale),
-          static_cast<std::uint8_t>(alpha * 255.0f + 0.5f)};
+          static_cast<std::uint8_t>(alphaCode)};
 }
 
 std::uint8_t* rowOf(Image& image, const TileBounds& bounds, std::int32_t y) noexcept {
@@ -189,7 +190,7 @@ void TileRenderer::resolve(Image& image) const {
   for (std::int32_t y = 0; y < bounds_.height; ++y) {
     std::uint8_t* out = rowOf(image, bounds_, y);
     for (std::int32_t x = 0; x < bounds_.width; ++x, out += 4) {
-      const auto pixel = static_cast<std::size_t>(y * tileSide + x);
+      const std::size_t pixel = pixelIndex(x, y);
       const auto encoded = encodePixel(color_[0][pixel], color_[1][pixel], color_[2][pixel], color_[3][pixel]);
       std::memcpy(out, encoded.data(), encoded.size());
     }

@@ -319,6 +319,9 @@ TEST(PixelMath, StaysWithinItsStatedErrors) {
       ASSERT_NEAR(raster::fastPow(value, static_cast<float>(exponent)) / exact, 1, bound) << value << " " << exponent;
     }
   }
+  for (const float value : {0.0f, -0.0f, 0.5f, -0.5f, 1.0f, -1.0f, -1e-30f, 8388607.5f, -8388607.5f, 1e30f, -1e30f}) {
+    EXPECT_EQ(raster::fastFloor(value), std::floor(value));
+  }
   EXPECT_EQ(raster::fastPow(0, 3), 0.0f);
   EXPECT_EQ(raster::fastPow(std::numeric_limits<float>::quiet_NaN(), 3), 0.0f);
 }

@@ -355,6 +355,15 @@ TEST(Opacity, BelowTheCutoffLetsWhatIsBehindShow) {
   EXPECT_EQ(pixelAt(image, 7, 4), (std::array<int, 4>{0, 0, 255, 255}));
 }
 
+TEST(Opacity, OfNothingHidesNothing) {
+  FrameBuilder scene(8, 8);
+  device::Material invisible = FrameBuilder::constantMaterial({1, 0, 0, 1});
+  invisible.transparency = 0;
+  scene.add(quad(-9, -9, 9, 9, -2), invisible, true);
+  scene.add(quad(-9, -9, 9, 9, -5), FrameBuilder::constantMaterial({0, 1, 0, 0.5f}), true);
+  EXPECT_EQ(pixelAt(scene.render(), 4, 4), (std::array<int, 4>{0, 255, 0, 128}));
+}
+
 TEST(Depth, ShowsTheNearestAndLetsTheLaterWinTies) {
   FrameBuilder scene(8, 8);
   scene.add(quad(-9, -9, 9, 9, -3), FrameBuilder::constantMaterial({1, 0, 0, 1}));
