@@ -42,6 +42,11 @@ class FrameMaterialTest : public ::testing::Test {
     return describeMaterial(material, cache, frameTextures);
   }
 
+  bool blends() {
+    const device::Material described = describe();
+    return isBlended(described, textures);
+  }
+
   std::string folder;
   SCNMaterial material;
   TextureCache cache;
@@ -227,12 +232,12 @@ TEST_F(FrameMaterialTest, ImagesThatAreEmptyOrIncompleteShowTheDefault) {
 
 TEST_F(FrameMaterialTest, ATextureWithAlphaBlends) {
   material.diffuse.contents = onePixel(1, 2, 3, 254);
-  EXPECT_TRUE(isBlended(describe(), textures));
+  EXPECT_TRUE(blends());
   material.diffuse.contents = onePixel(1, 2, 3, 255);
-  EXPECT_FALSE(isBlended(describe(), textures));
+  EXPECT_FALSE(blends());
   material.blendMode = SCNBlendMode::replace;
   material.diffuse.contents = onePixel(1, 2, 3, 0);
-  EXPECT_FALSE(isBlended(describe(), textures));
+  EXPECT_FALSE(blends());
 }
 
 TEST_F(FrameMaterialTest, AnOpacityMapWithoutAlphaCountsByItsLuminance) {
