@@ -14,6 +14,7 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "imaging/ByteOrder.h"
@@ -93,20 +94,91 @@ bool chunkTableFits(const Imf::Header& header, Size size, std::size_t dataBytes)
   return chunks <= dataBytes / 8;
 }
 
-/// True where every attribute of the header at `offset` lies in the file. The library sets memory aside for what an
-/// attribute's size claims.
-bool attributesFit(Bytes data, std::size_t offset) {
-  const auto skipText = [&] {
-    const auto begin = data.begin() + static_cast<std::ptrdiff_t>(offset);
-    const auto end = std::find(begin, data.end(), std::byte{0});
-    offset = static_cast<std::size_t>(end - data.begin()) + 1;
-    return end != data.end();
+// The library sets memory aside for what an attribute's size claims, and after one whose content has not that size it
+// reads on in the wrong place. So every attribute is looked at first.
+
+std::string_view textAt(Bytes data, std::size_t offset) {
+  const std::string_view rest(reinterpret_cast<const char*>(data.data()) + offset, data.size() - offset);
+  return rest.substr(0, rest.find('\0'));
+}
+
+bool isChannelList(Bytes value) {
+  constexpr std::size_t bytesBehindName = 16;
+  std::size_t offset = 0;
+  while (offset < value.size() && byteAt(value, offset) != 0) {
+    offset += textAt(value, offset).size() + 1 + bytesBehindName;
+  }
+  return offset + 1 == value.size();
+}
+
+bool isStringVector(Bytes value) {
+  std::size_t offset = 0;
+  while (value.size() - offset >= 4) {
+    const std::uint32_t length = littleEndian32(value, offset);
+    offset += 4;
+    if (length > value.size() - offset) return false;
+    offset += length;
+  }
+  return offset == value.size();
+}
+
+bool isPreview(Bytes value) {
+  return value.size() >= 8 &&
+         std::uint64_t{littleEndian32(value, 0)} * littleEndian32(value, 4) == (value.size() - 8) / 4 &&
+         value.size() % 4 == 0;
+}
+
+/// True where a value of type `type` fills `value` exactly. Of types that are not known any bytes do.
+bool attributeFits(std::string_view type, Bytes value) {
+  struct FixedType {
+    std::string_view name;
+    std::size_t size;
   };
+  constexpr std::array<FixedType, 24> fixedTypes{{{"box2i", 16},
+                                                  {"box2f", 16},
+                                                  {"chromaticities", 32},
+                                                  {"compression", 1},
+                                                  {"deepImageState", 1},
+                                                  {"double", 8},
+                                                  {"envmap", 1},
+                                                  {"float", 4},
+                                                  {"int", 4},
+                                                  {"keycode", 28},
+                                                  {"lineOrder", 1},
+                                                  {"m33f", 36},
+                                                  {"m33d", 72},
+                                                  {"m44f", 64},
+                                                  {"m44d", 128},
+                                                  {"rational", 8},
+                                                  {"tiledesc", 9},
+                                                  {"timecode", 8},
+                                                  {"v2i", 8},
+                                                  {"v2f", 8},
+                                                  {"v2d", 16},
+                                                  {"v3i", 12},
+                                                  {"v3f", 12},
+                                                  {"v3d", 24}}};
+  if (type == "chlist") return isChannelList(value);
+  if (type == "stringvector") return isStringVector(value);
+  if (type == "preview") return isPreview(value);
+  if (type == "floatvector") return value.size() % 4 == 0;
+  for (const FixedType& fixed : fixedTypes) {
+    if (fixed.name == type) return fixed.size == value.size();
+  }
+  return true;
+}
+
+/// True where every attribute of the header at `offset` lies in the file and has the size of its type.
+bool attributesFit(Bytes data, std::size_t offset) {
   while (offset < data.size() && byteAt(data, offset) != 0) {
-    if (!skipText() || !skipText() || data.size() - offset < 4) return false;
+    offset += textAt(data, offset).size() + 1;
+    if (offset >= data.size()) return false;
+    const std::string_view type = textAt(data, offset);
+    offset += type.size() + 1;
+    if (offset > data.size() || data.size() - offset < 4) return false;
     const std::uint32_t size = littleEndian32(data, offset);
     offset += 4;
-    if (size > data.size() - offset) return false;
+    if (size > data.size() - offset || !attributeFits(type, data.subspan(offset, size))) return false;
     offset += size;
   }
   return offset < data.size();
