@@ -41,21 +41,21 @@ void litSphere131k(benchmark::State& state) {
   litSphere(scene, 256, 256, device::LightingModel::blinn);
   report(state, scene);
 }
-BENCHMARK(litSphere131k)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(litSphere131k)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void physicalSphere131k(benchmark::State& state) {
   FrameBuilder scene(1024, 1024);
   litSphere(scene, 256, 256, device::LightingModel::physicallyBased);
   report(state, scene);
 }
-BENCHMARK(physicalSphere131k)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(physicalSphere131k)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void litSphere2M(benchmark::State& state) {
   FrameBuilder scene(1024, 1024);
   litSphere(scene, 1000, 1000, device::LightingModel::blinn);
   report(state, scene);
 }
-BENCHMARK(litSphere2M)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(litSphere2M)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 /// A 4096x4096 colour texture and a normal map on 20,000 triangles.
 void texturedSphere(benchmark::State& state) {
@@ -69,7 +69,7 @@ void texturedSphere(benchmark::State& state) {
   scene.frame.materials[0].normal.texture = scene.addTexture(solidImage(4096, 4096, {140, 120, 250, 255}), false);
   report(state, scene);
 }
-BENCHMARK(texturedSphere)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(texturedSphere)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 /// A screen-filling rectangle: the cost of pixels alone.
 void fullScreen(benchmark::State& state) {
@@ -78,7 +78,7 @@ void fullScreen(benchmark::State& state) {
   scene.add(quad(-3, -3, 3, 3, -2), FrameBuilder::litMaterial(device::LightingModel::blinn, {0.5f, 0.5f, 0.5f, 1}));
   report(state, scene);
 }
-BENCHMARK(fullScreen)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(fullScreen)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void wireSphere(benchmark::State& state) {
   FrameBuilder scene(1024, 1024);
@@ -86,13 +86,13 @@ void wireSphere(benchmark::State& state) {
   scene.frame.materials[0].fillsLines = true;
   report(state, scene);
 }
-BENCHMARK(wireSphere)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(wireSphere)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void emptyFrame(benchmark::State& state) {
   const FrameBuilder scene(1024, 1024);
   report(state, scene);
 }
-BENCHMARK(emptyFrame)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(emptyFrame)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 }  // namespace
 }  // namespace ornolith

@@ -71,6 +71,18 @@ TEST(Device, GivesTheSameBytesOnAnyNumberOfThreads) {
   }
 }
 
+/// FNV-1a over the pixels.
+std::uint64_t hashOf(const Image& image) {
+  std::uint64_t hash = 0xcbf29ce484222325;
+  for (const std::uint8_t byte : image.pixels) hash = (hash ^ byte) * 0x100000001b3;
+  return hash;
+}
+
+TEST(Device, GivesTheRecordedBytesOnEveryMachineAndCompiler) {
+  // To be recorded anew whenever a change is meant to show in the picture.
+  EXPECT_EQ(hashOf(everything(400, 301).render()), 0xae7460597f524b4u);
+}
+
 TEST(Device, ReusesItsBuffersWithoutTrace) {
   const auto device = makeCPURenderDevice();
   const std::array<std::pair<std::uint32_t, std::uint32_t>, 5> sizes{

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/Math.h"
 #include "raster/CPURenderDevice.h"
 
 namespace ornolith::test {
@@ -118,12 +119,12 @@ inline MeshData quad(float left, float bottom, float right, float top, float z) 
 inline MeshData sphere(simd_float3 center, float radius, std::uint32_t rings, std::uint32_t segments) {
   MeshData mesh;
   for (std::uint32_t ring = 0; ring <= rings; ++ring) {
-    const double theta = 3.14159265358979323846 * ring / rings;
+    const double theta = math::pi * ring / rings;
     for (std::uint32_t segment = 0; segment <= segments; ++segment) {
-      const double phi = 2 * 3.14159265358979323846 * segment / segments;
-      const auto x = static_cast<float>(std::sin(theta) * std::sin(phi));
-      const auto y = static_cast<float>(std::cos(theta));
-      const auto z = static_cast<float>(std::sin(theta) * std::cos(phi));
+      const double phi = 2 * math::pi * segment / segments;
+      const auto x = static_cast<float>(math::sin(theta) * math::sin(phi));
+      const auto y = static_cast<float>(math::cos(theta));
+      const auto z = static_cast<float>(math::sin(theta) * math::cos(phi));
       mesh.positions.insert(mesh.positions.end(),
                             {center.x + radius * x, center.y + radius * y, center.z + radius * z});
       mesh.normals.insert(mesh.normals.end(), {x, y, z});
