@@ -19,6 +19,7 @@ namespace ornolith {
 namespace {
 
 using namespace ornolith::testing;
+using namespace std::string_literals;
 
 /// What an orientation says in the tag's own words: where the stored first row and first column belong.
 Image storedFor(const Image& upright, unsigned orientation) {
@@ -301,6 +302,23 @@ TEST(EXRDecoding, ValuesClampAndNaNIsBlack) {
   ASSERT_TRUE(image);
   const unsigned expected[] = {0, 0, 255, 255, 255, 0, 0};
   for (std::uint32_t x = 0; x < 7; ++x) EXPECT_EQ(image->pixel(x, 0)[0], expected[x]) << x;
+}
+
+TEST(EXRDecoding, AnAttributeThatHasNotTheSizeOfItsTypeIsRefused) {
+  const ByteVector good = writeEXR(gradientImage(8, 8), {});
+  ASSERT_TRUE(decodeImage(good));
+  // The size stands behind the type's text. A window of four integers with more or fewer bytes than they take.
+  const std::string type = "dataWindow\0box2i\0"s;
+  const auto found = std::search(good.begin(), good.end(), type.begin(), type.end(), [](std::byte a, char b) {
+    return std::to_integer<unsigned>(a) == static_cast<unsigned char>(b);
+  });
+  ASSERT_NE(found, good.end());
+  const std::ptrdiff_t size = found - good.begin() + static_cast<std::ptrdiff_t>(type.size());
+  for (const unsigned wrong : {0U, 15U, 17U, 255U}) {
+    ByteVector bad = good;
+    bad[static_cast<std::size_t>(size)] = static_cast<std::byte>(wrong);
+    EXPECT_FALSE(decodeImage(bad)) << wrong;
+  }
 }
 
 // HEIC.
