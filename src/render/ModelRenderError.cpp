@@ -28,24 +28,12 @@ std::string ImageSizeError::describe(const image_size_error::OverPixelBudget& er
          " pixels cannot be rendered. Output is limited to 16 megapixels and 8192 pixels per dimension.";
 }
 
-std::string RenderRoadError::describe(const render_road_error::PartsInventory&) {
-  return "The parts inventory is not available in this version.";
-}
-
 std::string RenderRoadError::describe(const render_road_error::PivotOverlay&) {
   return "The pivot overlay is not available in this version.";
 }
 
 std::string RenderRoadError::describe(const render_road_error::RiggingOverlay&) {
   return "The rigging overlay is not available in this version.";
-}
-
-std::string RenderRoadError::describe(const render_road_error::ExplicitPoses&) {
-  return "Explicit poses are not available in this version.";
-}
-
-std::string RenderRoadError::describe(const render_road_error::ContactSheet&) {
-  return "Contact sheets are not available in this version.";
 }
 
 }  // namespace ornolith

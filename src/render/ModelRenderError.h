@@ -56,34 +56,21 @@ class ImageSizeError final : public TypedError<ImageSizeError, image_size_error:
 };
 
 namespace render_road_error {
-struct PartsInventory {
-  bool operator==(const PartsInventory&) const = default;
-};
 struct PivotOverlay {
   bool operator==(const PivotOverlay&) const = default;
 };
 struct RiggingOverlay {
   bool operator==(const RiggingOverlay&) const = default;
 };
-struct ExplicitPoses {
-  bool operator==(const ExplicitPoses&) const = default;
-};
-struct ContactSheet {
-  bool operator==(const ContactSheet&) const = default;
-};
 }  // namespace render_road_error
 
 /// The request is in order but asks for a kind of output that this version of the program does not make.
-class RenderRoadError final : public TypedError<RenderRoadError, render_road_error::PartsInventory,
-                                                render_road_error::PivotOverlay, render_road_error::RiggingOverlay,
-                                                render_road_error::ExplicitPoses, render_road_error::ContactSheet> {
+class RenderRoadError final
+    : public TypedError<RenderRoadError, render_road_error::PivotOverlay, render_road_error::RiggingOverlay> {
  public:
   using TypedError::TypedError;
-  static std::string describe(const render_road_error::PartsInventory& error);
   static std::string describe(const render_road_error::PivotOverlay& error);
   static std::string describe(const render_road_error::RiggingOverlay& error);
-  static std::string describe(const render_road_error::ExplicitPoses& error);
-  static std::string describe(const render_road_error::ContactSheet& error);
 };
 
 }  // namespace ornolith

@@ -8,8 +8,11 @@
 #include "import/PrivateImportRoot.h"
 #include "loaders/fbx/FbxFallbackSceneLoader.h"
 #include "render/CameraFraming.h"
+#include "render/ContactSheetRenderService.h"
+#include "render/ExplicitPoseRendering.h"
 #include "render/ModelRenderError.h"
 #include "render/SceneSnapshot.h"
+#include "scene/ExplicitPoses.h"
 
 namespace ornolith {
 
@@ -30,10 +33,9 @@ void loadModel(SceneController& controller, const ImportedModel& model, const Mo
   }
 }
 
-void refuseInventory(const ModelRenderRequest& request) {
-  if (std::holds_alternative<model_render_destination::PartsList>(request.destination)) {
-    throw RenderRoadError(render_road_error::PartsInventory{});
-  }
+void printInventory(const SceneController& controller, const std::string& modelSHA256, ModelFormat format,
+                    int descriptor) {
+  writeAll(descriptor, listedModelParts(controller, modelSHA256, format).canonicalJSONData(), "standard output");
 }
 
 void refuseOverlays(const ViewerOptions& options) {
@@ -50,20 +52,20 @@ void prepareScene(SceneController& controller, const ModelRenderRequest& request
   applyBackground(request.background, *controller.scene());
 }
 
-void refusePoses(const ModelRenderRequest& request, const std::string& modelSHA256) {
-  if (!request.explicitPoseDocument) return;
-  request.explicitPoseDocument->validate(modelSHA256);
-  throw RenderRoadError(render_road_error::ExplicitPoses{});
-}
-
 const FileURL& pngDestination(const ModelRenderRequest& request) {
   const auto* const png = std::get_if<model_render_destination::Png>(&request.destination);
   if (png == nullptr) throw ModelRenderError(model_render_error::InvalidOutputDestination{});
   return png->url;
 }
 
-void refuseContactSheet(const ModelRenderRequest& request) {
-  if (request.layout != ModelRenderLayout::single) throw RenderRoadError(render_road_error::ContactSheet{});
+std::vector<std::byte> renderContactSheet(SceneController& controller, const ModelRenderRequest& request) {
+  const ContactSheetConfiguration configuration{.layout = request.layout,
+                                                .arrangement = request.contactArrangement,
+                                                .width = request.width,
+                                                .height = request.height,
+                                                .background = request.background,
+                                                .fieldOfView = request.fieldOfView};
+  return ContactSheetRenderService().renderPNG(controller, configuration, false, [](ContactSheetRenderProgress) {});
 }
 
 void placeCamera(SceneController& controller, const ModelRenderRequest& request) {
@@ -79,6 +81,7 @@ void placeCamera(SceneController& controller, const ModelRenderRequest& request)
 }
 
 std::vector<std::byte> renderSingleView(SceneController& controller, const ModelRenderRequest& request) {
+  placeCamera(controller, request);
   const Image image = snapshot(*controller.scene(), controller.currentCameraState(), request.width, request.height);
   return pngData(image, request.background);
 }
@@ -104,13 +107,19 @@ void ModelImageRenderService::render(const ModelRenderRequest& request) const {
   writeDiagnostics(*controller.diagnostics, streams_.error);
   const std::string modelSHA256 = ModelImportService::sha256(model.modelURL);
 
-  refuseInventory(request);
+  if (std::holds_alternative<model_render_destination::PartsList>(request.destination)) {
+    printInventory(controller, modelSHA256, model.format, streams_.output);
+    return;
+  }
   prepareScene(controller, request);
-  refusePoses(request, modelSHA256);
+  if (request.explicitPoseDocument) {
+    request.explicitPoseDocument->validate(modelSHA256);
+    renderExplicitPoses(*request.explicitPoseDocument, modelSHA256, model.format, controller, request);
+    return;
+  }
   const FileURL& output = pngDestination(request);
-  refuseContactSheet(request);
-  placeCamera(controller, request);
-  writeOutput(output, renderSingleView(controller, request));
+  writeOutput(output, request.layout == ModelRenderLayout::single ? renderSingleView(controller, request)
+                                                                  : renderContactSheet(controller, request));
 }
 
 void writeDiagnostics(std::span<const ModelLoadDiagnostic> diagnostics, int descriptor) {

@@ -12,18 +12,19 @@
 
 namespace ornolith {
 
-/// Carries out one render job, from a model's path to a finished PNG. Without state between calls.
+/// Carries out one render job, from a model's path to a finished PNG, a directory of pages or a printed inventory.
+/// Without state between calls.
 class ModelImageRenderService {
  public:
   explicit ModelImageRenderService(ModelImportService importService, StandardStreams streams = {});
 
   /// Imports the model into a private folder under the temporary directory, which is gone again when the call ends,
-  /// however it ends; loads it; writes what the steps found to standard error; and renders one view to the request's
-  /// file, which is replaced in one step and not touched by a failure before that. Folders above it are made.
+  /// however it ends; loads it; writes what the steps found to standard error; and does what the request asks for:
+  /// prints the inventory to standard output, renders poses, a contact sheet or one view. A file is replaced in one
+  /// step and not touched by a failure before that; folders above it are made.
   ///
   /// Throws the errors of the steps as they are; `ModelRenderError` for a request that contradicts itself,
-  /// `ImageSizeError` for an image over the limits, and `RenderRoadError` for inventories, poses, contact sheets and
-  /// overlays.
+  /// `ImageSizeError` for an image over the limits, and `RenderRoadError` for overlays.
   void render(const ModelRenderRequest& request) const;
 
  private:

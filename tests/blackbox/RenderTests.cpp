@@ -316,10 +316,7 @@ TEST(Render, WhatIsNotMadeEndsInAClearText) {
            {"pivot", {"--output", "x.png", "--show-pivot"}, "The pivot overlay is not available in this version."},
            {"rigging",
             {"--output", "x.png", "--show-rigging"},
-            "The rigging overlay is not available in this version."},
-           {"sheet",
-            {"--output", "x.png", "--layout", "contact-4"},
-            "Contact sheets are not available in this version."}}) {
+            "The rigging overlay is not available in this version."}}) {
     EXPECT_EQ(folder.render(road.arguments), failure(road.text)) << road.name;
   }
   EXPECT_THAT(folder.render({"--output", "x.png", "--pose-file", "bound.json"}).error,
