@@ -15,6 +15,10 @@ constexpr float smallestRoughness = 0.045f;
 constexpr float dielectricReflectance = 0.04f;
 constexpr float blinnExponentScale = 128.0f;
 
+bool isBlack(simd_float4 color) noexcept {
+  return color.x == 0 && color.y == 0 && color.z == 0;
+}
+
 void fill(Lane4& lanes, std::size_t count, simd_float4 value) noexcept {
   std::fill_n(lanes.x.begin(), count, value.x);
   std::fill_n(lanes.y.begin(), count, value.y);
@@ -82,6 +86,11 @@ void evaluateSurface(const ShadingPlan& plan, const TexelTables& tables, const F
     }
   }
   const float transparency = plan.material->transparency;
+  if (!plan.transparent.isTextured()) {
+    const float alpha = plan.transparent.slot->value.w;
+    for (std::size_t i = 0; i < count; ++i) scratch.opacity[i] = saturate(transparency * diffuse.w[i] * alpha);
+    return;
+  }
   evaluateSlot(plan.transparent, tables, batch, scratch.slot);
   for (std::size_t i = 0; i < count; ++i) {
     scratch.opacity[i] = saturate(transparency * diffuse.w[i] * scratch.slot.w[i]);
@@ -267,6 +276,19 @@ void shadeBlinn(const ShadingPlan& plan, const LightRig& lights, const TexelTabl
   }
 }
 
+/// The share of ambient light that arrives: 1 brought toward the property's value by its intensity.
+void evaluateOcclusion(const SlotPlan& plan, const TexelTables& tables, const FragmentBatch& batch, Lane4& scratch,
+                       Lane& out) noexcept {
+  const float strength = plan.slot->intensity;
+  const auto share = [strength](float value) { return saturate(1.0f + (value - 1.0f) * strength); };
+  if (!plan.isTextured()) {
+    std::fill_n(out.begin(), batch.count, share(plan.slot->value.x));
+    return;
+  }
+  evaluateSlot(plan, tables, batch, scratch);
+  for (std::size_t i = 0; i < batch.count; ++i) out[i] = share(scratch.x[i]);
+}
+
 /// Diffuse and ambient light and highlights together, into the result.
 void combineLight(const LightRig& lights, const ShadingScratch& s, FragmentBatch& batch) noexcept {
   const auto combine = [&](const Lane& base, const Lane& light, const Lane& highlight, float ambient, Lane& out) {
@@ -297,13 +319,12 @@ void shadeLit(const ShadingPlan& plan, const LightRig& lights, const ViewRays& r
   } else if (plan.hasSpecular) {
     shadeBlinn(plan, lights, tables, s, batch);
   }
-  evaluateSlot(plan.ambientOcclusion, tables, batch, s.slot);
-  const float strength = plan.ambientOcclusion.slot->intensity;
-  for (std::size_t i = 0; i < count; ++i) s.occlusion[i] = saturate(1.0f + (s.slot.x[i] - 1.0f) * strength);
+  evaluateOcclusion(plan.ambientOcclusion, tables, batch, s.slot, s.occlusion);
   combineLight(lights, s, batch);
 }
 
 void addEmission(const ShadingPlan& plan, const TexelTables& tables, ShadingScratch& s, FragmentBatch& batch) noexcept {
+  if (!plan.emission.isTextured() && isBlack(plan.emission.slot->value)) return;
   evaluateSlot(plan.emission, tables, batch, s.slot);
   const float intensity = plan.emission.slot->intensity;
   for (std::size_t i = 0; i < batch.count; ++i) {

@@ -43,12 +43,10 @@ AxisTaps axisTaps(float coordinate, std::uint32_t side, WrapMode mode) noexcept 
   const auto index = static_cast<std::int32_t>(base);
   std::int32_t first = index;
   std::int32_t second = index + 1;
-  if (mode == WrapMode::repeat) {
-    first = first < 0 ? last : first;
-    second = second > last ? 0 : second;
-  }
-  first = std::clamp(first, 0, last);
-  second = std::clamp(second, 0, last);
+  // A coordinate in 0..1 leaves the texels by one at most.
+  const bool isRound = mode == WrapMode::repeat;
+  if (first < 0) first = isRound ? last : 0;
+  if (second > last) second = isRound ? 0 : last;
   return {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(second), share};
 }
 
