@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -92,6 +93,22 @@ bool chunkTableFits(const Imf::Header& header, Size size, std::size_t dataBytes)
     chunks = dividedUp(size.height, mostRowsOfChunk);
   }
   return chunks <= dataBytes / 8;
+}
+
+/// True where a chunk, of which the library holds one at a time with all its channels, is not out of proportion.
+bool chunkIsAcceptable(const Imf::Header& header, Size size, std::size_t dataBytes) {
+  constexpr std::uint64_t bytesWithoutEvidence = std::uint64_t{1} << 28;
+  constexpr std::uint64_t bytesPerDataByte = 64;
+  constexpr std::uint64_t mostRowsOfChunk = 256;
+  std::uint64_t pixels = size.width * std::min(size.height, mostRowsOfChunk);
+  if (header.hasTileDescription()) {
+    const Imf::TileDescription& tiles = header.tileDescription();
+    if (tiles.xSize > maximumDecodedImageSide || tiles.ySize > maximumDecodedImageSide) return false;
+    pixels = std::uint64_t{tiles.xSize} * tiles.ySize;
+  }
+  const auto channels = static_cast<std::uint64_t>(std::distance(header.channels().begin(), header.channels().end()));
+  const std::uint64_t limit = bytesWithoutEvidence + std::uint64_t{dataBytes} * bytesPerDataByte;
+  return channels > 0 && channels <= limit / (pixels * sizeof(float));
 }
 
 // The library sets memory aside for what an attribute's size claims, and after one whose content has not that size it
@@ -200,7 +217,8 @@ bool headersAreAcceptable(Bytes data) {
     Imf::Header header;
     header.readFrom(stream, version);
     const Size size = sizeOf(header.dataWindow());
-    if (!isDecodableSize(size.width, size.height, data.size()) || !chunkTableFits(header, size, data.size())) {
+    if (!isDecodableSize(size.width, size.height, data.size()) || !chunkTableFits(header, size, data.size()) ||
+        !chunkIsAcceptable(header, size, data.size())) {
       return false;
     }
     if (header.hasType() && Imf::isDeepData(header.type())) return false;
