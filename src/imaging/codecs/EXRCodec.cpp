@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -106,7 +105,8 @@ bool chunkIsAcceptable(const Imf::Header& header, Size size, std::size_t dataByt
     if (tiles.xSize > maximumDecodedImageSide || tiles.ySize > maximumDecodedImageSide) return false;
     pixels = std::uint64_t{tiles.xSize} * tiles.ySize;
   }
-  const auto channels = static_cast<std::uint64_t>(std::distance(header.channels().begin(), header.channels().end()));
+  std::uint64_t channels = 0;
+  for (auto channel = header.channels().begin(); channel != header.channels().end(); ++channel) ++channels;
   const std::uint64_t limit = bytesWithoutEvidence + std::uint64_t{dataBytes} * bytesPerDataByte;
   return channels > 0 && channels <= limit / (pixels * sizeof(float));
 }
