@@ -12,20 +12,21 @@ void TileRenderer::render(const TileInputs& inputs, std::size_t tile, Image& ima
   begin(inputs, tile);
   for (const PrimitiveChunk& chunk : inputs.chunks) {
     chunk.forEachRecordOfTile(tile, [&](const PrimitiveRecord& record) {
+      if (!isTouched_) clearBuffers();
       if (!inputs.frame.items[record.item].isBlended) return drawOpaque(record);
       if (!isBlending_) shadeOpaque();
       drawBlended(record);
     });
   }
+  if (!isTouched_) return fillWithBackground(image);
   if (!isBlending_) shadeOpaque();
   flushBatch();
-  isTouched_ ? resolve(image) : fillWithBackground(image);
+  resolve(image);
 }
 
 void TileRenderer::begin(const TileInputs& inputs, std::size_t tile) {
   inputs_ = &inputs;
   bounds_ = inputs.grid.bounds(tile);
-  visibility_.clear(inputs.projection.farthestDepth());
   const device::FrameDescription& description = *inputs.frame.description;
   rays_ =
       inputs.projection.viewRays(bounds_.x + 0.5 - description.width * 0.5, bounds_.y + 0.5 - description.height * 0.5);
@@ -33,12 +34,15 @@ void TileRenderer::begin(const TileInputs& inputs, std::size_t tile) {
   batch_.count = 0;
   isBlending_ = false;
   isTouched_ = false;
-  const simd_float4 background = description.background;
-  const float alpha = saturate(background.w);
-  color_[0].fill(background.x * alpha);
-  color_[1].fill(background.y * alpha);
-  color_[2].fill(background.z * alpha);
-  color_[3].fill(alpha);
+  const simd_float4 color = description.background;
+  const float alpha = saturate(color.w);
+  background_ = {color.x * alpha, color.y * alpha, color.z * alpha, alpha};
+}
+
+void TileRenderer::clearBuffers() {
+  isTouched_ = true;
+  visibility_.clear(inputs_->projection.farthestDepth());
+  for (std::size_t c = 0; c < 4; ++c) color_[c].fill(background_[c]);
 }
 
 void TileRenderer::drawOpaque(const PrimitiveRecord& record) {
@@ -121,7 +125,6 @@ void TileRenderer::dropTransparent(const PrimitiveRecord& record, const Prepared
 void TileRenderer::appendToBatch(const PrimitiveRecord& record, std::span<const std::uint16_t> pixels) {
   if (batch_.count > 0 && batchItem_ != record.item) flushBatch();
   batchItem_ = record.item;
-  isTouched_ = true;
   const PrimitiveAttributes attributes(inputs_->frame, record, bounds_);
   while (!pixels.empty()) {
     if (batch_.count == batchSize) flushBatch();
@@ -198,7 +201,7 @@ void TileRenderer::resolve(Image& image) const {
 }
 
 void TileRenderer::fillWithBackground(Image& image) const {
-  const auto encoded = encodePixel(color_[0][0], color_[1][0], color_[2][0], color_[3][0]);
+  const auto encoded = encodePixel(background_[0], background_[1], background_[2], background_[3]);
   for (std::int32_t y = 0; y < bounds_.height; ++y) {
     std::uint8_t* out = rowOf(image, bounds_, y);
     for (std::int32_t x = 0; x < bounds_.width; ++x, out += 4) std::memcpy(out, encoded.data(), encoded.size());

@@ -32,6 +32,7 @@ class TileRenderer {
 
  private:
   void begin(const TileInputs& inputs, std::size_t tile);
+  void clearBuffers();
   void drawOpaque(const PrimitiveRecord& record);
   void shadeOpaque();
   void drawBlended(const PrimitiveRecord& record);
@@ -56,7 +57,8 @@ class TileRenderer {
   ShadingScratch scratch_;
   std::uint32_t batchItem_ = 0;
   bool isBlending_ = false;
-  bool isTouched_ = false;  ///< Something was drawn into the tile.
+  bool isTouched_ = false;             ///< Some primitive may lie in the tile: its buffers are in use.
+  std::array<float, 4> background_{};  ///< As `color_`.
   /// Linear light multiplied by alpha, and alpha.
   alignas(64) std::array<std::array<float, tilePixels>, 4> color_;
 };
