@@ -51,7 +51,7 @@ void SCNNode::releaseChildren() noexcept {
 // Tree.
 
 SCNNode::Pointer SCNNode::parentNode() const noexcept {
-  return parent_ != nullptr ? parent_->shared_from_this() : nullptr;
+  return parent_ != nullptr ? parent_->weak_from_this().lock() : nullptr;
 }
 
 std::vector<SCNNode::Pointer> SCNNode::childNodes() const {
