@@ -1,6 +1,7 @@
 #include "foundation/Parallel.h"
 
 #include <tbb/blocked_range.h>
+#include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
@@ -20,7 +21,10 @@ void parallelFor(std::size_t count, std::size_t grain, const std::function<void(
 }
 
 void withThreadLimit(std::size_t threadCount, const std::function<void()>& body) {
-  tbb::task_arena arena(static_cast<int>(std::max<std::size_t>(threadCount, 1)));
+  const std::size_t threads = std::max<std::size_t>(threadCount, 1);
+  // Without this the library starts no more workers than the machine has processors, and says so on standard error.
+  const tbb::global_control control(tbb::global_control::max_allowed_parallelism, threads);
+  tbb::task_arena arena(static_cast<int>(threads));
   arena.execute(body);
 }
 
