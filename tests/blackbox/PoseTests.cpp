@@ -79,7 +79,7 @@ TEST_F(Poses, InventoryListsTheAuthoredNodesWithoutCameraAndLight) {
 
 TEST_F(Poses, InventoryIsTheSameTwiceAndIgnoresRenderingLimits) {
   const Outcome first = run({lamp, "--list-parts"});
-  EXPECT_EQ(first, run({"--list-parts", lamp, "--asset-dir", "/tmp"}));
+  EXPECT_EQ(first, run({"--list-parts", lamp, "--asset-dir", folder.path()}));
   EXPECT_THAT(first.output, StartsWith("{\n  \"format\" : \"fbx\",\n  \"model_sha256\" : \""));
   EXPECT_THAT(first.output, testing::EndsWith("  \"version\" : 1\n}\n"));
   EXPECT_THAT(first.output, HasSubstr("\"selector\" : \"path:fbx:"));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,10 @@ struct GoldenCase {
   std::string model;  ///< A file of the examples folder.
   std::vector<std::string> options;
 };
+
+inline void PrintTo(const GoldenCase& goldenCase, std::ostream* out) {
+  *out << goldenCase.name;
+}
 
 const std::vector<GoldenCase>& goldenCases();
 
