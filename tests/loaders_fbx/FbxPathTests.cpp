@@ -142,6 +142,30 @@ TEST(FbxTexturePaths, OnlyRegularFilesAreTextures) {
   EXPECT_EQ(places.resolve("", "."), std::nullopt);
 }
 
+TEST(FbxTexturePaths, NoLinkIsFollowedBelowAFolder) {
+  const Places places;
+  const std::string outside = places.put("elsewhere/a.png");
+  const std::string inside = places.put("root/assets/real/b.png");
+  std::filesystem::create_symlink(outside, places.assets.path() + "/a.png");
+  std::filesystem::create_symlink(places.all.path() + "/elsewhere", places.assets.path() + "/folder");
+  std::filesystem::create_symlink(inside, places.assets.path() + "/b.png");
+  EXPECT_EQ(places.resolve("", "a.png"), std::nullopt);
+  EXPECT_EQ(places.resolve("", "folder/a.png"), std::nullopt);
+  EXPECT_EQ(places.resolve("", "b.png"), std::nullopt);
+  EXPECT_EQ(places.resolve(places.assets.path() + "/folder/a.png"), std::nullopt);
+  EXPECT_EQ(places.resolve("", "real/b.png"), inside);
+}
+
+TEST(FbxTexturePaths, TheWayToAFolderMayLeadThroughLinks) {
+  Places places;
+  places.put("root/assets/real/b.png");
+  std::filesystem::create_symlink(places.all.path() + "/root", places.all.path() + "/way");
+  places.assets = FileURL(places.all.path() + "/way/assets", true);
+  const std::string throughLink = places.assets.path() + "/real/b.png";
+  EXPECT_EQ(places.resolve("", "real/b.png"), throughLink);
+  EXPECT_EQ(places.resolve(throughLink), throughLink);
+}
+
 /// Whether `access` opens `path` for what a model refers to.
 bool opens(FbxFileAccess& access, const std::string& path, ufbx_open_file_type type = UFBX_OPEN_FILE_GEOMETRY_CACHE) {
   const ufbx_open_file_cb callback = access.callback();

@@ -39,18 +39,25 @@ bool climbsOut(std::string_view path) {
   return false;
 }
 
-bool liesInside(const std::string& path, const std::vector<FileURL>& folders) {
-  return std::any_of(folders.begin(), folders.end(), [&path](const FileURL& folder) {
-    const std::string inside = folder.path() == "/" ? folder.path() : folder.path() + "/";
-    return path.size() > inside.size() && path.compare(0, inside.size(), inside) == 0;
-  });
+/// Whether `path` names a regular file below `folder` with no link on the way from there. What a link leads to was not
+/// vetted when the folder was named or filled.
+bool isFileInside(const std::string& path, const FileURL& folder) {
+  const std::string inside = folder.path() == "/" ? folder.path() : folder.path() + "/";
+  if (path.size() <= inside.size() || !path.starts_with(inside)) return false;
+  struct stat status {};
+  std::size_t end = inside.size();
+  do {
+    end = std::min(path.find('/', end + 1), path.size());
+    if (::lstat(path.substr(0, end).c_str(), &status) != 0 || S_ISLNK(status.st_mode)) return false;
+  } while (end < path.size());
+  return S_ISREG(status.st_mode);
 }
 
 /// The regular file at `name` below `folder`, where the walk there stays below it.
 std::optional<std::string> fileBelow(const FileURL& folder, std::string_view name) {
   if (name.empty() || climbsOut(name)) return std::nullopt;
   std::string path = standardizingPath(folder.path() + "/" + std::string(name));
-  if (!isRegularFile(path)) return std::nullopt;
+  if (!isFileInside(path, folder)) return std::nullopt;
   return path;
 }
 
@@ -65,8 +72,11 @@ std::string_view lastComponent(std::string_view path, const char* separators) {
 std::optional<std::string> fileAtAbsolutePath(const Candidate& candidate, const std::vector<FileURL>& folders) {
   if (!candidate.text.starts_with('/')) return std::nullopt;
   std::string path = standardizingPath(candidate.text);
-  if (candidate.origin == Origin::resolvedByLibrary && !liesInside(path, folders)) return std::nullopt;
-  if (!isRegularFile(path)) return std::nullopt;
+  const bool isThere = candidate.origin == Origin::resolvedByLibrary
+                           ? std::any_of(folders.begin(), folders.end(),
+                                         [&path](const FileURL& folder) { return isFileInside(path, folder); })
+                           : isRegularFile(path);
+  if (!isThere) return std::nullopt;
   return path;
 }
 

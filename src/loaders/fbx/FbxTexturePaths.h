@@ -16,7 +16,8 @@ namespace ornolith {
 ///
 /// A name that climbs out of the folder that it is looked for in ("..") is not followed. That goes for the resolved
 /// name too, which the FBX library makes absolute from the relative one: it counts only inside those folders. An
-/// absolute path that the file itself holds is taken as it stands.
+/// absolute path that the file itself holds is taken as it stands. Below those folders no link is followed, so that a
+/// folder cannot show what the import refused to take from it; the folders' own paths may lead through links.
 ///
 /// Files written on Windows separate with "\", which is an ordinary character here. Where nothing at all was found, the
 /// names are tried once more by what follows their last "/" or "\".
