@@ -258,8 +258,10 @@ class Scene:
         """`keys`: (seconds, (x, y, z)); one stack, one layer, one curve an axis with linear interpolation."""
         stack, node = self.object("AnimationStack", name, "AnimStack", "")
         p = node.add("Properties70")
-        p.add("P", "LocalStop", "KTime", "Time", "", Long(round(keys[-1][0] * TICKS_PER_SECOND)))
-        p.add("P", "ReferenceStop", "KTime", "Time", "", Long(round(keys[-1][0] * TICKS_PER_SECOND)))
+        # Readers take a start and a stop together or not at all.
+        for edge, seconds in (("Start", keys[0][0]), ("Stop", keys[-1][0])):
+            for span in ("Local", "Reference"):
+                p.add("P", span + edge, "KTime", "Time", "", Long(round(seconds * TICKS_PER_SECOND)))
         layer, _ = self.object("AnimationLayer", "Base", "AnimLayer", "")
         self.connect(layer, stack)
         curve_node, node = self.object("AnimationCurveNode", kind, "AnimCurveNode", "")

@@ -59,6 +59,16 @@ TEST(FbxRealFiles, EveryExampleLoads) {
   EXPECT_THAT(loadAll(examples), IsEmpty());
 }
 
+TEST(FbxRealFiles, TheAnimatedExampleLastsAsLongAsItsKeys) {
+  const std::string path = std::string(ORNOLITH_SOURCE_DIR) + "/examples/animated.fbx";
+  const auto result = FbxFallbackSceneLoader::loadSceneAtURL(FileURL(path), {});
+  ASSERT_EQ(result.animations.size(), 1u);
+  EXPECT_EQ(result.animations[0].name, "Spin");
+  EXPECT_EQ(result.animations[0].startTime, 0);
+  EXPECT_EQ(result.animations[0].endTime, 2);
+  EXPECT_EQ(result.animations[0].duration, 2);
+}
+
 TEST(FbxRealFiles, FilesOfManyExportersLoad) {
   const std::filesystem::path models = sharedModels() / "fbx";
   if (!std::filesystem::exists(models)) {
