@@ -13,8 +13,8 @@ namespace ornolith {
 /// failure, whose text stands on standard error with the usage text behind it. "--version" alone prints the version,
 /// "--help" or "-h" anywhere the usage text. Nothing is printed on success otherwise.
 ///
-/// "--version" and "--help" do no work and start no thread. In every other run SIGINT, SIGTERM and SIGHUP end the
-/// process with status 1 after its clean-up (see `TerminationCleanup`).
+/// "--version" and "--help" do no work and start no thread. In every other run SIGINT, SIGTERM, SIGHUP and SIGXCPU
+/// end the process with status 1 after its clean-up (see `TerminationCleanup`).
 int runDriver(std::span<const std::string> arguments, StandardStreams streams = {});
 
 /// "ornolith-render 1.2 (10)", from the two texts that the build embeds in the program. Throws `CLIError` where one is

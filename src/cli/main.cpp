@@ -23,8 +23,8 @@ void occupyClosedStandardDescriptors() {
 
 int main(int argumentCount, char** arguments) {
   occupyClosedStandardDescriptors();
-  // A closed pipe is a failed write like any other.
-  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+  // A closed pipe and a file at its size limit are failed writes like any other.
+  for (const int signal : {SIGPIPE, SIGXFSZ}) static_cast<void>(std::signal(signal, SIG_IGN));
   const std::vector<std::string> texts(arguments + (argumentCount > 0 ? 1 : 0), arguments + argumentCount);
   // All output is written and all clean-up done: nothing is left to destroy.
   std::_Exit(ornolith::runDriver(texts));

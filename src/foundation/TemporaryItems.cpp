@@ -181,11 +181,11 @@ void TemporaryItem::moveTo(const FileURL& destination, Existing existing, const 
 
 namespace {
 
-/// Those of the three signals that the process was not started to ignore.
+/// Those of the ending signals that the process was not started to ignore.
 sigset_t endingSignals() {
   sigset_t signals;
   ::sigemptyset(&signals);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGXCPU}) {
     struct sigaction action {};
     if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) continue;
     ::sigaddset(&signals, signal);
@@ -225,7 +225,7 @@ TerminationCleanup::TerminationCleanup() : listener_(std::make_unique<Listener>(
   ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   struct sigaction ignore {};
   ignore.sa_handler = SIG_IGN;
-  ::sigaction(SIGPIPE, &ignore, nullptr);
+  for (const int signal : {SIGPIPE, SIGXFSZ}) ::sigaction(signal, &ignore, nullptr);
 
   listener_->signals = FileDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC));
   listener_->stop = FileDescriptor(::eventfd(0, EFD_CLOEXEC));

@@ -12,8 +12,8 @@ namespace ornolith {
 // What a run puts on disk for a while only, and how it disappears.
 //
 // Everything that must not outlive the run is created through this header, which knows each such item from the moment
-// it exists. An item leaves when its owner goes, and when SIGINT, SIGTERM or SIGHUP ends the process, whatever the
-// other threads are doing then.
+// it exists. An item leaves when its owner goes, and when SIGINT, SIGTERM, SIGHUP or SIGXCPU ends the process,
+// whatever the other threads are doing then.
 //
 // The register behind it is the one piece of process-wide state of the program, because what it answers to is
 // process-wide too: a signal ends the process, all of its threads and all of its runs at once.
@@ -63,9 +63,10 @@ class TemporaryItem {
   FileURL url_;
 };
 
-/// While this object lives, SIGINT, SIGTERM and SIGHUP end the process with status 1 after all temporary items have
-/// been removed. Signals that were ignored when the process started stay ignored (nohup). SIGPIPE is ignored: a closed
-/// pipe is then a failed write like any other and takes the ordinary way out.
+/// While this object lives, SIGINT, SIGTERM, SIGHUP and SIGXCPU end the process with status 1 after all temporary items
+/// have been removed. Signals that were ignored when the process started stay ignored (nohup). SIGPIPE and SIGXFSZ are
+/// ignored: a closed pipe and a file at its size limit are then failed writes like any other and take the ordinary way
+/// out.
 ///
 /// `main` makes one before any other thread starts, since threads inherit the blocked signals, and keeps it to the end.
 class TerminationCleanup {

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -170,7 +171,7 @@ TEST_P(TerminationCleanupBySignal, EndsWithStatusOneAndLeavesNothing) {
   EXPECT_TRUE(entriesOf(folder / "work").empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, TerminationCleanupBySignal, testing::Values(SIGINT, SIGTERM, SIGHUP));
+INSTANTIATE_TEST_SUITE_P(Signals, TerminationCleanupBySignal, testing::Values(SIGINT, SIGTERM, SIGHUP, SIGXCPU));
 
 TEST(TerminationCleanup, LeavesNothingAtWhateverMomentTheSignalComes) {
   std::mt19937 random(7);
@@ -232,6 +233,23 @@ TEST(TerminationCleanup, KeepsIgnoringWhatTheProcessWasStartedToIgnore) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   });
   EXPECT_EQ(exitStatusOf(child), 42);
+}
+
+TEST(TerminationCleanup, TurnsAFileAtItsSizeLimitIntoAFailedWrite) {
+  const TemporaryFolder folder;
+  folder.makeDirectory("work");
+  const pid_t child = inChild([&] {
+    const TerminationCleanup cleanup;
+    const rlimit oneKibibyte{.rlim_cur = 1024, .rlim_max = 1024};
+    if (::setrlimit(RLIMIT_FSIZE, &oneKibibyte) != 0) ::_exit(98);
+    try {
+      writeFileAtomically(FileURL(folder / "work/file"), std::string(4096, 'a'));
+    } catch (const SystemError& error) {
+      ::_exit(error.code() == EFBIG ? 7 : 97);
+    }
+  });
+  EXPECT_EQ(exitStatusOf(child), 7);
+  EXPECT_TRUE(entriesOf(folder / "work").empty());
 }
 
 TEST(TerminationCleanup, TurnsAClosedPipeIntoAFailedWrite) {
