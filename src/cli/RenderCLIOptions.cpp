@@ -101,7 +101,8 @@ ModelRenderRequest RenderCLIOptions::renderRequest() const {
   if (cameraPresetURL) cameraPreset = loadCameraPreset(*cameraPresetURL);
   std::optional<ExplicitPoseDocument> poseDocument = requestedPoseDocument();
 
-  return {.modelURL = *inputURL,
+  // It has been found to be no directory: a slash at the end of the path makes it none.
+  return {.modelURL = FileURL(inputURL->path()),
           .destination = std::move(destination),
           .assetDirectories = assetDirectories,
           .width = width,

@@ -176,6 +176,12 @@ TEST_F(RenderRequest, NeedsAModelThatIsThere) {
   EXPECT_EQ(failure({folder.makeLink("link.fbx", model), "--output", "x.png"}), "");
 }
 
+TEST_F(RenderRequest, AModelIsAFileWhateverSlashItsPathEndsWith) {
+  const ModelRenderRequest made = request({model + "/", "--list-parts"});
+  EXPECT_EQ(made.modelURL.path(), model);
+  EXPECT_FALSE(made.modelURL.hasDirectoryPath());
+}
+
 TEST_F(RenderRequest, NeedsAssetDirectoriesThatAreThere) {
   EXPECT_EQ(failure({model, "--output", "x.png", "--asset-dir", folder.path(), "--asset-dir", missing}),
             "Asset directory not found: " + missing);
