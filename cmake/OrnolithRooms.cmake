@@ -1,5 +1,5 @@
 # A room is one directory of src/ and one static library: ornolith_<name>. It sees the headers of src/ as
-# "<room>/<Header>.h"; tests/layering checks that it only includes rooms below it.
+# "<room>/<Header>.h"; scripts/check_layers.py checks that it only includes rooms below it.
 
 # ornolith_add_room(<name> [DEPENDS <target>...] [PRIVATE_DEPENDS <target>...] [EXCLUDE <regex>])
 function(ornolith_add_room name)

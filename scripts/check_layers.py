@@ -21,7 +21,7 @@ BELOW = {
     "loaders": ["loaders/fbx", "scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
     "parts": ["contracts", "scenegraph", "import/formats", "foundation"],
     "import": ["parts", "contracts", "import/formats", "foundation"],
-    "viewport": ["parts", "contracts", "scenegraph", "import/formats", "foundation"],
+    "viewport": ["parts", "contracts", "scenegraph", "import/formats", "imaging", "foundation"],
     "scene": ["viewport", "parts", "contracts", "loaders", "loaders/fbx", "import", "scenegraph", "import/formats", "imaging", "foundation"],
     "render": ["scene", "viewport", "parts", "contracts", "loaders", "loaders/fbx", "import", "scenegraph", "import/formats", "imaging", "foundation"],
     "cli": ["render", "scene", "viewport", "parts", "contracts", "loaders", "import", "scenegraph", "import/formats", "imaging", "foundation"],
