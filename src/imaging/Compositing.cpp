@@ -41,6 +41,7 @@ void drawOver(const Image& source, Image& canvas, std::int64_t x, std::int64_t y
   const std::int64_t right = std::min<std::int64_t>(x + source.width, canvas.width);
   const std::int64_t top = std::max<std::int64_t>(y, 0);
   const std::int64_t bottom = std::min<std::int64_t>(y + source.height, canvas.height);
+  if (left >= right) return;
   for (std::int64_t row = top; row < bottom; ++row) {
     const std::uint8_t* over = source.pixel(static_cast<std::uint32_t>(left - x), static_cast<std::uint32_t>(row - y));
     std::uint8_t* under =
