@@ -20,8 +20,8 @@ struct ContactSheetConfiguration {
   ContactSheetArrangement arrangement = ContactSheetArrangement::grid;
   std::int64_t width = 1024;   ///< Pixels.
   std::int64_t height = 1024;  ///< Pixels.
-  RenderBackground background;
-  std::optional<double> fieldOfView;  ///< Degrees, vertical.
+  RenderBackground background = RenderBackground::transparent();
+  std::optional<double> fieldOfView = std::nullopt;  ///< Degrees, vertical.
 };
 
 struct ContactSheetRenderProgress {
