@@ -4,6 +4,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "foundation/SHA256.h"
 #include "foundation/Text.h"
 
 namespace ornolith {
@@ -11,17 +12,13 @@ namespace {
 
 using namespace explicit_pose_document_error;
 
-bool isModelSHA256(std::string_view text) noexcept {
-  return text.size() == 64 && text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
-}
-
 bool optionallyEqual(const std::optional<std::string>& left, const std::optional<std::string>& right) {
   if (!left || !right) return left.has_value() == right.has_value();
   return canonicallyEqual(*left, *right);
 }
 
 void validateModelSHA256(const std::string& expected, const std::optional<std::string>& actual) {
-  if (!isModelSHA256(expected)) throw ExplicitPoseDocumentError(InvalidModelSHA256{expected});
+  if (!SHA256::isHexadecimalDigest(expected)) throw ExplicitPoseDocumentError(InvalidModelSHA256{expected});
   if (actual && *actual != expected) {
     throw ExplicitPoseDocumentError(ModelSHA256Mismatch{.expected = expected, .actual = *actual});
   }

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <string>
 
+#include "foundation/FileStatus.h"
 #include "foundation/FileSystem.h"
 #include "foundation/TemporaryItems.h"
 #include "foundation/UUID.h"
@@ -37,9 +38,7 @@ void writeFileAtomically(const FileURL& url, std::span<const std::byte> bytes) {
 }
 
 void writeFileAtomically(const FileURL& url, std::string_view bytes) {
-  if (url.path().empty() || url.path().find('\0') != std::string::npos) {
-    throw SystemError("written", url.path(), ENOENT);
-  }
+  if (namesNothing(url.path())) throw SystemError("written", url.path(), ENOENT);
   const FileURL temporaryURL =
       url.deletingLastPathComponent().appendingPathComponent(".ornolith-" + UUID::random().uuidString() + ".tmp");
   FileDescriptor descriptor;

@@ -25,8 +25,7 @@ constexpr std::size_t openLevelCount = 32;
 constexpr int directoryFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 
 bool isSingleComponent(const std::string& name) noexcept {
-  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
-         name.find('\0') == std::string::npos;
+  return !namesNothing(name) && name != "." && name != ".." && name.find('/') == std::string::npos;
 }
 
 /// 0, or the `errno` with which the entry's status cannot be read.
@@ -74,7 +73,7 @@ FileType entryType(int directory, const dirent& entry) noexcept {
 
 DirectoryCursor DirectoryCursor::open(const FileURL& url, FinalLink finalLink) {
   const std::string& path = url.path();
-  if (path.empty() || path.find('\0') != std::string::npos) throwSystemError("read", path, ENOENT);
+  if (namesNothing(path)) throwSystemError("read", path, ENOENT);
   FileDescriptor descriptor(::open(path.c_str(), directoryFlags | (finalLink == FinalLink::refuse ? O_NOFOLLOW : 0)));
   if (!descriptor) {
     int code = errno;
@@ -85,7 +84,7 @@ DirectoryCursor DirectoryCursor::open(const FileURL& url, FinalLink finalLink) {
     throwSystemError("read", path, code);
   }
   const FileAttributes attributes = attributesOfOpen(descriptor, "read", path);
-  return DirectoryCursor(std::move(descriptor), attributes, path);
+  return {std::move(descriptor), attributes, path};
 }
 
 DirectoryCursor DirectoryCursor::openAt(int parent, const std::string& name, const std::string& path) {
@@ -93,7 +92,7 @@ DirectoryCursor DirectoryCursor::openAt(int parent, const std::string& name, con
   FileDescriptor descriptor = openSubdirectory(parent, name, code);
   if (!descriptor) throwSystemError("read", path, code);
   const FileAttributes attributes = attributesOfOpen(descriptor, "read", path);
-  return DirectoryCursor(std::move(descriptor), attributes, path);
+  return {std::move(descriptor), attributes, path};
 }
 
 std::string DirectoryCursor::pathOf(const std::string& name) const {

@@ -10,6 +10,11 @@ namespace ornolith {
 
 // What the kernel's status of an item means to this tool. Shared by the sources of this room alone.
 
+/// True for a path that names nothing: an empty one, or one with a zero byte inside, at which the kernel would stop.
+inline bool namesNothing(const std::string& path) noexcept {
+  return path.empty() || path.find('\0') != std::string::npos;
+}
+
 inline FileType fileTypeOfMode(mode_t mode) noexcept {
   if (S_ISREG(mode)) return FileType::regular;
   if (S_ISDIR(mode)) return FileType::directory;

@@ -15,17 +15,10 @@ namespace ornolith {
 
 namespace {
 
-/// The path as the kernel wants it, or null where it names nothing: an empty path, or one with a zero byte inside.
-const char* kernelPath(const std::string& path) noexcept {
-  if (path.empty() || path.find('\0') != std::string::npos) return nullptr;
-  return path.c_str();
-}
-
 /// 0, or the `errno` with which the item's status cannot be read.
 int readStatus(const std::string& path, int flags, struct stat& status) noexcept {
-  const char* const kernel = kernelPath(path);
-  if (kernel == nullptr) return ENOENT;
-  return ::fstatat(AT_FDCWD, kernel, &status, flags) == 0 ? 0 : errno;
+  if (namesNothing(path)) return ENOENT;
+  return ::fstatat(AT_FDCWD, path.c_str(), &status, flags) == 0 ? 0 : errno;
 }
 
 }  // namespace
@@ -120,7 +113,7 @@ void createDirectory(const FileURL& url) {
     const int code = readStatus(folder.path(), 0, status);
     if (code == 0) break;
     // A dangling link is neither there nor can a folder be made in its place.
-    if (code != ENOENT || kernelPath(folder.path()) == nullptr) throwSystemError("created", url.path(), code);
+    if (code != ENOENT || namesNothing(folder.path())) throwSystemError("created", url.path(), code);
     missing.push_back(folder);
     folder = folder.deletingLastPathComponent();
   }
@@ -138,7 +131,7 @@ void createDirectory(const FileURL& url) {
 
 void removeItem(const FileURL& url) {
   const FileURL parentURL = url.deletingLastPathComponent();
-  if (kernelPath(url.path()) == nullptr) return;
+  if (namesNothing(url.path())) return;
   const FileDescriptor parent(::open(parentURL.path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   if (!parent) {
     if (errno == ENOENT || errno == ENOTDIR) return;

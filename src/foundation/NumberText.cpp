@@ -58,6 +58,13 @@ std::optional<std::uint32_t> parseUInt32(std::string_view text, int radix) noexc
   return value;
 }
 
+int hexadecimalDigitValue(char digit) noexcept {
+  if (digit >= '0' && digit <= '9') return digit - '0';
+  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
+  return -1;
+}
+
 std::optional<std::uint64_t> parseUInt64Digits(std::string_view text) noexcept {
   return parseWhole<std::uint64_t>(text, 10);
 }

@@ -15,6 +15,9 @@ std::optional<std::int64_t> parseInt64(std::string_view text) noexcept;
 /// Digits of `radix` (2 to 36, letters in either case) with one optional sign; with "-" every digit must be 0.
 std::optional<std::uint32_t> parseUInt32(std::string_view text, int radix = 10) noexcept;
 
+/// The value of one hexadecimal digit, in either case; -1 for any other character.
+int hexadecimalDigitValue(char digit) noexcept;
+
 /// Decimal digits alone: no sign.
 std::optional<std::uint64_t> parseUInt64Digits(std::string_view text) noexcept;
 

@@ -14,6 +14,12 @@
 
 namespace ornolith {
 
+namespace {
+
+constexpr std::string_view hexadecimalDigits = "0123456789abcdef";
+
+}  // namespace
+
 struct SHA256::State {
   SHA256_CTX context{};
 };
@@ -42,14 +48,18 @@ SHA256::Digest SHA256::hash(std::span<const std::byte> bytes) {
 }
 
 std::string SHA256::hexadecimal(const Digest& digest) {
-  constexpr std::string_view digits = "0123456789abcdef";
   std::string text;
   text.reserve(digest.size() * 2);
   for (const std::uint8_t byte : digest) {
-    text += digits[byte >> 4];
-    text += digits[byte & 0x0F];
+    text += hexadecimalDigits[byte >> 4];
+    text += hexadecimalDigits[byte & 0x0F];
   }
   return text;
+}
+
+bool SHA256::isHexadecimalDigest(std::string_view text) noexcept {
+  return text.size() == 2 * std::tuple_size_v<Digest> &&
+         text.find_first_not_of(hexadecimalDigits) == std::string_view::npos;
 }
 
 std::string sha256(const FileURL& url, const CancellationToken& cancellation) {

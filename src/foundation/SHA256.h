@@ -32,6 +32,8 @@ class SHA256 {
   static Digest hash(std::span<const std::byte> bytes);
   /// 64 lower-case hexadecimal digits.
   static std::string hexadecimal(const Digest& digest);
+  /// True for a text of the form that `hexadecimal` gives, in which documents hold a digest.
+  static bool isHexadecimalDigest(std::string_view text) noexcept;
 
  private:
   struct State;

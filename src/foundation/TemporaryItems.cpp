@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
-#include <signal.h>
-#include <stdio.h>
 #include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
@@ -12,6 +10,8 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <exception>
 #include <map>
 #include <optional>
@@ -44,7 +44,7 @@ struct ItemRegister {
 
 /// The one register of the process. It is never destroyed, so that a signal finds it until the very end.
 ItemRegister& itemRegister() {
-  static ItemRegister* const theRegister = new ItemRegister();
+  static auto* const theRegister = new ItemRegister();
   return *theRegister;
 }
 
@@ -62,7 +62,7 @@ void removeQuietly(const RegisteredItem& item) noexcept {
 template <typename Create>
 std::uint64_t createRegistered(const FileURL& url, const char* action, Create create) {
   const std::string& path = url.path();
-  if (path.find('\0') != std::string::npos) throwSystemError(action, path, ENOENT);
+  if (namesNothing(path)) throwSystemError(action, path, ENOENT);
   RegisteredItem item;
   item.parent =
       FileDescriptor(::open(url.deletingLastPathComponent().path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -161,7 +161,7 @@ void TemporaryItem::remove() noexcept {
 
 void TemporaryItem::moveTo(const FileURL& destination, Existing existing, const char* action) {
   const std::string& path = destination.path();
-  if (path.empty() || path.find('\0') != std::string::npos) throwSystemError(action, path, ENOENT);
+  if (namesNothing(path)) throwSystemError(action, path, ENOENT);
   ItemRegister& all = itemRegister();
   const std::lock_guard<std::mutex> lock(all.mutex);
   const auto found = all.items.find(token_);

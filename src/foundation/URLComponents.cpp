@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "foundation/NumberText.h"
 #include "foundation/Text.h"
 
 namespace ornolith {
@@ -22,14 +23,6 @@ bool isOneOf(char c, std::string_view set) noexcept {
 
 bool isUnreservedOrSubDelimiter(char c) noexcept {
   return isAlpha(c) || isDigit(c) || isOneOf(c, "-._~!$&'()*+,;=") || static_cast<unsigned char>(c) >= 0x80;
-}
-
-/// The value of a hexadecimal digit, or -1.
-int hexadecimalDigitValue(char c) noexcept {
-  if (isDigit(c)) return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
 }
 
 /// The byte that the three characters at `position` stand for, or -1.

@@ -4,19 +4,12 @@
 
 #include <cerrno>
 
+#include "foundation/NumberText.h"
 #include "foundation/SystemError.h"
 
 namespace ornolith {
 
 namespace {
-
-/// The value of a hexadecimal digit, or -1.
-int hexadecimalDigitValue(char digit) noexcept {
-  if (digit >= '0' && digit <= '9') return digit - '0';
-  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-  return -1;
-}
 
 constexpr bool isDashPosition(std::size_t byteIndex) noexcept {
   return byteIndex == 4 || byteIndex == 6 || byteIndex == 8 || byteIndex == 10;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "foundation/JSONCoding.h"
+#include "foundation/SHA256.h"
 #include "foundation/Text.h"
 
 namespace ornolith {
@@ -120,12 +121,6 @@ struct ProducerReport {
   std::optional<ProducerResult> result;
   std::optional<ProducerVerification> verification;
 };
-
-bool isCanonicalSHA256(std::string_view text) {
-  return text.size() == 64 && std::all_of(text.begin(), text.end(), [](char digit) {
-           return (digit >= '0' && digit <= '9') || (digit >= 'a' && digit <= 'f');
-         });
-}
 
 /// The text without white space at its ends, or nothing where that leaves nothing.
 Text nonempty(const Text& text) {
@@ -276,7 +271,7 @@ void requireVerified(const ProducerVerification& verification) {
 
 RigidArticulationDescriptor RigidArticulationReportAdapter::decode(std::span<const std::byte> data,
                                                                    std::string_view modelSHA256) {
-  require(isCanonicalSHA256(modelSHA256), failure::InvalidModelSHA256{});
+  require(SHA256::isHexadecimalDigest(modelSHA256), failure::InvalidModelSHA256{});
   const ProducerReport report = readReport(data);
   require(report.plan && report.result && report.verification, failure::InvalidAssignment{});
 

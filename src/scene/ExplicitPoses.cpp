@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "foundation/SHA256.h"
 #include "parts/ExplicitPoseRuntimeError.h"
 
 namespace ornolith {
@@ -15,10 +16,6 @@ void requirePosableFormat(ModelFormat format) {
   if (format != ModelFormat::fbx && format != ModelFormat::glb) {
     throw ExplicitPoseRuntimeError(UnsupportedFormat{.format = format});
   }
-}
-
-bool isModelHash(const std::string& text) {
-  return text.size() == 64 && text.find_first_not_of("0123456789abcdef") == std::string::npos;
 }
 
 bool isDeforming(const SceneModelEntry& entry) {
@@ -78,7 +75,7 @@ ListedModelLocalTransform listedLocalTransform(const simd_float4x4& matrix,
 ListedModelPartsDocument listedModelParts(const SceneController& controller, const std::string& modelSHA256,
                                           ModelFormat format) {
   requirePosableFormat(format);
-  if (!isModelHash(modelSHA256)) throw ExplicitPoseRuntimeError(InvalidModelSHA256{});
+  if (!SHA256::isHexadecimalDigest(modelSHA256)) throw ExplicitPoseRuntimeError(InvalidModelSHA256{});
   const SceneModelEntry& entry = soleModelEntryForExplicitPoses(controller);
   const std::vector<AddressableLogicalPart> parts = addressableLogicalParts(entry.parts);
   const std::optional<std::string> blockReason = rotationBlockReason(entry, parts);

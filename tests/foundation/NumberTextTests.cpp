@@ -54,6 +54,16 @@ TEST(NumberTextUInt32, RefusesOtherDigitsAndLargerValues) {
   }
 }
 
+TEST(NumberTextDigit, HasTheValueOfAHexadecimalDigitInEitherCase) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  for (int character = 0; character < 128; ++character) {
+    const char c = static_cast<char>(character);
+    const char lower = c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c;
+    const std::size_t place = digits.find(lower);
+    EXPECT_EQ(hexadecimalDigitValue(c), place == std::string_view::npos ? -1 : static_cast<int>(place)) << c;
+  }
+}
+
 TEST(NumberTextUInt64, ReadsDigitsAlone) {
   EXPECT_EQ(parseUInt64Digits("18446744073709551615"), std::numeric_limits<std::uint64_t>::max());
   EXPECT_EQ(parseUInt64Digits("0012"), 12u);

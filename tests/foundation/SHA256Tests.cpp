@@ -22,6 +22,17 @@ TEST(SHA256, GivesThePublishedDigests) {
             "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
 }
 
+TEST(SHA256, KnowsTheFormOfADigest) {
+  const std::string digest = emptyDigest;
+  EXPECT_TRUE(SHA256::isHexadecimalDigest(digest));
+  EXPECT_FALSE(SHA256::isHexadecimalDigest(""));
+  EXPECT_FALSE(SHA256::isHexadecimalDigest(digest.substr(1)));
+  EXPECT_FALSE(SHA256::isHexadecimalDigest(digest + "0"));
+  for (const char other : {'A', 'F', 'g', '/', ':', '`', '\0'}) {
+    EXPECT_FALSE(SHA256::isHexadecimalDigest(digest.substr(1) + other)) << other;
+  }
+}
+
 TEST(SHA256OfAFile, HashesAnEmptyFileToTheDigestOfNoBytes) {
   const TemporaryFolder folder;
   EXPECT_EQ(sha256(FileURL(folder.makeFile("empty"))), emptyDigest);
