@@ -262,5 +262,37 @@ TEST_F(Poses, AnInterruptedSeriesLeavesNothing) {
   EXPECT_THAT(names(), ElementsAre("poses.json"));
 }
 
+TEST_F(Poses, ADestinationThatAppearsDuringTheRenderIsKept) {
+  std::string poses;
+  for (int i = 0; i < 400; ++i) {
+    poses += (i > 0 ? "," : "") + std::string(R"({"rotations": [], "id": ")") + std::to_string(i) + "\"}";
+  }
+  writePoses("poses.json", poses);
+  Program program(
+      {lamp, "--pose-file", "poses.json", "--output-directory", "out", "--tile-width", "128", "--tile-height", "128"},
+      Surroundings{.directory = folder.path()});
+  bool staged = false;
+  for (int i = 0; i < 4000 && !staged && !program.hasEnded(); ++i) {
+    staged = names().size() > 1;
+    usleep(1000);
+  }
+  ASSERT_TRUE(staged) << "no staging folder appeared";
+  fs::create_directory(folder / "out");
+  EXPECT_EQ(program.wait(), failure("The item '" + (folder / "out") + "' could not be written: File exists."));
+  EXPECT_TRUE(fs::is_empty(folder / "out"));
+  EXPECT_THAT(names(), ElementsAre("out", "poses.json"));
+}
+
+TEST_F(Poses, APlaceThatTakesNoFilesEndsInOneMessage) {
+  const Outcome directory = run({lamp, "--rotate-part", "Head", "x=1", "--output-directory", "/proc/out"});
+  EXPECT_EQ(directory.status, 1);
+  EXPECT_THAT(directory.error,
+              testing::MatchesRegex("ornolith-render: The item '/proc/\\.out\\.ornolith-staging-[^\n]*' "
+                                    "could not be created: No such file or directory\\.\n\n.*"));
+  const Outcome png = run({lamp, "--rotate-part", "Head", "x=1", "--output", "/proc/out.png"});
+  EXPECT_EQ(png.status, 1);
+  EXPECT_THAT(png.error, StartsWith("ornolith-render: The item '/proc/"));
+}
+
 }  // namespace
 }  // namespace ornolith::blackbox
