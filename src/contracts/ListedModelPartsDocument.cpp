@@ -85,10 +85,6 @@ JSONValue ListedModelPart::toJSON() const {
   return {std::move(object)};
 }
 
-std::string ListedModelPartsDocument::canonicalJSONData() const {
-  return canonicalJSON(toJSON());
-}
-
 ListedModelPartsDocument ListedModelPartsDocument::fromJSON(const JSONElement& element) {
   return {.schema = decodeJSON<std::string>(element, "schema"),
           .version = decodeJSON<std::int64_t>(element, "version"),
@@ -97,14 +93,26 @@ ListedModelPartsDocument ListedModelPartsDocument::fromJSON(const JSONElement& e
           .parts = decodeJSON<std::vector<ListedModelPart>>(element, "parts")};
 }
 
-JSONValue ListedModelPartsDocument::toJSON() const {
+namespace {
+
+JSONValue encoded(const ListedModelPartsDocument& document, JSONValue parts) {
   JSONValue::Object object;
-  addMember(object, "schema", schema);
-  addMember(object, "version", version);
-  addMember(object, "model_sha256", modelSHA256);
-  addMember(object, "format", format);
-  addMember(object, "parts", parts);
+  addMember(object, "schema", document.schema);
+  addMember(object, "version", document.version);
+  addMember(object, "model_sha256", document.modelSHA256);
+  addMember(object, "format", document.format);
+  object.emplace_back("parts", std::move(parts));
   return {std::move(object)};
+}
+
+}  // namespace
+
+JSONValue ListedModelPartsDocument::toJSON() const {
+  return encoded(*this, encodeJSON(parts));
+}
+
+std::string ListedModelPartsDocument::canonicalJSONData() const {
+  return canonicalJSON(encoded(*this, encodeLazyJSON(parts)));
 }
 
 }  // namespace ornolith

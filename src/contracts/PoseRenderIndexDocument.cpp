@@ -70,10 +70,6 @@ JSONValue PoseRenderIndexPage::toJSON() const {
   return {std::move(object)};
 }
 
-std::string PoseRenderIndexDocument::canonicalJSONData() const {
-  return canonicalJSON(toJSON());
-}
-
 PoseRenderIndexDocument PoseRenderIndexDocument::fromJSON(const JSONElement& element) {
   return {.schema = decodeJSON<std::string>(element, "schema"),
           .version = decodeJSON<std::int64_t>(element, "version"),
@@ -87,19 +83,31 @@ PoseRenderIndexDocument PoseRenderIndexDocument::fromJSON(const JSONElement& ele
           .pages = decodeJSON<std::vector<PoseRenderIndexPage>>(element, "pages")};
 }
 
-JSONValue PoseRenderIndexDocument::toJSON() const {
+namespace {
+
+JSONValue encoded(const PoseRenderIndexDocument& document, JSONValue poses, JSONValue pages) {
   JSONValue::Object object;
-  addMember(object, "schema", schema);
-  addMember(object, "version", version);
-  addMember(object, "model_filename", modelFilename);
-  addMember(object, "model_sha256", modelSHA256);
-  addMember(object, "layout", layout);
-  addMember(object, "arrangement", arrangement);
-  addMember(object, "tile_width", tileWidth);
-  addMember(object, "tile_height", tileHeight);
-  addMember(object, "poses", poses);
-  addMember(object, "pages", pages);
+  addMember(object, "schema", document.schema);
+  addMember(object, "version", document.version);
+  addMember(object, "model_filename", document.modelFilename);
+  addMember(object, "model_sha256", document.modelSHA256);
+  addMember(object, "layout", document.layout);
+  addMember(object, "arrangement", document.arrangement);
+  addMember(object, "tile_width", document.tileWidth);
+  addMember(object, "tile_height", document.tileHeight);
+  object.emplace_back("poses", std::move(poses));
+  object.emplace_back("pages", std::move(pages));
   return {std::move(object)};
+}
+
+}  // namespace
+
+JSONValue PoseRenderIndexDocument::toJSON() const {
+  return encoded(*this, encodeJSON(poses), encodeJSON(pages));
+}
+
+std::string PoseRenderIndexDocument::canonicalJSONData() const {
+  return canonicalJSON(encoded(*this, encodeLazyJSON(poses), encodeLazyJSON(pages)));
 }
 
 std::string poseRenderPageFileName(std::int64_t number) {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -108,6 +109,13 @@ class JSONValue {
   using Array = std::vector<JSONValue>;
   using Object = std::vector<std::pair<std::string, JSONValue>>;
 
+  /// A list whose elements are made one at a time while it is written, so that a long one takes no memory beyond its
+  /// text. What `element` refers to must outlive the value.
+  struct LazyArray {
+    std::size_t count = 0;
+    std::function<JSONValue(std::size_t index)> element;
+  };
+
   JSONValue() : value_(nullptr) {}
   JSONValue(std::nullptr_t) : value_(nullptr) {}
   JSONValue(bool value) : value_(value) {}
@@ -121,12 +129,14 @@ class JSONValue {
   JSONValue(std::string_view value) : value_(std::string(value)) {}
   JSONValue(std::string value) : value_(std::move(value)) {}
   JSONValue(Array value) : value_(std::move(value)) {}
+  JSONValue(LazyArray value) : value_(std::move(value)) {}
   JSONValue(Object value) : value_(std::move(value)) {}
 
   const auto& storage() const noexcept { return value_; }
 
  private:
-  std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, float, std::string, Array, Object> value_;
+  std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, float, std::string, Array, LazyArray, Object>
+      value_;
 };
 
 enum class JSONKeyOrder { asAdded, sortedByBytes };

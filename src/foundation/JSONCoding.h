@@ -102,6 +102,13 @@ JSONValue encodeJSON(const T& value) {
   }
 }
 
+/// `list`, which must outlive the result, as a list whose elements are made while it is written.
+template <typename T>
+JSONValue encodeLazyJSON(const std::vector<T>& list) {
+  return {JSONValue::LazyArray{.count = list.size(),
+                               .element = [&list](std::size_t index) { return encodeJSON(list[index]); }}};
+}
+
 /// Adds `key` to `object`.
 template <typename T>
 void addMember(JSONValue::Object& object, std::string_view key, const T& value) {

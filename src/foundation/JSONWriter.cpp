@@ -108,12 +108,19 @@ class Writer {
   void writeContent(const std::string& value) { appendQuoted(text_, value); }
 
   void writeContent(const JSONValue::Array& array) {
+    writeElements(array.size(), [&](std::size_t index) -> const JSONValue& { return array[index]; });
+  }
+
+  void writeContent(const JSONValue::LazyArray& array) { writeElements(array.count, array.element); }
+
+  template <typename Element>
+  void writeElements(std::size_t count, const Element& element) {
     open('[');
-    for (std::size_t i = 0; i < array.size(); ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
       beginEntry(i == 0);
-      write(array[i]);
+      write(element(i));
     }
-    close(']', array.empty());
+    close(']', count == 0);
   }
 
   void writeContent(const JSONValue::Object& object) {

@@ -39,7 +39,27 @@ std::vector<AddressableLogicalPart> addressableLogicalParts(const ScenePartRunti
   return result;
 }
 
+std::string PartListingError::describe(const part_listing_error::TooDeep&) {
+  return "The nodes of this model are nested too deep for a list of their paths.";
+}
+
+void requireListablePaths(std::span<const AddressableLogicalPart> parts) {
+  if (parts.empty()) return;
+  // A path's number is above its parent's, so one pass gives every depth.
+  const std::span<const LogicalPartTree::Path> paths = parts.front().tree().paths();
+  std::vector<std::size_t> depth(paths.size());
+  for (std::size_t index = 0; index < paths.size(); ++index) {
+    depth[index] = paths[index].parent == LogicalPartTree::rootPath ? 1 : depth[paths[index].parent] + 1;
+  }
+  std::size_t identityCount = 0;
+  for (const AddressableLogicalPart& part : parts) {
+    identityCount += depth[part.pathIndex()];
+    if (identityCount > maximumListedIdentityCount) throw PartListingError(part_listing_error::TooDeep{});
+  }
+}
+
 std::vector<std::string> canonicalPaths(std::span<const AddressableLogicalPart> parts) {
+  requireListablePaths(parts);
   std::vector<std::string> result;
   result.reserve(parts.size());
   for (const AddressableLogicalPart& part : parts) result.push_back(part.canonicalSelector().canonicalString());

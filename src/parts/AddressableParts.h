@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "contracts/ModelPartSelector.h"
+#include "foundation/Error.h"
 #include "parts/ScenePartRuntime.h"
 
 namespace ornolith {
@@ -45,7 +46,29 @@ class AddressableLogicalPart {
 /// The parts that may be addressed, in the order of every listing: pre-order, without nodes marked as non-addressable.
 std::vector<AddressableLogicalPart> addressableLogicalParts(const ScenePartRuntime& runtime);
 
-/// "path:" and the identities of each part, sorted by text.
+namespace part_listing_error {
+struct TooDeep {
+  bool operator==(const TooDeep&) const = default;
+};
+}  // namespace part_listing_error
+
+/// The paths of a model's parts together are too long to be written out: its nodes are nested too deep.
+class PartListingError final : public TypedError<PartListingError, part_listing_error::TooDeep> {
+ public:
+  using TypedError::TypedError;
+  static std::string describe(const part_listing_error::TooDeep& error);
+};
+
+/// How many identities the canonical paths of a list of parts may hold together. A list of paths repeats every node
+/// above each part, so that a small file with a deep hierarchy would take gigabytes; this is some tens of megabytes of
+/// text.
+inline constexpr std::size_t maximumListedIdentityCount = 2'000'000;
+
+/// Throws `PartListingError` where the canonical paths of `parts` hold more than `maximumListedIdentityCount`
+/// identities.
+void requireListablePaths(std::span<const AddressableLogicalPart> parts);
+
+/// "path:" and the identities of each part, sorted by text. Throws `PartListingError`.
 std::vector<std::string> canonicalPaths(std::span<const AddressableLogicalPart> parts);
 
 /// Finds parts by selector in time that does not grow with their number.
@@ -55,7 +78,7 @@ class PartResolver {
   explicit PartResolver(std::span<const AddressableLogicalPart> parts);
 
   /// The one part that `selector` names: a name by canonical equivalence, an identity, or a chain of identities, in
-  /// which authored names play no part. Throws `ExplicitPoseRuntimeError` for none or several.
+  /// which authored names play no part. Throws `ExplicitPoseRuntimeError` for none or several, and `PartListingError`.
   const AddressableLogicalPart& resolvePart(const ModelPartSelector& selector) const;
 
  private:

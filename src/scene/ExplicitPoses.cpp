@@ -78,6 +78,7 @@ ListedModelPartsDocument listedModelParts(const SceneController& controller, con
   if (!SHA256::isHexadecimalDigest(modelSHA256)) throw ExplicitPoseRuntimeError(InvalidModelSHA256{});
   const SceneModelEntry& entry = soleModelEntryForExplicitPoses(controller);
   const std::vector<AddressableLogicalPart> parts = addressableLogicalParts(entry.parts);
+  requireListablePaths(parts);
   const std::optional<std::string> blockReason = rotationBlockReason(entry, parts);
 
   ListedModelPartsDocument document{.modelSHA256 = modelSHA256, .format = format, .parts = {}};

@@ -14,7 +14,8 @@ namespace ornolith {
 const SceneModelEntry& soleModelEntryForExplicitPoses(const SceneController& controller);
 
 /// The inventory of the scene's one model; `modelSHA256` is its hash. Every part carries the same reason where some
-/// part of the model keeps it from being posed. Throws `ExplicitPoseRuntimeError`.
+/// part of the model keeps it from being posed. Throws `ExplicitPoseRuntimeError`, and `PartListingError` for a model
+/// whose nodes are nested too deep to be listed.
 ListedModelPartsDocument listedModelParts(const SceneController& controller, const std::string& modelSHA256,
                                           ModelFormat format);
 

@@ -216,5 +216,15 @@ TEST(JSONWriter, WhatIsWrittenReadsBackAndIsWrittenTheSame) {
   }
 }
 
+TEST(JSONWriter, MakesTheElementsOfALazyListInOrder) {
+  const auto lazy = [](std::size_t count) {
+    return JSONValue(JSONValue::LazyArray{
+        .count = count, .element = [](std::size_t index) { return JSONValue(static_cast<std::int64_t>(index)); }});
+  };
+  EXPECT_EQ(compactJSON(lazy(3)), "[0,1,2]");
+  EXPECT_EQ(canonicalJSON(lazy(2)), canonicalJSON(JSONValue::Array{0, 1}));
+  EXPECT_EQ(canonicalJSON(lazy(0)), canonicalJSON(JSONValue::Array{}));
+}
+
 }  // namespace
 }  // namespace ornolith

@@ -223,6 +223,24 @@ TEST_F(PosedModel, ListsPartsInPreOrderWithoutMarkedNodesButWithTheirChildren) {
   EXPECT_FALSE(listed[1].hasChildren());
 }
 
+TEST(PathListing, RefusesHierarchiesWhosePathsTogetherAreTooLong) {
+  const auto listable = [](int levels) {
+    const auto container = SCNNode::node();
+    auto parent = container;
+    for (int level = 0; level < levels; ++level) parent = authored("fbx:" + std::to_string(level), "n", parent);
+    const auto parts = addressableLogicalParts(makePartRuntime(*container, PartPresentationState{}));
+    requireListablePaths(parts);
+  };
+  // n levels hold n (n + 1) / 2 identities.
+  EXPECT_NO_THROW(listable(1999));
+  try {
+    listable(2000);
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const PartListingError& error) {
+    EXPECT_EQ(error.errorDescription(), "The nodes of this model are nested too deep for a list of their paths.");
+  }
+}
+
 TEST(NodeTreeHasDeformationOrAnimation, LooksAtTheNodeAndAllDescendants) {
   const auto root = SCNNode::node();
   const auto child = SCNNode::node();
