@@ -30,8 +30,7 @@ ModelRenderDestination requestedDestination(const RenderCLIOptions& options) {
 
 void checkContactSheet(const RenderCLIOptions& options) {
   if (options.layout == ModelRenderLayout::single) return;
-  if (options.width > maximumImageSide || options.height > maximumImageSide ||
-      options.width * options.height > maximumImagePixels) {
+  if (!isOutputImageSize(options.width, options.height)) {
     throw CLIError("Contact-sheet output is limited to 16 megapixels and 8192 pixels per dimension.");
   }
   if (options.cameraPosition || options.cameraTarget) {

@@ -10,6 +10,12 @@ namespace ornolith {
 inline constexpr std::int64_t maximumImageSide = 8192;
 inline constexpr std::int64_t maximumImagePixels = 16'777'216;
 
+/// True for a size in pixels that an output image may have: not empty and within the limits.
+constexpr bool isOutputImageSize(std::int64_t width, std::int64_t height) noexcept {
+  return width >= 1 && height >= 1 && width <= maximumImageSide && height <= maximumImageSide &&
+         width * height <= maximumImagePixels;
+}
+
 /// An 8-bit RGBA image with straight (not premultiplied) alpha, rows from the top, pixels from the left, 4 bytes a
 /// pixel, no padding. Colour is sRGB unless its user says that the image holds data (normals, roughness).
 struct Image {

@@ -38,10 +38,9 @@ bool isColorComponent(double value) {
 
 void validate(const ContactSheetConfiguration& configuration) {
   if (configuration.layout == ModelRenderLayout::single) throw ContactSheetRenderError(InvalidLayout{});
-  const std::int64_t width = configuration.width;
-  const std::int64_t height = configuration.height;
-  const bool sidesFit = width > 0 && height > 0 && width <= maximumImageSide && height <= maximumImageSide;
-  if (!sidesFit || width * height > maximumImagePixels) throw ContactSheetRenderError(InvalidOutputSize{});
+  if (!isOutputImageSize(configuration.width, configuration.height)) {
+    throw ContactSheetRenderError(InvalidOutputSize{});
+  }
   if (configuration.background.color) {
     const RenderRGBAColor& color = *configuration.background.color;
     if (!isColorComponent(color.red) || !isColorComponent(color.green) || !isColorComponent(color.blue) ||

@@ -39,8 +39,7 @@ std::optional<TileChoice> largestTiles(std::int64_t poseCount, TileGrid block, s
 
 PoseRenderPagePlan makeSinglePNGPlan(std::span<const ExplicitModelPose> poses, ModelRenderLayout layout,
                                      ContactSheetArrangement arrangement, std::int64_t width, std::int64_t height) {
-  const bool sidesFit = width >= 1 && height >= 1 && width <= maximumImageSide && height <= maximumImageSide;
-  if (!sidesFit || width * height > maximumImagePixels) {
+  if (!isOutputImageSize(width, height)) {
     throw ModelRenderError(model_render_error::ExplicitPoseOutputRequiresOnePage{});
   }
   checkedCellCount(poses.size(), layout);

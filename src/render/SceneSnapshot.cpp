@@ -17,8 +17,7 @@ namespace ornolith {
 namespace {
 
 void requireWithinPixelBudget(std::int64_t width, std::int64_t height) {
-  const bool sidesFit = width >= 1 && height >= 1 && width <= maximumImageSide && height <= maximumImageSide;
-  if (!sidesFit || width * height > maximumImagePixels) {
+  if (!isOutputImageSize(width, height)) {
     throw ImageSizeError(image_size_error::OverPixelBudget{.width = width, .height = height});
   }
 }
