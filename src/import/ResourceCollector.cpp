@@ -9,6 +9,7 @@
 
 #include "foundation/Directory.h"
 #include "foundation/FileSystem.h"
+#include "foundation/ScopeExit.h"
 #include "foundation/Text.h"
 #include "import/GLTFReferences.h"
 #include "import/ModelImportError.h"
@@ -49,6 +50,19 @@ struct WalkLevel {
   std::vector<DirectoryEntry> entries;
   std::size_t next = 0;
 };
+
+/// The next entry of a walk that has begun. Climbs out of the folders that are done with, also in the staging area;
+/// nothing at the walk's end.
+std::optional<DirectoryEntry> nextEntry(std::vector<WalkLevel>& levels, DirectoryCursor& cursor, StagedPath& staged) {
+  while (levels.back().next == levels.back().entries.size()) {
+    levels.pop_back();
+    if (levels.empty()) return std::nullopt;
+    cursor.ascend();
+    staged.pop_back();
+  }
+  WalkLevel& level = levels.back();
+  return std::move(level.entries[level.next++]);
+}
 
 }  // namespace
 
@@ -137,16 +151,8 @@ bool ResourceCollector::copyAssetDirectoryIfPresent(const FileURL& source, const
     stagingArea_.createFolder(staged);
   };
   enterFolder();
-  while (!levels.empty()) {
-    WalkLevel& level = levels.back();
-    if (level.next == level.entries.size()) {
-      levels.pop_back();
-      if (levels.empty()) break;
-      cursor.ascend();
-      staged.pop_back();
-      continue;
-    }
-    const DirectoryEntry entry = std::move(level.entries[level.next++]);
+  while (const std::optional<DirectoryEntry> next = nextEntry(levels, cursor, staged)) {
+    const DirectoryEntry& entry = *next;
     if (entry.isHidden() || entry.type == FileType::symbolicLink) continue;
     if (entry.type != FileType::directory) {
       if (hasExtension(entry.name, assetExtensions)) {
@@ -194,23 +200,9 @@ void ResourceCollector::copyEmbeddedMediaFolder(const FileURL& primary, const Ex
 
 bool ResourceCollector::copyRelatedAssetDirectory(const FileURL& source, const FileURL& primary,
                                                   const StagedPath& destination, const Extensions& assetExtensions) {
-  class Registration {
-   public:
-    Registration(FileCoordinator& coordinator, const RelatedItemFilePresenter& presenter)
-        : coordinator_(coordinator), presenter_(presenter) {
-      coordinator_.addFilePresenter(presenter_);
-    }
-    Registration(const Registration&) = delete;
-    Registration& operator=(const Registration&) = delete;
-    ~Registration() { coordinator_.removeFilePresenter(presenter_); }
-
-   private:
-    FileCoordinator& coordinator_;
-    const RelatedItemFilePresenter& presenter_;
-  };
-
   const RelatedItemFilePresenter presenter(primary, source);
-  const Registration registration(fileCoordinator_, presenter);
+  fileCoordinator_.addFilePresenter(presenter);
+  const ScopeExit unregister([&] { fileCoordinator_.removeFilePresenter(presenter); });
   bool isPresent = false;
   std::exception_ptr accessorError;
   fileCoordinator_.coordinateReadingItem(source, presenter, [&](const FileURL& url) {
@@ -240,16 +232,8 @@ void ResourceCollector::copyResourceTree(const FileURL& root, const Extensions& 
     report("resource.copy-failed", format, "A resource file could not be imported.", path);
   };
   StagedPath staged;
-  while (!levels.empty()) {
-    WalkLevel& level = levels.back();
-    if (level.next == level.entries.size()) {
-      levels.pop_back();
-      if (levels.empty()) break;
-      cursor.ascend();
-      staged.pop_back();
-      continue;
-    }
-    const DirectoryEntry entry = std::move(level.entries[level.next++]);
+  while (const std::optional<DirectoryEntry> next = nextEntry(levels, cursor, staged)) {
+    const DirectoryEntry& entry = *next;
     if (entry.isHidden()) continue;
     const std::string path = cursor.pathOf(entry.name);
     if (entry.type == FileType::symbolicLink) {

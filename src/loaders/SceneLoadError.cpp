@@ -1,20 +1,6 @@
 #include "loaders/SceneLoadError.h"
 
-#include <string_view>
-
 namespace ornolith {
-
-namespace {
-
-std::string uppercasedRawValue(ModelFormat format) {
-  std::string text(rawValue(format));
-  for (char& letter : text) {
-    if (letter >= 'a' && letter <= 'z') letter = static_cast<char>(letter - 'a' + 'A');
-  }
-  return text;
-}
-
-}  // namespace
 
 std::string SceneLoadError::describe(const scene_load_error::UnsupportedModelIOFormat& error) {
   return uppercasedRawValue(error.format) + " kann auf diesem System nicht über ModelIO importiert werden.";

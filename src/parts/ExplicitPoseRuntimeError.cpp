@@ -1,7 +1,5 @@
 #include "parts/ExplicitPoseRuntimeError.h"
 
-#include <algorithm>
-
 namespace ornolith {
 
 namespace {
@@ -17,18 +15,11 @@ std::string joined(const std::vector<std::string>& texts) {
   return result;
 }
 
-std::string uppercased(std::string_view asciiText) {
-  std::string result(asciiText);
-  std::ranges::transform(result, result.begin(),
-                         [](unsigned char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c); });
-  return result;
-}
-
 }  // namespace
 
 std::string ExplicitPoseRuntimeError::describe(const UnsupportedFormat& error) {
   return "Explicit part poses require a hierarchy-preserving FBX or GLB model; got " +
-         uppercased(rawValue(error.format)) + ".";
+         uppercasedRawValue(error.format) + ".";
 }
 std::string ExplicitPoseRuntimeError::describe(const PartNotFound& error) {
   return "Part selector '" + error.selector +

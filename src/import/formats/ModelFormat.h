@@ -45,6 +45,9 @@ constexpr std::string_view fileExtension(ModelFormat format) noexcept {
   return rawValue(format);
 }
 
+/// The raw value in capitals, as messages show it: "FBX".
+std::string uppercasedRawValue(ModelFormat format);
+
 /// "FBX, OBJ, DAE, SCN, USD, USDA, USDC, USDZ, GLTF, GLB, STL, PLY".
 std::string supportedFileListDescription();
 
