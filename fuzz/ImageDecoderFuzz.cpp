@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::check(isDecodableSize(image->width, image->height, size), "the size is one that is decoded");
   fuzz::check(image->pixels.size() == image->rowBytes() * image->height, "there are four bytes for each pixel");
 
-  constexpr std::size_t smallPixels = 128 * 128;
+  constexpr std::size_t smallPixels = std::size_t{128} * 128;
   if (image->pixels.size() > smallPixels * 4) return 0;
   fuzz::check(decodeImage(bytes) == image, "decoding is repeatable");
   fuzz::check(decodeImage(encodePNG(*image)) == image, "PNG carries the image unchanged");

@@ -117,7 +117,7 @@ constexpr std::array<std::uint8_t, lastBucket - firstBucket + 1> codeOfBucket = 
   std::array<std::uint8_t, lastBucket - firstBucket + 1> result{};
   std::size_t code = 0;
   for (std::size_t i = 0; i < result.size(); ++i) {
-    const float least = std::bit_cast<float>(static_cast<std::uint32_t>((firstBucket + i) << bucketShift));
+    const auto least = std::bit_cast<float>(static_cast<std::uint32_t>((firstBucket + i) << bucketShift));
     while (thresholds[code + 1] <= least) ++code;
     result[i] = static_cast<std::uint8_t>(code);
   }

@@ -25,7 +25,7 @@ class BitCursor {
 
   /// The next 32 bits or more, unconsumed.
   std::uint64_t peek() const noexcept {
-    const std::size_t first = static_cast<std::size_t>(position_ / 8);
+    const auto first = static_cast<std::size_t>(position_ / 8);
     std::uint64_t word = 0;
     if (first + 8 <= bytes_.size()) {
       for (std::size_t i = 0; i < 8; ++i) word |= std::to_integer<std::uint64_t>(bytes_[first + i]) << (8 * i);
@@ -38,7 +38,7 @@ class BitCursor {
   }
 
   std::uint32_t take(unsigned count) noexcept {
-    const std::uint32_t bits = static_cast<std::uint32_t>(peek() & ((std::uint64_t{1} << count) - 1));
+    const auto bits = static_cast<std::uint32_t>(peek() & ((std::uint64_t{1} << count) - 1));
     skip(count);
     return bits;
   }

@@ -67,7 +67,6 @@ bool readPixelFormat(Bytes data, Header& header) noexcept {
   header.startsTop = (descriptor & 0x20U) != 0;
   switch (header.content) {
     case Header::Content::colorMapped:
-      return (bits == 8 || bits == 16) && header.attributeBits <= 8;
     case Header::Content::grey:
       return (bits == 8 || bits == 16) && header.attributeBits <= 8;
     case Header::Content::trueColor:

@@ -57,7 +57,7 @@ std::string gltfResourcePath(const std::string& uri) {
   const std::optional<std::string> decoded = percentDecoding(components->percentEncodedPath);
   if (!decoded) throw unsafe;
   if (decoded->starts_with('/') || decoded->find('\\') != std::string::npos) throw unsafe;
-  const std::string normalised = standardizingPath(*decoded);
+  std::string normalised = standardizingPath(*decoded);
   if (normalised.empty() || normalised == "." || normalised == ".." || normalised.starts_with("../")) throw unsafe;
   return normalised;
 }

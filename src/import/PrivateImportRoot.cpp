@@ -56,7 +56,7 @@ bool isUsable(const FileURL& url) {
 /// The shared folder, made where it is missing. It is made aside and then renamed, so that other users' runs never see
 /// it half made.
 FileURL sharedFolder(const FileURL& temporaryDirectory) {
-  const FileURL url = temporaryDirectory.appendingPathComponent("Ornolith3DRender", true);
+  FileURL url = temporaryDirectory.appendingPathComponent("Ornolith3DRender", true);
   while (!isUsable(url)) {
     TemporaryItem folder = TemporaryItem::directory(
         temporaryDirectory.appendingPathComponent(".Ornolith3DRender-" + UUID::random().uuidString(), true),

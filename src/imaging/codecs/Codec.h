@@ -45,7 +45,7 @@ inline void writeLinearPixel(std::uint8_t* out, float red, float green, float bl
   out[1] = sRGB8FromLinear(green / divisor);
   out[2] = sRGB8FromLinear(blue / divisor);
   const float clamped = alpha > 0 ? (alpha < 1 ? alpha : 1.0F) : 0.0F;  // NaN too is nothing.
-  out[3] = static_cast<std::uint8_t>(clamped * 255.0F + 0.5F);
+  out[3] = static_cast<std::uint8_t>(clamped * 255.0F + 0.5F);  // NOLINT(bugprone-incorrect-roundings): 0 to 1 alone
 }
 
 /// `color` divided by `alpha`, rounded, for samples of 0 to `maximum`.

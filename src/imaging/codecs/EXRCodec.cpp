@@ -55,7 +55,7 @@ class MemoryStream final : public Imf::IStream {
     if (count < 0 || position_ > data_.size() || static_cast<std::size_t>(count) > data_.size() - position_) {
       throw std::runtime_error("the file ends early");
     }
-    const std::size_t begin = static_cast<std::size_t>(position_);
+    const auto begin = static_cast<std::size_t>(position_);
     position_ += static_cast<std::uint64_t>(count);
     return begin;
   }

@@ -103,7 +103,7 @@ FbxFallbackLoadResult buildScene(FbxSceneHandle handle, std::uint64_t fileSize, 
   result.boneCount = countBones(scene);
   result.animations = listAnimations(scene);
   result.animationPlayer = std::make_shared<FbxFallbackAnimationPlayer>(handle.get(), url, assetDirectories);
-  handle.release();
+  static_cast<void>(handle.release());
   return result;
 }
 

@@ -95,6 +95,7 @@ bool FbxFileAccess::open(void* user, ufbx_stream* stream, const char* path, size
   stream->read_fn = &readStream;
   stream->size_fn = &streamSize;
   stream->close_fn = &closeStream;
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a number, behind which nothing is looked for.
   stream->user = reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));
   return true;
 }

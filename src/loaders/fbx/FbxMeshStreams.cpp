@@ -54,7 +54,7 @@ Triangles triangulate(const ufbx_mesh& mesh, std::size_t groupCount, FbxMemoryBu
     total += triangleCount(range);
   }
   if (total > std::numeric_limits<std::uint32_t>::max() / 3) throwFbxMemoryLimitExceeded("geometry");
-  charge(budget, total, 2 * 3 * sizeof(std::uint32_t));
+  charge(budget, total, std::size_t{2} * 3 * sizeof(std::uint32_t));
 
   Triangles triangles;
   triangles.corners.reserve(total * 3);
