@@ -68,7 +68,7 @@ struct PoseRenderIndexDocument {
 
   std::string schema{schemaText};
   std::int64_t version = currentVersion;
-  std::string modelFilename;  ///< As given on the command line, the last path component.
+  std::string modelFilename;  ///< The model path's last component, as UTF-8.
   std::string modelSHA256;    ///< 64 lower-case hexadecimal digits.
   ModelRenderLayout layout = ModelRenderLayout::single;
   ContactSheetArrangement arrangement = ContactSheetArrangement::grid;

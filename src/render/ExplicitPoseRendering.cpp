@@ -9,6 +9,7 @@
 #include "foundation/FileSystem.h"
 #include "foundation/ScopeExit.h"
 #include "foundation/TemporaryItems.h"
+#include "foundation/Text.h"
 #include "foundation/UUID.h"
 #include "parts/ExplicitPoseRuntimeError.h"
 #include "render/CameraFraming.h"
@@ -126,7 +127,7 @@ struct PoseSeries {
 };
 
 PoseRenderIndexDocument indexDocument(const PoseSeries& series) {
-  PoseRenderIndexDocument index{.modelFilename = series.request.modelURL.lastPathComponent(),
+  PoseRenderIndexDocument index{.modelFilename = repairingUTF8(series.request.modelURL.lastPathComponent()),
                                 .modelSHA256 = series.modelSHA256,
                                 .layout = series.request.layout,
                                 .arrangement = series.request.contactArrangement,

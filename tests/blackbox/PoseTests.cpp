@@ -158,6 +158,15 @@ TEST_F(Poses, ADirectoryHoldsPagesAndAnIndexThatDescribesThem) {
   for (std::size_t offset = 3; offset < page.pixels.size(); offset += 4) ASSERT_EQ(page.pixels[offset], 255);
 }
 
+TEST_F(Poses, AModelWhoseNameIsNoUTF8GivesAnIndexAllTheSame) {
+  const std::string model = folder / "x\xFF.fbx";
+  fs::copy_file(lamp, model);
+  writePoses("poses.json", R"({"id": "rest", "rotations": []})");
+  EXPECT_EQ(runHere({model, "--pose-file", "poses.json", "--output-directory", "series"}).status, 0);
+  const std::string text = contentsOf(folder / "series/contact-sheet.json");
+  EXPECT_EQ(PoseRenderIndexDocument::fromJSON(parsed(text).root()).modelFilename, "x\uFFFD.fbx");
+}
+
 TEST_F(Poses, AnExistingDestinationIsNeverTouched) {
   writePoses("poses.json", R"({"id": "rest", "rotations": []})");
   fs::create_directory(folder / "empty");
