@@ -1,6 +1,5 @@
 #include "foundation/SystemError.h"
 
-#include <cerrno>
 #include <cstring>
 
 namespace ornolith {
@@ -21,10 +20,6 @@ SystemError::SystemError(std::string action, std::string path, int code)
 
 int SystemError::code() const noexcept {
   return getIf<system_error::Failed>()->code;
-}
-
-bool SystemError::isMissingFile() const noexcept {
-  return code() == ENOENT || code() == ENOTDIR;
 }
 
 std::string SystemError::describe(const system_error::Failed& failed) {

@@ -29,8 +29,6 @@ class SystemError final : public TypedError<SystemError, system_error::Failed> {
   static constexpr int notARegularFile = -1;
 
   int code() const noexcept;
-  /// True exactly for the no-such-file conditions ENOENT and ENOTDIR.
-  bool isMissingFile() const noexcept;
 
   static std::string describe(const system_error::Failed& failed);
 };

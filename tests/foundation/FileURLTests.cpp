@@ -83,11 +83,5 @@ TEST(SystemError, SaysInOneSentenceWhatHappenedWhereAndWhy) {
             "The item 'x' could not be read: Unknown error 987654.");
 }
 
-TEST(SystemError, KnowsWhatIsMerelyMissing) {
-  EXPECT_TRUE(SystemError("read", "x", ENOENT).isMissingFile());
-  EXPECT_TRUE(SystemError("read", "x", ENOTDIR).isMissingFile());
-  EXPECT_FALSE(SystemError("read", "x", EACCES).isMissingFile());
-}
-
 }  // namespace
 }  // namespace ornolith
