@@ -1,5 +1,8 @@
 #include "loaders/SceneLoaders.h"
 
+#include "foundation/FileSystem.h"
+#include "loaders/PLYReader.h"
+#include "loaders/STLReader.h"
 #include "loaders/SceneLoadError.h"
 
 namespace ornolith {
@@ -9,11 +12,14 @@ std::shared_ptr<SCNScene> loadSceneKitScene(const FileURL& url, const std::vecto
   throw SceneLoadError(scene_load_error::NoReader{format});
 }
 
-std::shared_ptr<SCNScene> loadModelIOScene(const FileURL& /*url*/, ModelFormat format) {
+std::shared_ptr<SCNScene> loadModelIOScene(const FileURL& url, ModelFormat format) {
   if (format != ModelFormat::stl && format != ModelFormat::ply) {
     throw SceneLoadError(scene_load_error::UnsupportedModelIOFormat{format});
   }
-  throw SceneLoadError(scene_load_error::NoReader{format});
+  const FileBytes bytes = readFile(url);
+  std::shared_ptr<SCNScene> scene = format == ModelFormat::stl ? readSTL(bytes) : readPLY(bytes);
+  if (scene->rootNode()->childCount() == 0) throw SceneLoadError(scene_load_error::EmptyModelIOScene{url});
+  return scene;
 }
 
 GLTFSceneLoader::Result GLTFSceneLoader::loadScene(const FileURL& /*url*/,

@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
 #include "loaders/SceneLoadError.h"
 #include "loaders/SceneLoaders.h"
 
@@ -36,10 +41,18 @@ TEST(SceneLoadError, CasesCompareByTheirPayload) {
 TEST(SceneLoaders, FormatsWithoutAReaderEndInASentenceThatNamesTheFormat) {
   EXPECT_EQ(failureOf([] { loadSceneKitScene(FileURL("/tmp/a.OBJ"), {}); }), "This build cannot read OBJ files.");
   EXPECT_EQ(failureOf([] { loadSceneKitScene(FileURL("/tmp/a.usdz"), {}); }), "This build cannot read USDZ files.");
-  EXPECT_EQ(failureOf([] { loadModelIOScene(FileURL("/tmp/a.stl"), ModelFormat::stl); }),
-            "This build cannot read STL files.");
   EXPECT_EQ(failureOf([] { GLTFSceneLoader::loadScene(FileURL("/tmp/a.glb"), {}, ModelFormat::glb); }),
             "This build cannot read GLB files.");
+}
+
+TEST(SceneLoaders, AMeshFileWithoutGeometryIsRefusedByItsName) {
+  std::string folder = "/tmp/ornolith-loaders-XXXXXX";
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  const FileURL url(folder + "/leer.ply");
+  std::ofstream(url.path()) << "ply\nformat ascii 1.0\nend_header\n";
+  EXPECT_EQ(failureOf([&] { loadModelIOScene(url, ModelFormat::ply); }),
+            "leer.ply wurde gelesen, enthält aber keine darstellbare 3D-Geometrie.");
+  std::filesystem::remove_all(folder);
 }
 
 TEST(SceneLoaders, TheMeshReaderRefusesAFormatThatIsNotItsOwn) {

@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <vector>
+
+#include "MeshFiles.h"
+#include "foundation/FileSystem.h"
+#include "imaging/Color.h"
+#include "loaders/STLReader.h"
+
+namespace ornolith {
+namespace {
+
+using namespace mesh_files;
+
+/// A binary file of one facet for each attribute word.
+std::string binaryFile(const std::vector<std::uint16_t>& attributes, std::string header = "made by a test") {
+  header.resize(80, ' ');
+  std::string file = header + packed(static_cast<std::uint32_t>(attributes.size()));
+  for (const std::uint16_t attribute : attributes) {
+    for (const float value : {0.F, 0.F, 0.F, 0.F, 0.F, 0.F, 2.F, 0.F, 0.F, 0.F, 3.F, 0.F}) file += packed(value);
+    file += packed(attribute);
+  }
+  return file;
+}
+
+std::string textFacet(const std::string& lineEnd = "\n") {
+  return "  facet normal 0 0 0" + lineEnd + "    outer loop" + lineEnd + "      vertex 0 0 0" + lineEnd +
+         "      vertex +2.0e0 0 0" + lineEnd + "      VERTEX 0 3 0" + lineEnd + "    endloop" + lineEnd + "  endfacet" +
+         lineEnd;
+}
+
+std::string refusal(const std::string& file) {
+  return refusalOf(readSTL, file);
+}
+
+void expectTheFacet(const SCNGeometry& geometry) {
+  const SCNGeometrySource* vertices = geometry.firstSourceForSemantic(SCNGeometrySourceSemantic::vertex);
+  ASSERT_EQ(vertices->vectorCount(), 3U);
+  EXPECT_EQ(vertices->component(1, 0), 2);
+  EXPECT_EQ(vertices->component(2, 1), 3);
+  EXPECT_EQ(geometry.firstSourceForSemantic(SCNGeometrySourceSemantic::normal), nullptr);
+}
+
+TEST(STLReader, ReadsABinaryFileAlsoWhereItsHeaderSaysSolid) {
+  for (const char* header : {"made by a test", "solid facet normal"}) {
+    const auto scene = readSTL(bytesOf(binaryFile({0}, header)));
+    ASSERT_EQ(scene->rootNode()->childCount(), 1U);
+    expectTheFacet(geometryAt(*scene, 0));
+    EXPECT_EQ(geometryAt(*scene, 0).firstSourceForSemantic(SCNGeometrySourceSemantic::color), nullptr);
+  }
+}
+
+TEST(STLReader, ReadsABinaryFileWithBytesBehindItsFacets) {
+  expectTheFacet(geometryAt(*readSTL(bytesOf(binaryFile({0}) + "tail")), 0));
+}
+
+TEST(STLReader, ReadsTextWithAnyLineEnd) {
+  for (const std::string end : {"\n", "\r\n", "\r"}) {
+    const auto scene = readSTL(bytesOf("solid a b" + end + textFacet(end) + "endsolid a b" + end));
+    ASSERT_EQ(scene->rootNode()->childCount(), 1U);
+    EXPECT_TRUE(scene->rootNode()->childNodes()[0]->hasName("a b"));
+    expectTheFacet(geometryAt(*scene, 0));
+  }
+}
+
+TEST(STLReader, MakesANamedNodeOfEachSolidThatHasFacets) {
+  const auto scene =
+      readSTL(bytesOf("solid one\n" + textFacet() + "endsolid one\nsolid none\nendsolid none\nsolid \xFF\n" +
+                      textFacet() + textFacet() + "endsolid\n"));
+  const auto nodes = scene->rootNode()->childNodes();
+  ASSERT_EQ(nodes.size(), 2U);
+  EXPECT_TRUE(nodes[0]->hasName("one"));
+  EXPECT_TRUE(nodes[1]->hasName("\xEF\xBF\xBD"));
+  EXPECT_EQ(nodes[1]->geometry->geometryElements()[0]->primitiveCount(), 2U);
+}
+
+TEST(STLReader, TakesColorsWithBlueInTheLowBitsWhereTheTopBitIsSet) {
+  const auto scene = readSTL(bytesOf(binaryFile({0x8000 | 31 << 10, 0})));
+  const SCNGeometrySource* colors = geometryAt(*scene, 0).firstSourceForSemantic(SCNGeometrySourceSemantic::color);
+  ASSERT_NE(colors, nullptr);
+  EXPECT_EQ(colors->component(0, 0), 1);
+  EXPECT_EQ(colors->component(0, 2), 0);
+  EXPECT_EQ(colors->component(3, 2), 1) << "a facet without a mark is white";
+}
+
+TEST(STLReader, TakesColorsWithRedInTheLowBitsWhereTheHeaderHasAColor) {
+  const auto scene = readSTL(bytesOf(binaryFile({31, 0x8000}, std::string("COLOR=\x00\x80\xFF\xFF", 10))));
+  const SCNGeometrySource* colors = geometryAt(*scene, 0).firstSourceForSemantic(SCNGeometrySourceSemantic::color);
+  ASSERT_NE(colors, nullptr);
+  EXPECT_EQ(colors->component(0, 0), 1);
+  EXPECT_EQ(colors->component(0, 2), 0);
+  EXPECT_EQ(colors->component(3, 0), 0) << "the header's colour";
+  EXPECT_EQ(colors->component(3, 1), static_cast<double>(linearFromSRGB8(0x80)));
+}
+
+TEST(STLReader, AFileWithoutFacetsIsAnEmptyScene) {
+  EXPECT_EQ(readSTL(bytesOf(binaryFile({})))->rootNode()->childCount(), 0U);
+  EXPECT_EQ(readSTL(bytesOf("solid\nendsolid\n"))->rootNode()->childCount(), 0U);
+}
+
+TEST(STLReader, RefusesMoreFacetsThanTheFileHolds) {
+  std::string file = binaryFile({0});
+  file.replace(80, 4, "\xFF\xFF\xFF\xFF");
+  EXPECT_EQ(refusal(file), "The STL file's header claims 4294967295 facets, but the file holds 1.");
+}
+
+TEST(STLReader, RefusesFacetsThatAreNoTriangles) {
+  EXPECT_EQ(refusal("solid\nfacet\nvertex 0 0 0\nendfacet\n"),
+            "The STL file has a facet with fewer than three corners (line 4).");
+  EXPECT_EQ(refusal("solid\nfacet\nvertex 0 0 0\nvertex 0 0 0 vertex 0 0 0 vertex 0 0 0\nendfacet\n"),
+            "The STL file has a facet with more than three corners (line 4).");
+  EXPECT_EQ(refusal("solid\nfacet\nvertex 0 0 x\n"), "The STL file has a corner that is not three numbers (line 3).");
+  EXPECT_EQ(refusal("solid\nfacet\nvertex 0 0 0"), "The STL file ends inside a facet (line 3).");
+  EXPECT_EQ(refusal("no mesh"), "The STL file is neither text nor long enough for a binary file.");
+}
+
+TEST(STLReader, SurvivesDamage) {
+  expectSurvivesDamage(readSTL, binaryFile({0, 0x8001, 3}));
+  expectSurvivesDamage(readSTL, "solid a\n" + textFacet() + textFacet() + "endsolid a\n");
+}
+
+TEST(STLReader, ReadsRealFilesSoundly) {
+  const std::filesystem::path folder = sharedModels() / "stl";
+  if (!std::filesystem::exists(folder)) GTEST_SKIP() << "no model files here";
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    if (entry.path().extension() != ".stl") continue;
+    const auto scene = readSTL(readFile(FileURL(entry.path().string())));
+    EXPECT_GT(scene->rootNode()->childCount(), 0U) << entry.path();
+    EXPECT_EQ(checkScene(*scene).brokenPromise, std::nullopt) << entry.path();
+  }
+}
+
+}  // namespace
+}  // namespace ornolith
