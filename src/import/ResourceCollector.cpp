@@ -281,8 +281,9 @@ void ResourceCollector::copyGLTFResources(const FileURL& manifest,
 
   for (const std::string& uri : uris) {
     if (uri.starts_with("data:")) continue;
+    const std::string path = gltfResourcePath(uri);
     StagedPath folder;
-    for (const std::string_view part : splitting(gltfResourcePath(uri), '/')) folder.emplace_back(part);
+    for (const std::string_view part : splitting(path, '/')) folder.emplace_back(part);
     const std::string name = std::move(folder.back());
     folder.pop_back();
 
