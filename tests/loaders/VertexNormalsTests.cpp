@@ -26,15 +26,26 @@ TEST(VertexNormals, AreSplitAtAnEdgeSharperThanTheCrease) {
   EXPECT_EQ(std::abs(mesh.normals[mesh.indices[0] * 3 + 1]), 1);
 }
 
-TEST(VertexNormals, WeighFacetsByAreaAndAngle) {
-  // Right angles at the corner, and twice the area on the folded side.
-  const std::vector<float> positions{0, 0, 0, 0, 0, 1, -1, 0, 0, 2, 0, 0, 0, 0, -1};
-  const CreasedMesh mesh = creasedMesh(positions, std::vector<std::uint32_t>{0, 2, 1, 0, 1, 3});
-  EXPECT_EQ(mesh.sourceVertices.size(), 4U) << "a vertex without a triangle is dropped";
+TEST(VertexNormals, WeighFacetsByArea) {
   const CreasedMesh folded = foldedBy(0.5F);
   const float* shared = folded.normals.data() + folded.indices[0] * 3;
   // The facets' area normals are (0, 1, 0) and (-0.5, 1, 0), up to a common sign; both angles are right.
   EXPECT_NEAR(shared[0] / shared[1], -0.25, 1e-6);
+}
+
+TEST(VertexNormals, WeighFacetsByTheAngleAtTheCorner) {
+  // The same area normals, but the folded facet has half a right angle at the corner: (0, 1, 0) * 2 + (-0.5, 1, 0).
+  const float height = 0.5F;
+  const std::vector<float> positions{0, 0, 0, 0, 0, 1, -1, 0, 0, 1, height, std::sqrt(1 + height * height)};
+  const CreasedMesh mesh = creasedMesh(positions, std::vector<std::uint32_t>{0, 2, 1, 0, 1, 3});
+  const float* shared = mesh.normals.data() + mesh.indices[0] * 3;
+  EXPECT_NEAR(shared[0] / shared[1], -0.5 / 3, 1e-6);
+}
+
+TEST(VertexNormals, DropVerticesWithoutATriangle) {
+  const std::vector<float> positions{0, 0, 0, 0, 0, 1, -1, 0, 0, 2, 0, 0, 0, 0, -1};
+  const CreasedMesh mesh = creasedMesh(positions, std::vector<std::uint32_t>{0, 2, 1, 0, 1, 3});
+  EXPECT_EQ(mesh.sourceVertices.size(), 4U);
 }
 
 TEST(VertexNormals, SmoothAcrossVerticesAtOnePlace) {
