@@ -61,14 +61,6 @@ std::optional<std::string> fileBelow(const FileURL& folder, std::string_view nam
   return path;
 }
 
-std::string_view lastComponent(std::string_view path, const char* separators) {
-  while (!path.empty() && std::string_view(separators).find(path.back()) != std::string_view::npos) {
-    path.remove_suffix(1);
-  }
-  const std::size_t separator = path.find_last_of(separators);
-  return separator == std::string_view::npos ? path : path.substr(separator + 1);
-}
-
 std::optional<std::string> fileAtAbsolutePath(const Candidate& candidate, const std::vector<FileURL>& folders) {
   if (!candidate.text.starts_with('/')) return std::nullopt;
   std::string path = standardizingPath(candidate.text);
@@ -81,6 +73,14 @@ std::optional<std::string> fileAtAbsolutePath(const Candidate& candidate, const 
 }
 
 }  // namespace
+
+std::string_view lastComponent(std::string_view path, const char* separators) {
+  while (!path.empty() && std::string_view(separators).find(path.back()) != std::string_view::npos) {
+    path.remove_suffix(1);
+  }
+  const std::size_t separator = path.find_last_of(separators);
+  return separator == std::string_view::npos ? path : path.substr(separator + 1);
+}
 
 std::optional<std::string> ResolvedPathForSingleTexture(const ufbx_texture& texture, const FileURL& modelURL,
                                                         const std::vector<FileURL>& assetDirectories) {

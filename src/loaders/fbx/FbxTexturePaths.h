@@ -4,11 +4,15 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "foundation/FileURL.h"
 
 namespace ornolith {
+
+/// What stands behind the last of `separators` in `path`, separators at its end not counted; empty where nothing does.
+std::string_view lastComponent(std::string_view path, const char* separators);
 
 /// The path of the file that `texture` names, or nothing. The names in the file are tried in the order resolved,
 /// relative, absolute; the first regular file found wins. For each name: the name itself, where it is an absolute path;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "loaders/fbx/FbxText.h"
+#include "loaders/fbx/FbxTexturePaths.h"
 
 namespace ornolith {
 
@@ -23,12 +24,8 @@ ufbx_blob ownContent(const ufbx_texture& texture) {
 std::string textureName(const ufbx_texture& texture) {
   if (auto name = StringFromUfbx(texture.name)) return *std::move(name);
   if (const auto filename = StringFromUfbx(texture.filename)) {
-    const std::size_t end = filename->find_last_not_of('/');
-    if (end != std::string::npos) {
-      const std::size_t separator = filename->rfind('/', end);
-      const std::size_t begin = separator == std::string::npos ? 0 : separator + 1;
-      return filename->substr(begin, end + 1 - begin);
-    }
+    const std::string_view name = lastComponent(*filename, "/");
+    if (!name.empty()) return std::string(name);
   }
   return "unnamed texture";
 }
