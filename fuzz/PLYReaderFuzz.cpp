@@ -1,4 +1,4 @@
-// links: ornolith_loaders ornolith_scenegraph
+// links: ornolith_loaders_mesh ornolith_scenegraph
 //
 // The road of a PLY file: any bytes are read into a sound scene that can be drawn, or refused with a message.
 
@@ -6,8 +6,8 @@
 #include <cstdint>
 
 #include "SceneProperties.h"
-#include "loaders/MeshReadError.h"
-#include "loaders/PLYReader.h"
+#include "loaders/mesh/MeshReadError.h"
+#include "loaders/mesh/PLYReader.h"
 
 using namespace ornolith;
 

@@ -18,12 +18,15 @@ BELOW = {
     "import/formats": ["foundation"],
     "contracts": ["import/formats", "foundation"],
     "loaders/fbx": ["scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
-    "loaders": ["loaders/fbx", "scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
+    "loaders/mesh": ["scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
+    "loaders/gltf": ["loaders/mesh", "scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
+    "loaders/obj": ["loaders/mesh", "scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
+    "loaders": ["loaders/fbx", "loaders/mesh", "loaders/gltf", "loaders/obj", "scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
     "parts": ["contracts", "scenegraph", "import/formats", "foundation"],
     "import": ["parts", "contracts", "import/formats", "foundation"],
     "viewport": ["parts", "contracts", "scenegraph", "import/formats", "imaging", "foundation"],
-    "scene": ["viewport", "parts", "contracts", "loaders", "loaders/fbx", "import", "scenegraph", "import/formats", "imaging", "foundation"],
-    "render": ["scene", "viewport", "parts", "contracts", "loaders", "loaders/fbx", "import", "scenegraph", "import/formats", "imaging", "foundation"],
+    "scene": ["viewport", "parts", "contracts", "loaders", "loaders/fbx", "loaders/gltf", "import", "scenegraph", "import/formats", "imaging", "foundation"],
+    "render": ["scene", "viewport", "parts", "contracts", "loaders", "loaders/fbx", "loaders/gltf", "import", "scenegraph", "import/formats", "imaging", "foundation"],
     "cli": ["render", "scene", "viewport", "parts", "contracts", "loaders", "import", "scenegraph", "import/formats", "imaging", "foundation"],
 }
 

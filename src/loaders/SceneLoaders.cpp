@@ -1,8 +1,8 @@
 #include "loaders/SceneLoaders.h"
 
 #include "foundation/FileSystem.h"
-#include "loaders/PLYReader.h"
-#include "loaders/STLReader.h"
+#include "loaders/mesh/PLYReader.h"
+#include "loaders/mesh/STLReader.h"
 #include "loaders/SceneLoadError.h"
 
 namespace ornolith {
@@ -20,12 +20,6 @@ std::shared_ptr<SCNScene> loadModelIOScene(const FileURL& url, ModelFormat forma
   std::shared_ptr<SCNScene> scene = format == ModelFormat::stl ? readSTL(bytes) : readPLY(bytes);
   if (scene->rootNode()->childCount() == 0) throw SceneLoadError(scene_load_error::EmptyModelIOScene{url});
   return scene;
-}
-
-GLTFSceneLoader::Result GLTFSceneLoader::loadScene(const FileURL& /*url*/,
-                                                   const std::vector<FileURL>& /*assetDirectories*/,
-                                                   ModelFormat format) {
-  throw SceneLoadError(scene_load_error::NoReader{format});
 }
 
 }  // namespace ornolith

@@ -5,7 +5,7 @@
 
 #include "foundation/FileURL.h"
 #include "import/formats/ModelFormat.h"
-#include "import/formats/ModelLoadDiagnostic.h"
+#include "loaders/gltf/GLTFSceneLoader.h"
 #include "scenegraph/SCNScene.h"
 
 namespace ornolith {
@@ -20,14 +20,5 @@ std::shared_ptr<SCNScene> loadSceneKitScene(const FileURL& url, const std::vecto
 /// Reads STL and PLY. Throws `SceneLoadError` for another format and for a file without geometry, `MeshReadError` for
 /// bytes that are no sound file, and `SystemError` ("read").
 std::shared_ptr<SCNScene> loadModelIOScene(const FileURL& url, ModelFormat format);
-
-struct GLTFSceneLoader {
-  struct Result {
-    std::shared_ptr<SCNScene> scene;
-    std::vector<ModelLoadDiagnostic> diagnostics;
-  };
-  /// Reads glTF and GLB.
-  static Result loadScene(const FileURL& url, const std::vector<FileURL>& assetDirectories, ModelFormat format);
-};
 
 }  // namespace ornolith

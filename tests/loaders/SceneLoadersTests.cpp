@@ -41,8 +41,6 @@ TEST(SceneLoadError, CasesCompareByTheirPayload) {
 TEST(SceneLoaders, FormatsWithoutAReaderEndInASentenceThatNamesTheFormat) {
   EXPECT_EQ(failureOf([] { loadSceneKitScene(FileURL("/tmp/a.OBJ"), {}); }), "This build cannot read OBJ files.");
   EXPECT_EQ(failureOf([] { loadSceneKitScene(FileURL("/tmp/a.usdz"), {}); }), "This build cannot read USDZ files.");
-  EXPECT_EQ(failureOf([] { GLTFSceneLoader::loadScene(FileURL("/tmp/a.glb"), {}, ModelFormat::glb); }),
-            "This build cannot read GLB files.");
 }
 
 TEST(SceneLoaders, AMeshFileWithoutGeometryIsRefusedByItsName) {

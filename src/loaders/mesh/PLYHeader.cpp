@@ -1,4 +1,4 @@
-#include "loaders/PLYHeader.h"
+#include "loaders/mesh/PLYHeader.h"
 
 #include <array>
 #include <string_view>
@@ -6,8 +6,8 @@
 
 #include "foundation/NumberText.h"
 #include "foundation/Text.h"
-#include "loaders/MeshReadError.h"
-#include "loaders/TextScanner.h"
+#include "loaders/mesh/MeshReadError.h"
+#include "loaders/mesh/TextScanner.h"
 
 namespace ornolith {
 

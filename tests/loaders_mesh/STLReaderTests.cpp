@@ -6,7 +6,7 @@
 #include "MeshFiles.h"
 #include "foundation/FileSystem.h"
 #include "imaging/Color.h"
-#include "loaders/STLReader.h"
+#include "loaders/mesh/STLReader.h"
 
 namespace ornolith {
 namespace {

@@ -11,7 +11,7 @@
 #include <span>
 #include <string>
 
-#include "loaders/MeshReadError.h"
+#include "loaders/mesh/MeshReadError.h"
 #include "scenegraph/SCNScene.h"
 #include "scenegraph/SceneCheck.h"
 

@@ -1,4 +1,4 @@
-#include "loaders/PLYReader.h"
+#include "loaders/mesh/PLYReader.h"
 
 #include <algorithm>
 #include <array>
@@ -13,11 +13,11 @@
 
 #include "imaging/ByteOrder.h"
 #include "imaging/Color.h"
-#include "loaders/MeshGeometry.h"
-#include "loaders/MeshReadError.h"
-#include "loaders/PLYHeader.h"
-#include "loaders/TextScanner.h"
-#include "loaders/VertexNormals.h"
+#include "loaders/mesh/MeshGeometry.h"
+#include "loaders/mesh/MeshReadError.h"
+#include "loaders/mesh/PLYHeader.h"
+#include "loaders/mesh/TextScanner.h"
+#include "loaders/mesh/VertexNormals.h"
 #include "scenegraph/PolygonTriangulation.h"
 
 namespace ornolith {

@@ -1,4 +1,4 @@
-#include "loaders/STLReader.h"
+#include "loaders/mesh/STLReader.h"
 
 #include <algorithm>
 #include <array>
@@ -14,9 +14,9 @@
 #include "foundation/Text.h"
 #include "imaging/ByteOrder.h"
 #include "imaging/Color.h"
-#include "loaders/MeshGeometry.h"
-#include "loaders/MeshReadError.h"
-#include "loaders/TextScanner.h"
+#include "loaders/mesh/MeshGeometry.h"
+#include "loaders/mesh/MeshReadError.h"
+#include "loaders/mesh/TextScanner.h"
 
 namespace ornolith {
 

@@ -1,4 +1,4 @@
-#include "loaders/VertexNormals.h"
+#include "loaders/mesh/VertexNormals.h"
 
 #include <algorithm>
 #include <array>

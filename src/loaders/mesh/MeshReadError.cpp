@@ -1,4 +1,4 @@
-#include "loaders/MeshReadError.h"
+#include "loaders/mesh/MeshReadError.h"
 
 #include <utility>
 

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "loaders/VertexNormals.h"
+#include "loaders/mesh/VertexNormals.h"
 
 namespace ornolith {
 namespace {

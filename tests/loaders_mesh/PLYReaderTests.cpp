@@ -5,7 +5,7 @@
 #include "MeshFiles.h"
 #include "foundation/FileSystem.h"
 #include "imaging/Color.h"
-#include "loaders/PLYReader.h"
+#include "loaders/mesh/PLYReader.h"
 
 namespace ornolith {
 namespace {

@@ -1,4 +1,4 @@
-#include "loaders/MeshGeometry.h"
+#include "loaders/mesh/MeshGeometry.h"
 
 #include <span>
 
