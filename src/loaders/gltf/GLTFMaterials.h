@@ -1,6 +1,8 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <optional>
 #include <utility>
