@@ -81,10 +81,13 @@ FileDescriptor openFileForReading(const FileURL& url, FinalLink finalLink) {
 }
 
 FileBytes readFile(const FileURL& url, std::size_t maximumByteCount, FinalLink finalLink) {
+  return readFile(openFileForReading(url, finalLink), url.path(), maximumByteCount);
+}
+
+FileBytes readFile(const FileDescriptor& file, const std::string& pathForMessages, std::size_t maximumByteCount) {
   constexpr std::size_t firstPiece = std::size_t{16} << 20;
-  const FileDescriptor file = openFileForReading(url, finalLink);
   struct stat status {};
-  if (::fstat(file.get(), &status) != 0) throwSystemError("read", url.path(), errno);
+  if (::fstat(file.get(), &status) != 0) throwSystemError("read", pathForMessages, errno);
 
   // The size is a hint: memory grows with what is really read. One byte more than expected lets the end show itself.
   const std::size_t expected = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
@@ -96,7 +99,7 @@ FileBytes readFile(const FileURL& url, std::size_t maximumByteCount, FinalLink f
     }
     const ssize_t got = ::read(file.get(), bytes.data() + count, bytes.size() - count);
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throwSystemError("read", url.path(), errno);
+    if (got < 0) throwSystemError("read", pathForMessages, errno);
     if (got == 0) break;
     count += static_cast<std::size_t>(got);
   }

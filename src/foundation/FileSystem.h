@@ -78,6 +78,9 @@ using FileBytes = std::vector<std::byte>;
 /// ("read").
 FileBytes readFile(const FileURL& url, std::size_t maximumByteCount = std::numeric_limits<std::size_t>::max(),
                    FinalLink finalLink = FinalLink::follow);
+/// The same of an open file, from where it stands.
+FileBytes readFile(const FileDescriptor& file, const std::string& pathForMessages,
+                   std::size_t maximumByteCount = std::numeric_limits<std::size_t>::max());
 
 /// Creates the folder and the missing ones above it, with the modes of ordinary new folders. A folder that is there
 /// already is fine. Throws `SystemError` ("created").
