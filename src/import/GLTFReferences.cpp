@@ -4,10 +4,11 @@
 #include <cstdint>
 #include <optional>
 #include <set>
+#include <utility>
 
 #include "foundation/FileSystem.h"
 #include "foundation/JSON.h"
-#include "foundation/URLComponents.h"
+#include "foundation/RelativeResourcePath.h"
 #include "import/ModelImportError.h"
 
 namespace ornolith {
@@ -51,15 +52,9 @@ std::vector<std::string> gltfResourceURIs(const FileURL& manifest) {
 }
 
 std::string gltfResourcePath(const std::string& uri) {
-  const ModelImportError unsafe(model_import_error::UnsafeResourcePath{uri});
-  const std::optional<URLComponents> components = URLComponents::parse(uri);
-  if (!components || components->scheme || components->host || components->query || components->fragment) throw unsafe;
-  const std::optional<std::string> decoded = percentDecoding(components->percentEncodedPath);
-  if (!decoded) throw unsafe;
-  if (decoded->starts_with('/') || decoded->find('\\') != std::string::npos) throw unsafe;
-  std::string normalised = standardizingPath(*decoded);
-  if (normalised.empty() || normalised == "." || normalised == ".." || normalised.starts_with("../")) throw unsafe;
-  return normalised;
+  std::optional<std::string> path = relativeResourcePath(uri);
+  if (!path) throw ModelImportError(model_import_error::UnsafeResourcePath{uri});
+  return *std::move(path);
 }
 
 }  // namespace ornolith
