@@ -24,12 +24,17 @@ constexpr Property properties[] = {
     {&SCNMaterial::transparent, &device::Material::transparent, PropertyKind::opacity},
     {&SCNMaterial::specular, &device::Material::specular, PropertyKind::color},
     {&SCNMaterial::ambientOcclusion, &device::Material::ambientOcclusion, PropertyKind::number},
+    {&SCNMaterial::clearCoat, &device::Material::clearCoat, PropertyKind::number},
+    {&SCNMaterial::clearCoatRoughness, &device::Material::clearCoatRoughness, PropertyKind::number},
 };
 
 bool isRead(const Property& property, SCNLightingModel model) {
   const bool isPhysical = model == SCNLightingModel::physicallyBased;
   const bool isConstant = model == SCNLightingModel::constant;
   if (property.source == &SCNMaterial::roughness || property.source == &SCNMaterial::metalness) return isPhysical;
+  if (property.source == &SCNMaterial::clearCoat || property.source == &SCNMaterial::clearCoatRoughness) {
+    return isPhysical;
+  }
   if (property.source == &SCNMaterial::specular) return model == SCNLightingModel::blinn;
   if (property.source == &SCNMaterial::normal || property.source == &SCNMaterial::ambientOcclusion) return !isConstant;
   return true;
@@ -83,6 +88,15 @@ device::WrapMode wrapMode(SCNWrapMode mode) {
   return device::WrapMode::clamp;
 }
 
+device::TextureComponent component(SCNColorMask mask) {
+  using device::TextureComponent;
+  const auto has = [mask](SCNColorMask part) { return (static_cast<int>(mask) & static_cast<int>(part)) != 0; };
+  if (has(SCNColorMask::red)) return TextureComponent::red;
+  if (has(SCNColorMask::green)) return TextureComponent::green;
+  if (has(SCNColorMask::blue)) return TextureComponent::blue;
+  return has(SCNColorMask::alpha) ? TextureComponent::alpha : TextureComponent::red;
+}
+
 void setTexture(const SCNMaterialProperty& property, std::int32_t texture, device::MaterialSlot& slot) {
   slot.texture = texture;
   slot.channel = static_cast<std::uint32_t>(std::max(property.mappingChannel, 0));
@@ -120,9 +134,21 @@ device::BlendMode blendMode(SCNBlendMode mode) {
   }
 }
 
+device::AlphaMode alphaMode(SCNAlphaMode mode) {
+  switch (mode) {
+    case SCNAlphaMode::mask:
+      return device::AlphaMode::mask;
+    case SCNAlphaMode::opaque:
+      return device::AlphaMode::opaque;
+    case SCNAlphaMode::blend:
+      break;
+  }
+  return device::AlphaMode::blend;
+}
+
 bool slotIsTransparent(const device::MaterialSlot& slot, std::span<const device::Texture> textures) {
-  if (slot.texture >= 0) return textures[static_cast<std::size_t>(slot.texture)].hasTransparency;
-  return slot.value.w < 1;
+  if (slot.texture >= 0 && textures[static_cast<std::size_t>(slot.texture)].hasTransparency) return true;
+  return (slot.texture >= 0 ? 1 : slot.value.w) * slot.factor.w < 1;
 }
 
 }  // namespace
@@ -155,6 +181,8 @@ device::Material describeMaterial(const SCNMaterial& material, const TextureCach
     const SCNMaterialProperty& source = material.*property.source;
     device::MaterialSlot& slot = described.*property.slot;
     slot.intensity = static_cast<float>(source.intensity);
+    slot.factor = source.factor;
+    slot.component = component(source.textureComponents);
     setConstant((defaults.*property.source).contents, property.kind, slot);
     setConstant(source.contents, property.kind, slot);
     if (!holdsImage(source.contents) || !isRead(property, material.lightingModelName)) continue;
@@ -166,7 +194,12 @@ device::Material describeMaterial(const SCNMaterial& material, const TextureCach
   described.lightingModel = lightingModel(material.lightingModelName);
   described.shininess = static_cast<float>(material.shininess);
   described.transparency = clamped(material.transparency);
-  described.alphaCutoff = clamped(material.alphaCutoff);
+  described.alphaMode = alphaMode(material.alphaMode);
+  // Above 1 nothing passes.
+  described.alphaCutoff = material.alphaCutoff > 1 ? 2.0F : clamped(material.alphaCutoff);
+  described.dielectricF0 = {clamped(material.dielectricF0.x), clamped(material.dielectricF0.y),
+                            clamped(material.dielectricF0.z)};
+  described.dielectricF90 = clamped(material.dielectricF90);
   described.blendMode = blendMode(material.blendMode);
   described.isDoubleSided = material.isDoubleSided;
   described.fillsLines = material.fillMode == SCNFillMode::lines;
@@ -178,8 +211,9 @@ device::Material describeMaterial(const SCNMaterial& material, const TextureCach
 bool isBlended(const device::Material& material, std::span<const device::Texture> textures) {
   if (material.blendMode == device::BlendMode::replace) return false;
   if (material.blendMode == device::BlendMode::add) return true;
-  return material.transparency < 1 || slotIsTransparent(material.diffuse, textures) ||
-         slotIsTransparent(material.transparent, textures);
+  if (material.transparency < 1) return true;
+  return material.alphaMode == device::AlphaMode::blend &&
+         (slotIsTransparent(material.diffuse, textures) || slotIsTransparent(material.transparent, textures));
 }
 
 }  // namespace ornolith

@@ -15,6 +15,8 @@ SCNMaterial::SCNMaterial() {
   transparent.contents = NSColor::whiteColor();
   specular.contents = NSColor::blackColor();
   ambientOcclusion.contents = NSColor::whiteColor();
+  clearCoat.contents = 0.0;
+  clearCoatRoughness.contents = 0.0;
 }
 
 }  // namespace ornolith

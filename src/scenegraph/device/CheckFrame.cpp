@@ -31,6 +31,7 @@ Fault checkMaterial(const Material& material, std::size_t textureCount, const st
       {"roughness", &material.roughness}, {"metalness", &material.metalness},
       {"emission", &material.emission},   {"transparent", &material.transparent},
       {"specular", &material.specular},   {"ambientOcclusion", &material.ambientOcclusion},
+      {"clearCoat", &material.clearCoat}, {"clearCoatRoughness", &material.clearCoatRoughness},
   };
   for (const auto& [slotName, slot] : slots) {
     const std::int64_t texture = slot->texture;

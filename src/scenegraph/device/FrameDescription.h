@@ -40,6 +40,14 @@ enum class Topology : std::uint8_t { triangles, lines, points };
 enum class WrapMode : std::uint8_t { clamp, repeat, mirror };
 enum class LightingModel : std::uint8_t { constant, lambert, blinn, physicallyBased };
 enum class BlendMode : std::uint8_t { alpha, replace, add };
+enum class TextureComponent : std::uint8_t { red, green, blue, alpha };
+/// What the product of the alphas of diffuse, transparent and vertex colour does; `Material::transparency` counts in
+/// every mode.
+enum class AlphaMode : std::uint8_t {
+  blend,   ///< It is the opacity.
+  mask,    ///< At `alphaCutoff` or above it counts as 1, below nothing is drawn.
+  opaque,  ///< It counts as 1.
+};
 
 struct Texture {
   std::shared_ptr<const Image>
@@ -48,7 +56,7 @@ struct Texture {
   bool hasTransparency = false;  ///< Some texel has an alpha below 1.
 };
 
-/// One material property: a constant, or a texture that replaces it.
+/// One material property: a constant, or a texture that replaces it; either times `factor`.
 struct MaterialSlot {
   simd_float4 value{1, 1, 1, 1};  ///< Linear RGBA; scalar properties (roughness, metalness) stand in x.
   std::int32_t texture = -1;      ///< Index into `FrameDescription::textures`, or -1 for the constant.
@@ -57,6 +65,9 @@ struct MaterialSlot {
   WrapMode wrapT = WrapMode::clamp;
   /// Texture coordinates become (m[0]*u + m[2]*v + m[4], m[1]*u + m[3]*v + m[5]).
   float transform[6] = {1, 0, 0, 1, 0, 0};
+  simd_float4 factor{1, 1, 1, 1};  ///< Linear RGBA; x for scalar properties, none for the normal map.
+  TextureComponent component = TextureComponent::red;  ///< What a scalar property reads of its texture.
+  /// Scales colours and scalars (which then hold at 0..1), the tilt of a normal map, the strength of occlusion.
   float intensity = 1;
 };
 
@@ -70,9 +81,14 @@ struct Material {
   MaterialSlot transparent;  ///< Its alpha multiplies the opacity.
   MaterialSlot specular;     ///< Blinn only.
   MaterialSlot ambientOcclusion;
-  float shininess = 1;     ///< Blinn exponent factor, 0..1.
-  float transparency = 1;  ///< Opacity factor, 0..1.
-  float alphaCutoff = 0;   ///< A fragment with an opacity below this is dropped.
+  MaterialSlot clearCoat{.value = {0, 0, 0, 1}};           ///< Physically based only: strength of the layer.
+  MaterialSlot clearCoatRoughness{.value = {0, 0, 0, 1}};  ///< Physically based only.
+  simd_float3 dielectricF0{0.04F, 0.04F, 0.04F};           ///< Reflectance of what is no metal, straight on; 0..1.
+  float dielectricF90 = 1;                                 ///< The same edge on, 0..1.
+  float shininess = 1;                                     ///< Blinn exponent factor, 0..1.
+  float transparency = 1;                                  ///< Opacity factor, 0..1.
+  AlphaMode alphaMode = AlphaMode::blend;
+  float alphaCutoff = 0;  ///< A fragment with an opacity (for `mask`, an alpha) below this is dropped.
   BlendMode blendMode = BlendMode::alpha;
   bool isDoubleSided = false;
   bool fillsLines = false;  ///< Each triangle is drawn as its three edges.
