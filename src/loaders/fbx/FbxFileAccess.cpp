@@ -1,17 +1,15 @@
 #include "loaders/fbx/FbxFileAccess.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <utility>
 
-#include "foundation/FileURL.h"
+#include "foundation/FileSystem.h"
 
 namespace ornolith {
 
@@ -21,18 +19,6 @@ namespace {
 std::string realPath(const std::string& path) {
   const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr), &std::free);
   return resolved ? std::string(resolved.get()) : std::string();
-}
-
-/// A descriptor of the regular file at `path`, or -1. Never waits for the other end of a pipe.
-int openRegularFile(const std::string& path) {
-  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (descriptor < 0) return -1;
-  struct stat status {};
-  if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-    ::close(descriptor);
-    return -1;
-  }
-  return descriptor;
 }
 
 // The stream's user value is the descriptor.
@@ -90,8 +76,12 @@ bool FbxFileAccess::open(void* user, ufbx_stream* stream, const char* path, size
     wanted = access.realPathInFolder(wanted);
     if (wanted.empty()) return false;
   }
-  const int descriptor = openRegularFile(wanted);
-  if (descriptor < 0) return false;
+  int descriptor = -1;
+  try {
+    descriptor = openFileForReading(FileURL(wanted)).release();
+  } catch (const SystemError&) {
+    return false;
+  }
   stream->read_fn = &readStream;
   stream->size_fn = &streamSize;
   stream->close_fn = &closeStream;
