@@ -1,0 +1,119 @@
+#include "loaders/gltf/GLTFDataURI.h"
+
+#include <array>
+#include <cstdint>
+
+#include "foundation/NumberText.h"
+#include "foundation/Text.h"
+
+namespace ornolith {
+
+namespace {
+
+constexpr std::string_view dataScheme = "data:";
+constexpr std::string_view base64Mark = ";base64";
+constexpr std::uint8_t noDigit = 0xFF;
+
+/// What each character counts for in base64.
+constexpr std::array<std::uint8_t, 256> makeDigitValues() {
+  std::array<std::uint8_t, 256> values{};
+  values.fill(noDigit);
+  constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    values[static_cast<unsigned char>(digits[i])] = static_cast<std::uint8_t>(i);
+  }
+  return values;
+}
+constexpr std::array<std::uint8_t, 256> digitValues = makeDigitValues();
+
+std::uint32_t digitValue(char digit) noexcept {
+  return digitValues[static_cast<unsigned char>(digit)];
+}
+
+std::byte byteOf(std::uint32_t bits) noexcept {
+  return static_cast<std::byte>(bits & 0xFFU);
+}
+
+/// The header and the body of a data URI: what stands before and behind the comma.
+struct DataURIParts {
+  std::string_view header;
+  std::string_view body;
+};
+
+std::optional<DataURIParts> partsOf(std::string_view uri) noexcept {
+  if (!isDataURI(uri)) return std::nullopt;
+  const std::string_view rest = uri.substr(dataScheme.size());
+  const std::size_t comma = rest.find(',');
+  if (comma == std::string_view::npos) return std::nullopt;
+  return DataURIParts{rest.substr(0, comma), rest.substr(comma + 1)};
+}
+
+std::optional<std::vector<std::byte>> decodeBase64(std::string_view text) {
+  for (int padding = 0; padding < 2 && text.ends_with('='); ++padding) text.remove_suffix(1);
+  if (text.size() % 4 == 1) return std::nullopt;
+  std::vector<std::byte> bytes(text.size() / 4 * 3 + (text.size() % 4) * 3 / 4);
+  std::byte* out = bytes.data();
+  std::uint32_t faults = 0;
+  std::size_t at = 0;
+  for (; at + 4 <= text.size(); at += 4) {
+    const std::uint32_t a = digitValue(text[at]);
+    const std::uint32_t b = digitValue(text[at + 1]);
+    const std::uint32_t c = digitValue(text[at + 2]);
+    const std::uint32_t d = digitValue(text[at + 3]);
+    faults |= a | b | c | d;  // A value of a digit has no bit above the sixth.
+    const std::uint32_t bits = a << 18U | b << 12U | c << 6U | d;
+    out[0] = byteOf(bits >> 16U);
+    out[1] = byteOf(bits >> 8U);
+    out[2] = byteOf(bits);
+    out += 3;
+  }
+  if (at < text.size()) {
+    const std::uint32_t a = digitValue(text[at]);
+    const std::uint32_t b = digitValue(text[at + 1]);
+    const std::uint32_t c = at + 2 < text.size() ? digitValue(text[at + 2]) : 0;
+    faults |= a | b | c;
+    const std::uint32_t bits = a << 18U | b << 12U | c << 6U;
+    *out++ = byteOf(bits >> 16U);
+    if (at + 2 < text.size()) *out++ = byteOf(bits >> 8U);
+  }
+  if (faults > 63) return std::nullopt;
+  return bytes;
+}
+
+std::optional<std::vector<std::byte>> decodePercent(std::string_view text) {
+  std::vector<std::byte> bytes;
+  bytes.reserve(text.size());
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] != '%') {
+      bytes.push_back(static_cast<std::byte>(text[at]));
+      continue;
+    }
+    if (at + 2 >= text.size()) return std::nullopt;
+    const int high = hexadecimalDigitValue(text[at + 1]);
+    const int low = hexadecimalDigitValue(text[at + 2]);
+    if (high < 0 || low < 0) return std::nullopt;
+    bytes.push_back(static_cast<std::byte>(high * 16 + low));
+    at += 2;
+  }
+  return bytes;
+}
+
+}  // namespace
+
+bool isDataURI(std::string_view uri) noexcept {
+  return uri.starts_with(dataScheme);
+}
+
+std::string mediaTypeOfDataURI(std::string_view uri) {
+  const std::optional<DataURIParts> parts = partsOf(uri);
+  if (!parts) return {};
+  return lowercased(parts->header.substr(0, parts->header.find(';')));
+}
+
+std::optional<std::vector<std::byte>> decodeDataURI(std::string_view uri) {
+  const std::optional<DataURIParts> parts = partsOf(uri);
+  if (!parts) return std::nullopt;
+  return parts->header.ends_with(base64Mark) ? decodeBase64(parts->body) : decodePercent(parts->body);
+}
+
+}  // namespace ornolith

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ornolith {
+
+// Data URIs (RFC 2397): resources that stand in the manifest itself.
+
+/// Whether `uri` is a data URI.
+bool isDataURI(std::string_view uri) noexcept;
+
+/// The media type that a data URI states, in lower case and without parameters; empty where it states none.
+std::string mediaTypeOfDataURI(std::string_view uri);
+
+/// The bytes that a data URI holds, in base64 (RFC 4648, section 4; padding may be missing) or percent-encoded. Nothing
+/// where `uri` is none or its text is malformed.
+std::optional<std::vector<std::byte>> decodeDataURI(std::string_view uri);
+
+}  // namespace ornolith
