@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "foundation/Parallel.h"
+#include "raster/VertexTransform.h"
 
 namespace ornolith::raster {
 namespace {
@@ -118,11 +119,9 @@ void transformVertices(const Projection& projection, PreparedFrame& prepared) {
   parallelFor(tasks.size(), 1, [&](std::size_t t) {
     const Task& task = tasks[t];
     const PreparedItem& item = *task.item;
-    const device::VertexStream& positions = item.mesh->position;
-    for (std::uint32_t v = task.first; v < task.end; ++v) {
-      out[item.vertexBase + v] =
-          screenVertex(item.transform.apply(positions[item.firstVertex + v]), projection, width, height);
-    }
+    transformRun({item.transform, projection, item.mesh->position, item.firstVertex + task.first, task.end - task.first,
+                  width, height},
+                 out + item.vertexBase + task.first);
   });
 }
 
