@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "foundation/JSON.h"
 #include "foundation/LinearAlgebra.h"
+#include "loaders/gltf/GLTFLimits.h"
 
 namespace ornolith {
 
@@ -135,8 +137,8 @@ struct GLTFNode {
   std::optional<GLTFIndex> camera;
   std::optional<GLTFIndex> light;
   std::vector<double> weights;
-  bool isVisible = true;           ///< KHR_node_visibility.
-  GLTFAttributes instances;        ///< EXT_mesh_gpu_instancing; empty where the node is not instanced.
+  bool isVisible = true;     ///< KHR_node_visibility.
+  GLTFAttributes instances;  ///< EXT_mesh_gpu_instancing; empty where the node is not instanced.
 };
 
 struct GLTFCamera {
@@ -169,8 +171,9 @@ struct GLTFDocument {
   std::size_t animationCount = 0;
 };
 
-/// Reads the records of a manifest. Throws `JSONError` for a value of a wrong type, and `GLTFReadError` for what breaks
-/// a rule of the format: another version, an index out of range, a node with two parents, a cycle of nodes.
-GLTFDocument readGLTFDocument(const JSONElement& root);
+/// Reads the records of a manifest. Throws `JSONError` for a value of a wrong type and an index out of range, and
+/// `GLTFReadError` for what breaks a rule of the format (another version, a node with two parents, a cycle of nodes) or
+/// the budget.
+GLTFDocument readGLTFDocument(const JSONElement& root, GLTFMemoryBudget& budget);
 
 }  // namespace ornolith
