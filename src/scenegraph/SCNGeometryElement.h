@@ -3,7 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <vector>
+
+#include "foundation/SharedBytes.h"
 
 namespace ornolith {
 
@@ -15,7 +16,7 @@ enum class SCNGeometryPrimitiveType : int { triangles = 0, triangleStrip = 1, li
 /// (a polygon element has no polygons then).
 class SCNGeometryElement {
  public:
-  using Data = std::shared_ptr<const std::vector<std::byte>>;
+  using Data = SharedBytes;
 
   /// Indices are unsigned integers of 1, 2 or 4 bytes in the machine's order. `primitiveCount` is kept as given;
   /// readers go through `indexCount`, which never exceeds what `data` holds.

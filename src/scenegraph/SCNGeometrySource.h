@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <vector>
 
+#include "foundation/SharedBytes.h"
 #include "scenegraph/SCNTypes.h"
 
 namespace ornolith {
@@ -21,7 +21,7 @@ enum class SCNGeometrySourceSemantic {
 /// One immutable vertex stream: `vectorCount` vectors in a byte buffer, vector i at `dataOffset + i * dataStride`.
 class SCNGeometrySource {
  public:
-  using Data = std::shared_ptr<const std::vector<std::byte>>;
+  using Data = SharedBytes;
 
   /// Components are floats of 4 or 8 bytes, or unsigned normalised integers of 1 or 2 bytes where `floatComponents` is
   /// false; any other format has no vectors. A stride of 0 means tightly packed. Vectors that do not lie wholly inside

@@ -1,0 +1,30 @@
+#include "foundation/LargeVector.h"
+
+#include <sys/mman.h>
+
+#include <cstdlib>
+
+namespace ornolith {
+
+namespace {
+
+constexpr std::size_t largePage = std::size_t{2} << 20;
+constexpr std::size_t largePagesFrom = 2 * largePage;
+
+}  // namespace
+
+void* allocateLarge(std::size_t byteCount) {
+  const bool isLarge = byteCount >= largePagesFrom;
+  if (isLarge && byteCount > std::numeric_limits<std::size_t>::max() - largePage) throw std::bad_alloc();
+  const std::size_t whole = isLarge ? (byteCount + largePage - 1) / largePage * largePage : byteCount;
+  void* memory = isLarge ? std::aligned_alloc(largePage, whole) : std::malloc(byteCount > 0 ? byteCount : 1);
+  if (memory == nullptr) throw std::bad_alloc();
+  if (isLarge) ::madvise(memory, whole, MADV_HUGEPAGE);
+  return memory;
+}
+
+void releaseLarge(void* memory) noexcept {
+  std::free(memory);
+}
+
+}  // namespace ornolith

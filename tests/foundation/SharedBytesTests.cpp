@@ -1,0 +1,65 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "foundation/LargeVector.h"
+#include "foundation/SharedBytes.h"
+
+namespace ornolith {
+namespace {
+
+TEST(SharedBytes, AreThoseOfAContainerOfAnyPlainValues) {
+  const auto values = std::make_shared<const std::vector<std::uint32_t>>(3, 0x01010101U);
+  const SharedBytes bytes = values;
+  ASSERT_EQ(bytes->size(), 12U);
+  EXPECT_EQ(static_cast<const void*>(bytes->data()), values->data());
+  EXPECT_EQ((*bytes)[11], std::byte{1});
+}
+
+TEST(SharedBytes, KeepTheirOwnerAlive) {
+  auto values = std::make_shared<std::vector<std::byte>>(1, std::byte{7});
+  const std::weak_ptr<std::vector<std::byte>> owner = values;
+  SharedBytes bytes(values, std::span(*values));
+  values.reset();
+  const SharedBytes copy = bytes;
+  bytes = nullptr;
+  EXPECT_FALSE(owner.expired());
+  EXPECT_EQ((*copy)[0], std::byte{7});
+}
+
+TEST(SharedBytes, WithoutAnOwnerAreFalseAndEmpty) {
+  EXPECT_FALSE(SharedBytes());
+  EXPECT_FALSE(SharedBytes(nullptr));
+  EXPECT_FALSE(SharedBytes(std::shared_ptr<std::vector<std::byte>>()));
+  EXPECT_TRUE(SharedBytes()->empty());
+  EXPECT_TRUE(SharedBytes::takingOver(std::vector<float>())) << "no values are still values";
+}
+
+TEST(SharedBytes, TakeAContainerOverWithoutACopy) {
+  LargeVector<float> values(1'000'000, 2.5F);
+  const float* place = values.data();
+  const SharedBytes bytes = SharedBytes::takingOver(std::move(values));
+  EXPECT_EQ(static_cast<const void*>(bytes->data()), place);
+  EXPECT_EQ(bytes->size(), 4'000'000U);
+}
+
+TEST(LargeVector, KeepsItsValuesAsItGrowsPastLargePages) {
+  LargeVector<std::uint32_t> values;
+  for (std::uint32_t i = 0; i < 3'000'000; ++i) values.push_back(i);
+  values.resize(4'000'000);
+  for (std::uint32_t i = 0; i < 3'000'000; ++i) ASSERT_EQ(values[i], i);
+  values.clear();
+  values.shrink_to_fit();
+  EXPECT_TRUE(values.empty());
+}
+
+TEST(LargeVector, RefusesSizesBeyondMemory) {
+  LargeAllocator<std::uint64_t> allocator;
+  EXPECT_THROW(allocator.allocate(~std::size_t{0}), std::bad_alloc);
+  EXPECT_THROW(allocateLarge(~std::size_t{0}), std::bad_alloc);
+}
+
+}  // namespace
+}  // namespace ornolith
