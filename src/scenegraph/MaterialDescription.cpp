@@ -40,6 +40,12 @@ bool isRead(const Property& property, SCNLightingModel model) {
   return true;
 }
 
+// Where alpha has no say, colour counts as it stands, that of invisible texels too.
+bool heedsAlpha(const Property& property, SCNAlphaMode mode) {
+  const bool isOpacity = property.source == &SCNMaterial::diffuse || property.source == &SCNMaterial::transparent;
+  return isOpacity && mode != SCNAlphaMode::opaque;
+}
+
 TextureUse textureUse(PropertyKind kind) {
   return kind == PropertyKind::opacity ? TextureUse::opacity : TextureUse::colorOrData;
 }
@@ -168,8 +174,8 @@ void requestTextures(const SCNMaterial& material, TextureCache& cache) {
 }
 
 std::int32_t FrameTextures::number(const LoadedTexture& texture, bool isSRGB) {
-  const auto [position, isNew] =
-      numbers_.try_emplace({texture.image.get(), isSRGB}, static_cast<std::int32_t>(textures_.size()));
+  const auto [position, isNew] = numbers_.try_emplace({texture.image.get(), isSRGB, texture.hasTransparency},
+                                                      static_cast<std::int32_t>(textures_.size()));
   if (isNew) textures_.push_back({texture.image, isSRGB, texture.hasTransparency});
   return position->second;
 }
@@ -186,8 +192,9 @@ device::Material describeMaterial(const SCNMaterial& material, const TextureCach
     setConstant((defaults.*property.source).contents, property.kind, slot);
     setConstant(source.contents, property.kind, slot);
     if (!holdsImage(source.contents) || !isRead(property, material.lightingModelName)) continue;
-    const LoadedTexture texture = cache.texture(source.contents, textureUse(property.kind));
+    LoadedTexture texture = cache.texture(source.contents, textureUse(property.kind));
     if (!texture.image) continue;
+    texture.hasTransparency = texture.hasTransparency && heedsAlpha(property, material.alphaMode);
     const bool isSRGB = property.kind == PropertyKind::color || property.kind == PropertyKind::opacity;
     setTexture(source, textures.number(texture, isSRGB), slot);
   }

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <span>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "scenegraph/SCNMaterial.h"
@@ -18,7 +18,7 @@ simd_float4 linearColor(const NSColor& color);
 /// Asks `cache` for the images that drawing `material` takes: those of the properties that its lighting model reads.
 void requestTextures(const SCNMaterial& material, TextureCache& cache);
 
-/// The textures of one frame, each image once as colour and once as data at most.
+/// The textures of one frame: each image once as colour, with and without its alpha, and once as data at most.
 class FrameTextures {
  public:
   explicit FrameTextures(std::vector<device::Texture>& textures) : textures_(textures) {}
@@ -26,7 +26,7 @@ class FrameTextures {
 
  private:
   std::vector<device::Texture>& textures_;
-  std::map<std::pair<const Image*, bool>, std::int32_t> numbers_;
+  std::map<std::tuple<const Image*, bool, bool>, std::int32_t> numbers_;
 };
 
 /// `material` as a device takes it. Contents that are missing, or an image that cannot be shown, give the default of a

@@ -4,7 +4,8 @@ namespace ornolith {
 
 bool holdsImage(const SCNMaterialContents& contents) noexcept {
   return std::holds_alternative<std::string>(contents) || std::holds_alternative<FileURL>(contents) ||
-         std::holds_alternative<std::shared_ptr<const Image>>(contents);
+         std::holds_alternative<std::shared_ptr<const Image>>(contents) ||
+         std::holds_alternative<std::shared_ptr<const EncodedImage>>(contents);
 }
 
 SCNMaterial::SCNMaterial() {

@@ -6,18 +6,19 @@
 #include <variant>
 
 #include "foundation/FileURL.h"
+#include "imaging/EncodedImage.h"
 #include "imaging/Image.h"
 #include "scenegraph/NSColor.h"
 #include "scenegraph/SCNTypes.h"
 
 namespace ornolith {
 
-/// What a material property shows. An image given by path or URL is decoded when a frame first needs it, once per path;
-/// one that cannot be decoded shows the property's default.
-using SCNMaterialContents =
-    std::variant<std::monostate, NSColor, double, std::string, FileURL, std::shared_ptr<const Image>>;
+/// What a material property shows. An image given by path, by URL or in its encoded form is decoded when a frame first
+/// needs it, once per path or object; one that cannot be decoded shows the property's default.
+using SCNMaterialContents = std::variant<std::monostate, NSColor, double, std::string, FileURL,
+                                         std::shared_ptr<const Image>, std::shared_ptr<const EncodedImage>>;
 
-/// True where `contents` is a path, a URL or an image; a colour or a number is none.
+/// True where `contents` is a path, a URL or an image in either form; a colour or a number is none.
 bool holdsImage(const SCNMaterialContents& contents) noexcept;
 
 /// The platform's numbers.

@@ -92,6 +92,8 @@ Fault checkMaterial(const SCNMaterial& material) {
                                              &material.specular,  &material.ambientOcclusion};
   for (const SCNMaterialProperty* property : properties) {
     if (property->mappingChannel < 0) return "has a material with a negative mapping channel.";
+    const auto* encoded = std::get_if<std::shared_ptr<const EncodedImage>>(&property->contents);
+    if (encoded != nullptr && !*encoded) return "has a material with a null image.";
     const auto* image = std::get_if<std::shared_ptr<const Image>>(&property->contents);
     if (image == nullptr) continue;
     if (!*image) return "has a material with a null image.";

@@ -1,6 +1,9 @@
 #include "scenegraph/TextureCache.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <span>
+#include <system_error>
 #include <utility>
 
 #include "foundation/Parallel.h"
@@ -8,6 +11,9 @@
 
 namespace ornolith {
 namespace {
+
+/// Keeps the sums of sizes far from their end.
+constexpr std::uint64_t maximumVouchingSize = std::uint64_t{1} << 40;
 
 bool isUsable(const Image& image) {
   return image.width > 0 && image.height > 0 && image.pixels.size() == std::size_t{image.width} * image.height * 4;
@@ -26,10 +32,15 @@ LoadedTexture inspected(std::shared_ptr<const Image> image) {
   return {std::move(image), isTransparent};
 }
 
-LoadedTexture decoded(const std::string& path) {
-  std::optional<Image> image = decodeImageFile(path);
+LoadedTexture inspected(std::optional<Image> image) {
   if (!image) return {};
-  return inspected(std::make_shared<const Image>(std::move(*image)));
+  return inspected(std::make_shared<const Image>(*std::move(image)));
+}
+
+std::uint64_t fileSize(const std::string& path) {
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  return error ? 0 : size;
 }
 
 // Rec. 709 weights on the encoded values, in 1/256, as a mask painted in greys is meant.
@@ -50,11 +61,30 @@ TextureCache::Entry* TextureCache::find(const SCNMaterialContents& contents) {
     if (isNew) position->second.path = *path;
     return &position->second;
   }
+  if (const auto* encoded = std::get_if<std::shared_ptr<const EncodedImage>>(&contents)) {
+    if (!*encoded) return nullptr;
+    const auto [position, isNew] = byEncodedImage_.try_emplace(encoded->get());
+    if (isNew) position->second.encoded = *encoded;
+    return &position->second;
+  }
   const auto* image = std::get_if<std::shared_ptr<const Image>>(&contents);
   if (image == nullptr || !*image) return nullptr;
   const auto [position, isNew] = byImage_.try_emplace(image->get());
   if (isNew) position->second.given = *image;
   return &position->second;
+}
+
+const TextureCache::Entry* TextureCache::known(const SCNMaterialContents& contents) const {
+  const auto entryIn = [](const auto& entries, const auto& key) -> const Entry* {
+    const auto found = entries.find(key);
+    return found != entries.end() ? &found->second : nullptr;
+  };
+  if (const std::string* path = pathOf(contents)) return entryIn(byPath_, *path);
+  if (const auto* encoded = std::get_if<std::shared_ptr<const EncodedImage>>(&contents)) {
+    return entryIn(byEncodedImage_, encoded->get());
+  }
+  if (const auto* image = std::get_if<std::shared_ptr<const Image>>(&contents)) return entryIn(byImage_, image->get());
+  return nullptr;
 }
 
 void TextureCache::request(const SCNMaterialContents& contents, TextureUse use) {
@@ -63,14 +93,54 @@ void TextureCache::request(const SCNMaterialContents& contents, TextureUse use) 
   const bool needsOpacity = use == TextureUse::opacity && !entry->opacity && !entry->needsOpacity;
   if (entry->isLoaded && !needsOpacity) return;
   entry->needsOpacity = entry->needsOpacity || needsOpacity;
-  requested_.push_back(entry);
+  if (!std::exchange(entry->isRequested, true)) requested_.push_back(entry);
 }
 
 void TextureCache::loadEntry(Entry& entry) {
-  if (!entry.isLoaded) {
-    entry.plain = entry.given ? inspected(entry.given) : decoded(entry.path);
-    entry.isLoaded = true;
+  if (entry.given) {
+    entry.plain = inspected(entry.given);
+  } else if (entry.encoded) {
+    entry.plain = inspected(decodeImage(entry.encoded->bytes));
+  } else {
+    entry.plain = inspected(decodeImageFile(entry.path));
   }
+}
+
+void TextureCache::holdToLimit(Entry& entry) {
+  if (entry.given) return;
+  const std::uint64_t size = entry.encoded ? entry.encoded->bytes.size() : fileSize(entry.path);
+  const std::uint64_t mayAdd = size > maximumVouchingSize ? maximumVouchingSize : size;
+  allowedBytes_ += mayAdd * decodedBytesPerByte;
+  if (!entry.plain.image) return;
+  const std::uint64_t taken = entry.plain.image->pixels.size();
+  if (taken > allowedBytes_ - decodedBytes_) {
+    entry.plain = {};
+  } else {
+    decodedBytes_ += taken;
+  }
+}
+
+void TextureCache::load() {
+  // A few at a time, so that what hostile images become is bounded before they have all become it.
+  const std::size_t batchSize = 2 * availableThreadCount();
+  std::vector<Entry*> undecoded;
+  for (Entry* entry : requested_) {
+    if (!entry->isLoaded) undecoded.push_back(entry);
+  }
+  for (std::size_t first = 0; first < undecoded.size(); first += batchSize) {
+    const std::span<Entry*> batch = std::span(undecoded).subspan(first, std::min(batchSize, undecoded.size() - first));
+    parallelFor(batch.size(), 1, [&](std::size_t i) { loadEntry(*batch[i]); });
+    for (Entry* entry : batch) {
+      holdToLimit(*entry);
+      entry->isLoaded = true;
+    }
+  }
+  parallelFor(requested_.size(), 1, [&](std::size_t i) { makeOpacity(*requested_[i]); });
+  for (Entry* entry : requested_) entry->isRequested = false;
+  requested_.clear();
+}
+
+void TextureCache::makeOpacity(Entry& entry) {
   if (!entry.needsOpacity) return;
   entry.needsOpacity = false;
   entry.opacity = entry.plain;
@@ -78,22 +148,8 @@ void TextureCache::loadEntry(Entry& entry) {
   entry.opacity = inspected(luminanceAsAlpha(*entry.plain.image));
 }
 
-void TextureCache::load() {
-  std::sort(requested_.begin(), requested_.end());
-  requested_.erase(std::unique(requested_.begin(), requested_.end()), requested_.end());
-  parallelFor(requested_.size(), 1, [&](std::size_t i) { loadEntry(*requested_[i]); });
-  requested_.clear();
-}
-
 LoadedTexture TextureCache::texture(const SCNMaterialContents& contents, TextureUse use) const {
-  const Entry* entry = nullptr;
-  if (const std::string* path = pathOf(contents)) {
-    const auto found = byPath_.find(*path);
-    if (found != byPath_.end()) entry = &found->second;
-  } else if (const auto* image = std::get_if<std::shared_ptr<const Image>>(&contents)) {
-    const auto found = byImage_.find(image->get());
-    if (found != byImage_.end()) entry = &found->second;
-  }
+  const Entry* entry = known(contents);
   if (entry == nullptr) return {};
   return use == TextureUse::opacity && entry->opacity ? *entry->opacity : entry->plain;
 }

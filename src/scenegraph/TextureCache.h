@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -7,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "imaging/EncodedImage.h"
 #include "imaging/Image.h"
 #include "scenegraph/SCNMaterial.h"
 
@@ -25,13 +27,19 @@ enum class TextureUse {
 };
 
 /// The images of material properties, kept from frame to frame: one per path however many properties name it, and what
-/// was found about images given directly. A path that did not decode is not tried again.
+/// was found about images given directly. A path that did not decode is not tried again. What encoded images and files
+/// may become in memory, all together, is in proportion to their size; those beyond count as not decodable.
 class TextureCache {
  public:
+  /// What any set of images may become, and what each byte of them may add.
+  static constexpr std::uint64_t decodedBytesWithoutEvidence = std::uint64_t{1} << 30;
+  static constexpr std::uint64_t decodedBytesPerByte = 128;
+
   /// Notes that a frame needs `contents`, which holds an image.
   void request(const SCNMaterialContents& contents, TextureUse use);
 
-  /// Decodes and inspects in parallel whatever was requested and is not there yet.
+  /// Decodes and inspects in parallel whatever was requested and is not there yet. The order of the requests decides
+  /// what is within the limit.
   void load();
 
   /// The texture of contents that were requested before the last `load`; its image is null where there is none to show.
@@ -39,8 +47,10 @@ class TextureCache {
 
  private:
   struct Entry {
-    std::shared_ptr<const Image> given;  ///< The image itself, or null for one to be decoded from `path`.
-    std::string path;
+    std::shared_ptr<const Image> given;           ///< The image itself, or null for one to be decoded
+    std::shared_ptr<const EncodedImage> encoded;  ///< from its bytes, or where these are null too
+    std::string path;                             ///< from the file.
+    bool isRequested = false;
     bool isLoaded = false;
     LoadedTexture plain;
     bool needsOpacity = false;
@@ -48,10 +58,16 @@ class TextureCache {
   };
   static void loadEntry(Entry& entry);
   Entry* find(const SCNMaterialContents& contents);
+  const Entry* known(const SCNMaterialContents& contents) const;
+  void holdToLimit(Entry& entry);
+  static void makeOpacity(Entry& entry);
 
   std::map<std::string, Entry, std::less<>> byPath_;
   std::unordered_map<const Image*, Entry> byImage_;
+  std::unordered_map<const EncodedImage*, Entry> byEncodedImage_;
   std::vector<Entry*> requested_;
+  std::uint64_t decodedBytes_ = 0;
+  std::uint64_t allowedBytes_ = decodedBytesWithoutEvidence;
 };
 
 }  // namespace ornolith

@@ -240,6 +240,70 @@ TEST_F(FrameMaterialTest, ATextureWithAlphaBlends) {
   EXPECT_FALSE(blends());
 }
 
+std::shared_ptr<const EncodedImage> encoded(const Image& image) {
+  const auto bytes = std::make_shared<const std::vector<std::byte>>(encodePNG(image));
+  return std::make_shared<const EncodedImage>(EncodedImage{*bytes, bytes});
+}
+
+TEST_F(FrameMaterialTest, AnEncodedImageIsDecodedOnceHoweverManyPropertiesShowIt) {
+  const auto contents = encoded(Image{1, 1, {10, 20, 30, 255}});
+  material.diffuse.contents = contents;
+  material.emission.contents = contents;
+  const device::Material described = describe();
+  ASSERT_EQ(textures.size(), 1U);
+  EXPECT_EQ(described.diffuse.texture, 0);
+  EXPECT_EQ(described.emission.texture, 0);
+  EXPECT_EQ(textures[0].image->pixels, (std::vector<std::uint8_t>{10, 20, 30, 255}));
+  const auto before = textures[0].image;
+  describe();
+  EXPECT_EQ(textures[0].image, before);
+}
+
+TEST_F(FrameMaterialTest, AnEncodedImageThatDoesNotDecodeShowsTheDefault) {
+  const auto bytes = std::make_shared<const std::vector<std::byte>>(100, std::byte{7});
+  material.diffuse.contents = std::make_shared<const EncodedImage>(EncodedImage{*bytes, bytes});
+  material.emission.contents = std::shared_ptr<const EncodedImage>();
+  const device::Material described = describe();
+  EXPECT_EQ(described.diffuse.texture, -1);
+  EXPECT_EQ(described.diffuse.value, (simd_float4{1, 1, 1, 1}));
+  EXPECT_EQ(described.emission.texture, -1);
+}
+
+TEST_F(FrameMaterialTest, SmallImagesThatBecomeTooMuchTogetherAreNotShown) {
+  const Image large{4096, 4096, std::vector<std::uint8_t>(std::size_t{4096} * 4096 * 4, 200)};
+  const auto first = encoded(large);
+  constexpr std::size_t count = 24;
+  std::vector<std::shared_ptr<const EncodedImage>> images;
+  for (std::size_t i = 0; i < count; ++i) images.push_back(std::make_shared<const EncodedImage>(*first));
+  const std::uint64_t eachAllows = first->bytes.size() * TextureCache::decodedBytesPerByte;
+  const std::uint64_t shown =
+      TextureCache::decodedBytesWithoutEvidence / (large.pixels.size() - eachAllows);  // Of a limit that grows too.
+  ASSERT_LT(shown, count);
+  for (const auto& image : images) cache.request(image, TextureUse::colorOrData);
+  cache.load();
+  for (std::size_t i = 0; i < shown; ++i) EXPECT_TRUE(cache.texture(images[i], TextureUse::colorOrData).image) << i;
+  EXPECT_FALSE(cache.texture(images[shown], TextureUse::colorOrData).image);
+  const auto small = encoded(Image{1, 1, {1, 2, 3, 255}});
+  cache.request(small, TextureUse::colorOrData);
+  cache.load();
+  EXPECT_TRUE(cache.texture(small, TextureUse::colorOrData).image);
+}
+
+TEST_F(FrameMaterialTest, AlphaCountsOnlyWhereItIsAnOpacity) {
+  const auto image = onePixel(1, 2, 3, 0);
+  material.diffuse.contents = image;
+  material.emission.contents = image;
+  device::Material described = describe();
+  EXPECT_TRUE(textures[static_cast<std::size_t>(described.diffuse.texture)].hasTransparency);
+  EXPECT_FALSE(textures[static_cast<std::size_t>(described.emission.texture)].hasTransparency);
+  EXPECT_TRUE(isBlended(described, textures));
+  material.alphaMode = SCNAlphaMode::opaque;
+  described = describe();
+  EXPECT_FALSE(textures[static_cast<std::size_t>(described.diffuse.texture)].hasTransparency);
+  EXPECT_EQ(described.diffuse.texture, described.emission.texture);
+  EXPECT_FALSE(isBlended(described, textures));
+}
+
 TEST_F(FrameMaterialTest, AnOpacityMapWithoutAlphaCountsByItsLuminance) {
   const auto mask = std::make_shared<const Image>(Image{2, 1, {255, 255, 255, 255, 128, 128, 128, 255}});
   material.transparent.contents = mask;
