@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "raster/PrimitiveRecord.h"
 #include "raster/TileGrid.h"
@@ -34,10 +36,19 @@ struct DepthRules {
   bool writes = true;
 };
 
-/// Puts `primitive` into the buffer at every pixel of the tile that the triangle covers and the depth test lets
-/// through; whether there was one.
-bool drawTriangle(const PrimitiveRecord& record, const TileBounds& tile, DepthRules rules, std::uint32_t primitive,
-                  VisibilityBuffer& buffer) noexcept;
+/// Triangles to be drawn into one tile one after the other: those of `records` that `entries` numbers.
+struct TriangleSequence {
+  const PrimitiveRecord* records;
+  std::span<const std::uint32_t> entries;
+  TileBounds tile;
+  DepthRules rules;
+};
+
+/// Puts each triangle into the buffer at every pixel of the tile that it covers and the depth test lets through. The
+/// first that is put anywhere is numbered `seenCount`, the next one `seenCount + 1`; each is noted in `seen` by its
+/// number. The new count; `seen` must have room for all.
+std::uint32_t drawTriangles(const TriangleSequence& triangles, VisibilityBuffer& buffer, const PrimitiveRecord** seen,
+                            std::uint32_t seenCount) noexcept;
 
 /// The pixels of the tile that a record of any kind covers and, where `readsDepth`, the depth test lets through. Each
 /// pixel occurs once.

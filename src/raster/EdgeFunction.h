@@ -43,6 +43,13 @@ struct EdgeFunction {
                std::max<std::int64_t>(0, std::int64_t{stepY} * (height - 1)) <
            0;
   }
+
+  /// Whether all pixels of the box are on the inner side.
+  bool includes(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height) const noexcept {
+    return at(x, y) + std::min<std::int64_t>(0, std::int64_t{stepX} * (width - 1)) +
+               std::min<std::int64_t>(0, std::int64_t{stepY} * (height - 1)) >=
+           0;
+  }
 };
 
 }  // namespace ornolith::raster

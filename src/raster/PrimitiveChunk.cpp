@@ -5,49 +5,17 @@
 #include <cstdlib>
 
 #include "raster/Clipping.h"
-#include "raster/EdgeFunction.h"
+#include "raster/PixelBox.h"
+#include "raster/TriangleSetup.h"
 
 namespace ornolith::raster {
 namespace {
-
-/// Inclusive ranges of pixels or tiles; empty where an end is before its beginning.
-struct Box {
-  std::int32_t left, top, right, bottom;
-  bool isEmpty() const noexcept { return left > right || top > bottom; }
-};
-
-struct Spread {
-  std::int32_t low, high;
-};
-
-Spread spread(const std::int32_t (&v)[3], int count) noexcept {
-  const Spread two{std::min(v[0], v[1]), std::max(v[0], v[1])};
-  return count == 2 ? two : Spread{std::min(two.low, v[2]), std::max(two.high, v[2])};
-}
-
-/// The pixels of the image that a record can cover.
-Box pixelBox(const PrimitiveRecord& record, const TileGrid& grid) noexcept {
-  Box box{};
-  if (record.kind == PrimitiveKind::point) {
-    const std::int32_t radius = record.x[1];
-    box = {(record.x[0] - radius) >> subpixelBits, (record.y[0] - radius) >> subpixelBits,
-           (record.x[0] + radius) >> subpixelBits, (record.y[0] + radius) >> subpixelBits};
-  } else if (record.kind == PrimitiveKind::line) {
-    const Spread x = spread(record.x, 2), y = spread(record.y, 2);
-    box = {x.low >> subpixelBits, y.low >> subpixelBits, x.high >> subpixelBits, y.high >> subpixelBits};
-  } else {
-    const Spread x = spread(record.x, 3), y = spread(record.y, 3);
-    box = {firstPixel(x.low), firstPixel(y.low), lastPixel(x.high), lastPixel(y.high)};
-  }
-  return {std::max(box.left, 0), std::max(box.top, 0), std::min(box.right, grid.width - 1),
-          std::min(box.bottom, grid.height - 1)};
-}
 
 /// Turns the primitives of one segment into records.
 class SegmentSetup {
  public:
   SegmentSetup(const PreparedFrame& frame, const Projection& projection, const TileGrid& grid,
-               const PrimitiveSegment& segment, std::vector<PrimitiveRecord>& records)
+               const PrimitiveSegment& segment, RecordList& records)
       : frame_(frame),
         projection_(projection),
         grid_(grid),
@@ -59,7 +27,7 @@ class SegmentSetup {
   void run() {
     switch (item_.item->topology) {
       case device::Topology::triangles:
-        for (std::uint32_t p = segment_.first; p < segment_.end; ++p) addTriangle(p);
+        addTriangles();
         break;
       case device::Topology::lines:
         for (std::uint32_t p = segment_.first; p < segment_.end; ++p) addLinePrimitive(p);
@@ -97,7 +65,25 @@ class SegmentSetup {
   }
 
   void keep(const PrimitiveRecord& record) {
-    if (!pixelBox(record, grid_).isEmpty()) records_.push_back(record);
+    const Box pixels = pixelBox(record, grid_);
+    if (pixels.isEmpty()) return;
+    const Box tiles = tileBox(pixels);
+    const bool isInOne = tiles.left == tiles.right && tiles.top == tiles.bottom;
+    records_.reserveMore(1);
+    records_.append(record,
+                    isInOne ? static_cast<std::uint32_t>(grid_.tileIndex(tiles.left, tiles.top)) : severalTiles);
+  }
+
+  void addTriangles() {
+    if (!ahead_.empty() && !item_.material->fillsLines) {
+      const TriangleRun run{
+          item_.item->indices, ahead_.data(), item_.firstVertex, segment_.first,          segment_.end,
+          segment_.item,       draws(true),   draws(false),      !item_.item->isMirrored, grid_};
+      if (setUpTriangles(
+              run, [this](std::uint32_t primitive) { addTriangle(primitive); }, records_))
+        return;
+    }
+    for (std::uint32_t p = segment_.first; p < segment_.end; ++p) addTriangle(p);
   }
 
   void addTriangle(std::uint32_t primitive) {
@@ -138,7 +124,8 @@ class SegmentSetup {
                            PrimitiveKind::triangle,
                            0,
                            (area > 0) != item_.item->isMirrored,
-                           false};
+                           false,
+                           TriangleForm::corners};
     keep(record);
   }
 
@@ -217,81 +204,15 @@ class SegmentSetup {
   const PrimitiveSegment& segment_;
   const PreparedItem& item_;
   std::span<const ScreenVertex> ahead_;
-  std::vector<PrimitiveRecord>& records_;
+  RecordList& records_;
 };
-
-/// Whether a line keeps clear of a tile: the centre is farther from it than any corner of the tile can be.
-bool lineMisses(const PrimitiveRecord& record, std::int32_t tileX, std::int32_t tileY) noexcept {
-  const std::int64_t dx = record.x[1] - record.x[0];
-  const std::int64_t dy = record.y[1] - record.y[0];
-  const std::int64_t centerX = std::int64_t{tileX + tileSide / 2} * subpixelOne;
-  const std::int64_t centerY = std::int64_t{tileY + tileSide / 2} * subpixelOne;
-  const std::int64_t value = dx * (centerY - record.y[0]) - dy * (centerX - record.x[0]);
-  return std::abs(value) > (std::abs(dx) + std::abs(dy)) * (tileSide / 2 + 1) * subpixelOne;
-}
-
-Box tileBox(const PrimitiveRecord& record, const TileGrid& grid) noexcept {
-  const Box pixels = pixelBox(record, grid);
-  return {pixels.left / tileSide, pixels.top / tileSide, pixels.right / tileSide, pixels.bottom / tileSide};
-}
-
-/// A record whose box has more tiles than this is not binned, which bounds the bins by the number of records.
-constexpr std::int64_t maximumBinnedTiles = 24;
-
-bool isWide(const Box& tiles) noexcept {
-  return std::int64_t{tiles.right - tiles.left + 1} * (tiles.bottom - tiles.top + 1) > maximumBinnedTiles;
-}
-
-/// Calls `visit` with each tile of the box that the record may touch.
-template <typename Visit>
-void forEachTile(const PrimitiveRecord& record, const Box& tiles, const TileGrid& grid, const Visit& visit) {
-  if (tiles.left == tiles.right && tiles.top == tiles.bottom) return visit(grid.tileIndex(tiles.left, tiles.top));
-
-  const bool isTriangle = record.kind == PrimitiveKind::triangle;
-  const EdgeFunction edges[3] = {{record.x[0], record.y[0], record.x[1], record.y[1]},
-                                 {record.x[1], record.y[1], record.x[2], record.y[2]},
-                                 {record.x[2], record.y[2], record.x[0], record.y[0]}};
-  for (std::int32_t row = tiles.top; row <= tiles.bottom; ++row) {
-    for (std::int32_t column = tiles.left; column <= tiles.right; ++column) {
-      const std::int32_t x = column * tileSide, y = row * tileSide;
-      if (isTriangle && std::any_of(std::begin(edges), std::end(edges), [&](const EdgeFunction& edge) {
-            return edge.excludes(x, y, tileSide, tileSide);
-          })) {
-        continue;
-      }
-      if (record.kind == PrimitiveKind::line && lineMisses(record, x, y)) continue;
-      visit(grid.tileIndex(column, row));
-    }
-  }
-}
 
 }  // namespace
 
 void PrimitiveChunk::build(const PreparedFrame& frame, const Projection& projection, const TileGrid& grid) {
   records_.clear();
   for (const PrimitiveSegment& segment : segments_) SegmentSetup(frame, projection, grid, segment, records_).run();
-  bin(grid);
-}
-
-void PrimitiveChunk::bin(const TileGrid& grid) {
-  // Count, turn counts into the beginnings of runs, then fill; records come in order, so that each run is in order too.
-  binOffsets_.assign(grid.tileCount() + 2, 0);
-  wideRecords_.clear();
-  for (std::uint32_t index = 0; index < records_.size(); ++index) {
-    const Box tiles = tileBox(records_[index], grid);
-    if (isWide(tiles)) {
-      wideRecords_.push_back(index);
-    } else {
-      forEachTile(records_[index], tiles, grid, [&](std::size_t tile) { ++binOffsets_[tile + 2]; });
-    }
-  }
-  for (std::size_t i = 2; i < binOffsets_.size(); ++i) binOffsets_[i] += binOffsets_[i - 1];
-  binEntries_.resize(binOffsets_.back());
-  for (std::uint32_t index = 0; index < records_.size(); ++index) {
-    const Box tiles = tileBox(records_[index], grid);
-    if (isWide(tiles)) continue;
-    forEachTile(records_[index], tiles, grid, [&](std::size_t tile) { binEntries_[binOffsets_[tile + 1]++] = index; });
-  }
+  bins_.build(records_, grid);
 }
 
 }  // namespace ornolith::raster

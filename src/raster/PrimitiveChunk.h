@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "raster/PreparedFrame.h"
-#include "raster/PrimitiveRecord.h"
-#include "raster/TileGrid.h"
+#include "raster/RecordList.h"
+#include "raster/TileBins.h"
 
 namespace ornolith::raster {
 
@@ -30,27 +30,17 @@ class PrimitiveChunk {
   /// Clips, culls and bins the primitives of the segments.
   void build(const PreparedFrame& frame, const Projection& projection, const TileGrid& grid);
 
-  /// Calls `visit(record)` in drawing order with every record that may touch the tile.
-  template <typename Visit>
-  void forEachRecordOfTile(std::size_t tile, const Visit& visit) const {
-    std::size_t wide = 0;
-    for (std::size_t entry = binOffsets_[tile]; entry < binOffsets_[tile + 1]; ++entry) {
-      for (; wide < wideRecords_.size() && wideRecords_[wide] < binEntries_[entry]; ++wide) {
-        visit(records_[wideRecords_[wide]]);
-      }
-      visit(records_[binEntries_[entry]]);
-    }
-    for (; wide < wideRecords_.size(); ++wide) visit(records_[wideRecords_[wide]]);
+  /// The records that may touch the tile, by their numbers in `records`, in drawing order; valid until `scratch`
+  /// changes.
+  std::span<const std::uint32_t> recordsOf(std::size_t tile, std::vector<std::uint32_t>& scratch) const {
+    return bins_.recordsOf(tile, scratch);
   }
+  const PrimitiveRecord* records() const noexcept { return records_.data(); }
 
  private:
-  void bin(const TileGrid& grid);
-
   std::vector<PrimitiveSegment> segments_;
-  std::vector<PrimitiveRecord> records_;
-  std::vector<std::uint32_t> binOffsets_;
-  std::vector<std::uint32_t> binEntries_;
-  std::vector<std::uint32_t> wideRecords_;  ///< Records whose box spans so many tiles that every tile looks at them.
+  RecordList records_;
+  TileBins bins_;
 };
 
 }  // namespace ornolith::raster

@@ -11,12 +11,10 @@ namespace ornolith::raster {
 void TileRenderer::render(const TileInputs& inputs, std::size_t tile, Image& image) {
   begin(inputs, tile);
   for (const PrimitiveChunk& chunk : inputs.chunks) {
-    chunk.forEachRecordOfTile(tile, [&](const PrimitiveRecord& record) {
-      if (!isTouched_) clearBuffers();
-      if (!inputs.frame.items[record.item].isBlended) return drawOpaque(record);
-      if (!isBlending_) shadeOpaque();
-      drawBlended(record);
-    });
+    const std::span<const std::uint32_t> entries = chunk.recordsOf(tile, binScratch_);
+    if (entries.empty()) continue;
+    if (!isTouched_) clearBuffers();
+    draw(chunk.records(), entries);
   }
   if (!isTouched_) return fillWithBackground(image);
   if (!isBlending_) shadeOpaque();
@@ -45,20 +43,42 @@ void TileRenderer::clearBuffers() {
   for (std::size_t c = 0; c < 4; ++c) color_[c].fill(background_[c]);
 }
 
-void TileRenderer::drawOpaque(const PrimitiveRecord& record) {
-  const PreparedItem& item = inputs_->frame.items[record.item];
-  const auto number = static_cast<std::uint32_t>(records_.size());
-  const DepthRules rules{item.material->readsDepth, item.material->writesDepth};
-  if (record.kind == PrimitiveKind::triangle && !item.plan.dropsFragments()) {
-    if (drawTriangle(record, bounds_, rules, number, visibility_)) records_.push_back(&record);
-    return;
+void TileRenderer::draw(const PrimitiveRecord* records, std::span<const std::uint32_t> entries) {
+  while (!entries.empty()) {
+    // Runs of one item, so that what depends on the item is decided once for each.
+    const PrimitiveRecord& first = records[entries.front()];
+    std::size_t size = 1;
+    while (size < entries.size() && records[entries[size]].item == first.item) ++size;
+    const PreparedItem& item = inputs_->frame.items[first.item];
+    const std::span<const std::uint32_t> run = entries.first(size);
+    if (item.isBlended) {
+      if (!isBlending_) shadeOpaque();
+      for (const std::uint32_t entry : run) drawBlended(records[entry], item);
+    } else if (first.kind == PrimitiveKind::triangle && !item.plan.dropsFragments()) {
+      drawOpaqueTriangles(records, run, item);
+    } else {
+      for (const std::uint32_t entry : run) drawOpaque(records[entry], item);
+    }
+    entries = entries.subspan(size);
   }
-  collectFragments(record, bounds_, rules.reads, visibility_, fragments_);
+}
+
+void TileRenderer::drawOpaqueTriangles(const PrimitiveRecord* records, std::span<const std::uint32_t> run,
+                                       const PreparedItem& item) {
+  const DepthRules rules{item.material->readsDepth, item.material->writesDepth};
+  const auto count = static_cast<std::uint32_t>(records_.size());
+  records_.resize(count + run.size());
+  records_.resize(drawTriangles({records, run, bounds_, rules}, visibility_, records_.data(), count));
+}
+
+void TileRenderer::drawOpaque(const PrimitiveRecord& record, const PreparedItem& item) {
+  collectFragments(record, bounds_, item.material->readsDepth, visibility_, fragments_);
   if (item.plan.dropsFragments()) dropTransparent(record, item);
   if (fragments_.count == 0) return;
+  const auto number = static_cast<std::uint32_t>(records_.size());
   records_.push_back(&record);
   for (std::uint32_t i = 0; i < fragments_.count; ++i) {
-    if (rules.writes) visibility_.depth[fragments_.pixel[i]] = fragments_.depth[i];
+    if (item.material->writesDepth) visibility_.depth[fragments_.pixel[i]] = fragments_.depth[i];
     visibility_.primitive[fragments_.pixel[i]] = number;
   }
 }
@@ -89,8 +109,7 @@ void TileRenderer::shadeOpaque() {
   isBlending_ = true;
 }
 
-void TileRenderer::drawBlended(const PrimitiveRecord& record) {
-  const PreparedItem& item = inputs_->frame.items[record.item];
+void TileRenderer::drawBlended(const PrimitiveRecord& record, const PreparedItem& item) {
   collectFragments(record, bounds_, item.material->readsDepth, visibility_, fragments_);
   if (item.plan.dropsFragments()) dropTransparent(record, item);
   if (fragments_.count == 0) return;

@@ -33,9 +33,12 @@ class TileRenderer {
  private:
   void begin(const TileInputs& inputs, std::size_t tile);
   void clearBuffers();
-  void drawOpaque(const PrimitiveRecord& record);
+  void draw(const PrimitiveRecord* records, std::span<const std::uint32_t> entries);
+  void drawOpaqueTriangles(const PrimitiveRecord* records, std::span<const std::uint32_t> run,
+                           const PreparedItem& item);
+  void drawOpaque(const PrimitiveRecord& record, const PreparedItem& item);
   void shadeOpaque();
-  void drawBlended(const PrimitiveRecord& record);
+  void drawBlended(const PrimitiveRecord& record, const PreparedItem& item);
   void dropTransparent(const PrimitiveRecord& record, const PreparedItem& item);
   void appendToBatch(const PrimitiveRecord& record, std::span<const std::uint16_t> pixels);
   void flushBatch();
@@ -48,6 +51,7 @@ class TileRenderer {
   TileBounds bounds_{};
   ViewRays rays_{};
   VisibilityBuffer visibility_;
+  std::vector<std::uint32_t> binScratch_;
   std::vector<const PrimitiveRecord*> records_;  ///< The opaque ones; the visibility buffer holds indices into it.
   std::vector<std::uint32_t> runEnds_;
   std::array<std::uint16_t, tilePixels> sortedPixels_;
