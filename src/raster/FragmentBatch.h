@@ -7,33 +7,34 @@
 namespace ornolith::raster {
 
 inline constexpr std::size_t batchSize = 128;
-inline constexpr std::size_t maximumCoordinateSets = 8;  ///< No material has more properties than that.
+inline constexpr std::size_t maximumCoordinateSets = 10;  ///< No material has more properties than that.
 
 using Lane = std::array<float, batchSize>;
 
 struct Lane3 {
-  alignas(64) Lane x, y, z;
+  alignas(64) Lane x{}, y{}, z{};
 };
 
 struct Lane4 {
-  alignas(64) Lane x, y, z, w;
+  alignas(64) Lane x{}, y{}, z{}, w{};
 };
 
 /// Texture coordinates with their derivatives per pixel.
 struct CoordinateLanes {
-  alignas(64) Lane u, v, dudx, dvdx, dudy, dvdy;
+  alignas(64) Lane u{}, v{}, dudx{}, dvdx{}, dudy{}, dvdy{};
 };
 
-/// Fragments of one draw item, as arrays that the shading loops run over. Only what the item's plan asks for is filled.
+/// Fragments of one draw item, as arrays that the shading loops run over in whole vectors: what stands behind the last
+/// fragment is computed along and means nothing. Only what the item's plan asks for is filled.
 struct FragmentBatch {
   std::size_t count = 0;
-  std::array<std::uint16_t, batchSize> pixel;  ///< Number within the tile.
-  Lane face;                                   ///< -1 for the back of a face, +1 otherwise.
+  alignas(64) std::array<std::uint16_t, batchSize> pixel{};  ///< Number within the tile.
+  alignas(64) Lane face{};                                   ///< -1 for the back of a face, +1 otherwise.
   Lane3 normal;   ///< Interpolated, of any length, possibly zero; the side that counts as the front.
   Lane3 facet;    ///< The normal to fall back to; zero where there is none.
   Lane4 tangent;  ///< w is the handedness; zero where there is none.
   Lane4 color;    ///< Vertex colour.
-  std::array<CoordinateLanes, maximumCoordinateSets> coordinates;
+  std::array<CoordinateLanes, maximumCoordinateSets> coordinates{};
 
   Lane4 result;  ///< Linear light, straight, and opacity.
 };

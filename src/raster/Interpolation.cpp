@@ -151,7 +151,7 @@ void PrimitiveAttributes::loadTangents(const PreparedItem& item, std::size_t cor
 
 void PrimitiveAttributes::deriveTangent(const PreparedItem& item) {
   if (item.item->topology != device::Topology::triangles) return;
-  const std::uint32_t channel = item.plan.channels[item.plan.normal.coordinateSet];
+  const std::uint32_t channel = item.plan.channels[item.plan.normalChannel];
   if (channel >= item.mesh->texcoords.size() || !item.mesh->texcoords[channel].isPresent()) return;
   const device::VertexStream& stream = item.mesh->texcoords[channel];
   const float* uv0 = stream[corners_[0]];

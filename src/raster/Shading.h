@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "raster/FragmentBatch.h"
@@ -18,23 +19,25 @@ struct LightRig {
   static LightRig make(const device::FrameDescription& frame);
 };
 
-/// The working memory of `shadeBatch`.
+/// The working memory of `shadeBatch`: what was sampled of each texture.
 struct ShadingScratch {
-  Lane4 diffuse, slot;
-  Lane3 normal, view, light, highlight, reflectance;
-  Lane opacity, roughness, metalness, occlusion;
+  std::array<Lane4, maximumTextureReads> samples;
 };
 
 /// Fills `batch.result` (`rays` are those of the tile) with linear light that may exceed 1, and opacity in 0..1.
 ///
 /// A light of intensity 1 gives a white diffuse surface that faces it the value 1: diffuse is colour * max(N.L, 0), and
 /// the specular lobes are scaled alike (by pi where they are normalised). Physically based: diffuse * (1 - metalness),
-/// and GGX (Walter et al. 2007) with height-correlated Smith visibility (Heitz 2014) and Schlick's Fresnel, alpha =
-/// roughness squared, roughness at least 0.045 so that the highlight of a directional light keeps a size. F0 goes from
-/// 0.04 to the base colour by metalness. Ambient light adds base colour * ambient * occlusion whatever the metalness:
-/// without surroundings to mirror, a metal's reflection of even light is its base colour. Blinn adds specular *
-/// (N.H)^(128 * shininess) where the light is in front. Lambert adds nothing; constant takes diffuse and no light.
-/// Emission adds.
+/// and GGX (Walter et al. 2007) with height-correlated Smith visibility (Heitz 2014) and Schlick's Fresnel between F0
+/// and F90, alpha = roughness squared, roughness at least 0.045 so that the highlight of a directional light keeps a
+/// size. F0 and F90 go by metalness from those of the dielectric to the base colour and 1. Ambient light adds base
+/// colour * ambient * occlusion whatever the metalness: without surroundings to mirror, a metal's reflection of even
+/// light is its base colour. Blinn adds specular * (N.H)^(128 * shininess) where the light is in front. Lambert adds
+/// nothing; constant takes diffuse and no light. Emission adds.
+///
+/// A clear coat lies over all of it, emission included, as in glTF's KHR_materials_clearcoat: the result is
+/// mix(surface, coat, strength * F) with F = 0.04 + 0.96 (1 - |N.V|)^5, where the coat is GGX of its own roughness on
+/// the normal before its normal map, plus the ambient light that it mirrors evenly.
 void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, const TexelTables& tables,
                 ShadingScratch& scratch, FragmentBatch& batch) noexcept;
 

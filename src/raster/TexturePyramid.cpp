@@ -1,6 +1,7 @@
 #include "raster/TexturePyramid.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "foundation/Parallel.h"
@@ -105,20 +106,44 @@ TexelTables::TexelTables() : sRGBFrom16(65536) {
 
 TexturePyramid::TexturePyramid(std::shared_ptr<const Image> image, bool isSRGB, bool hasTransparency,
                                const TexelTables& tables)
-    : image_(std::move(image)), isSRGB_(isSRGB), isPremultiplied_(isSRGB && hasTransparency) {
-  levels_.push_back({image_->width, image_->height, image_->pixels.data()});
-  while (levels_.back().width > 1 || levels_.back().height > 1) {
-    const MipLevel source = levels_.back();
-    MipLevel level{std::max(source.width / 2, 1u), std::max(source.height / 2, 1u), nullptr};
-    std::vector<std::uint8_t>& texels = storage_.emplace_back(std::size_t{level.width} * level.height * 4);
-    const LevelHalver halver(source, level.width, isSRGB, isPremultiplied_, tables);
+    : image_(std::move(image)),
+      isSRGB_(isSRGB),
+      hasTransparency_(hasTransparency),
+      isPremultiplied_(isSRGB && hasTransparency) {
+  layOutLevels();
+  for (std::size_t i = 1; i < levels_.size(); ++i) {
+    const MipLevel& level = levels_[i];
+    std::uint8_t* texels = storage_.get() + std::size_t{4} * static_cast<std::size_t>(tables_.firstTexel[i]);
+    const LevelHalver halver(levels_[i - 1], level.width, isSRGB, isPremultiplied_, tables);
     const std::size_t grain = std::max<std::size_t>(1, 16384 / level.width);
     parallelFor(level.height, grain, [&](std::size_t row) {
-      halver.writeRow(static_cast<std::uint32_t>(row), texels.data() + row * level.width * 4);
+      halver.writeRow(static_cast<std::uint32_t>(row), texels + row * level.width * 4);
     });
-    level.texels = texels.data();
+  }
+}
+
+void TexturePyramid::layOutLevels() {
+  constexpr std::uint64_t maximumTexels = std::uint64_t{1} << 30;
+  if (std::uint64_t{image_->width} * image_->height > maximumTexels) {
+    throw std::length_error("A texture is larger than the render device samples.");
+  }
+  levels_.push_back({image_->width, image_->height, image_->pixels.data()});
+  std::size_t total = 0;
+  while (levels_.back().width > 1 || levels_.back().height > 1) {
+    const MipLevel& last = levels_.back();
+    const MipLevel level{std::max(last.width / 2, 1u), std::max(last.height / 2, 1u), nullptr};
+    tables_.firstTexel[levels_.size()] = static_cast<std::int32_t>(total);
+    total += std::size_t{level.width} * level.height;
     levels_.push_back(level);
   }
+  storage_ = std::make_unique_for_overwrite<std::uint8_t[]>(std::max<std::size_t>(total, 1) * 4);
+  for (std::size_t i = 0; i < levels_.size(); ++i) {
+    if (i > 0) levels_[i].texels = storage_.get() + std::size_t{4} * static_cast<std::size_t>(tables_.firstTexel[i]);
+    tables_.width[i] = static_cast<std::int32_t>(levels_[i].width);
+    tables_.height[i] = static_cast<std::int32_t>(levels_[i].height);
+  }
+  tables_.imageTexels = image_->pixels.data();
+  tables_.smallerTexels = storage_.get();
 }
 
 }  // namespace ornolith::raster

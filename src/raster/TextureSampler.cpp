@@ -1,25 +1,88 @@
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "raster/TextureSampler.cpp"
 #include "raster/TextureSampler.h"
 
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
 #include <algorithm>
-#include <cmath>
+#include <cstring>
 
-#include "raster/PixelMath.h"
+#include "raster/KernelMath-inl.h"
 
-namespace ornolith::raster {
+HWY_BEFORE_NAMESPACE();
+namespace ornolith::raster::HWY_NAMESPACE {
 namespace {
 
 using device::WrapMode;
 
+/// Texture coordinates at pixel centres with their change from one pixel to the next, in the texture's own space.
+struct Footprints {
+  FloatVector u, v, dudx, dvdx, dudy, dvdy;
+};
+
+/// What footprints ask of a pyramid.
+struct FilterPlan {
+  FloatVector sampleCount;
+  FloatVector level;         ///< 0 is the image itself.
+  FloatVector stepU, stepV;  ///< The whole long axis, in texture coordinates.
+};
+
+HWY_INLINE Footprints footprintsOf(const CoordinateLanes& lanes, const float* m, std::size_t i) {
+  const FloatVector m0 = all(m[0]), m1 = all(m[1]), m2 = all(m[2]), m3 = all(m[3]);
+  const FloatVector u = load(lanes.u, i), v = load(lanes.v, i);
+  const FloatVector dudx = load(lanes.dudx, i), dvdx = load(lanes.dvdx, i);
+  const FloatVector dudy = load(lanes.dudy, i), dvdy = load(lanes.dvdy, i);
+  return {m0 * u + m2 * v + all(m[4]), m1 * u + m3 * v + all(m[5]), m0 * dudx + m2 * dvdx,
+          m1 * dudx + m3 * dvdx,       m0 * dudy + m2 * dvdy,       m1 * dudy + m3 * dvdy};
+}
+
+HWY_INLINE FilterPlan planFilter(const Footprints& footprint, float width, float height, float lastLevel) {
+  const FloatVector one = all(1.0f), half = all(0.5f);
+  const FloatVector xu = footprint.dudx * all(width), xv = footprint.dvdx * all(height);
+  const FloatVector yu = footprint.dudy * all(width), yv = footprint.dvdy * all(height);
+  const FloatVector a = xu * xu + yu * yu;
+  const FloatVector b = xu * xv + yu * yv;
+  const FloatVector c = xv * xv + yv * yv;
+  const FloatVector mean = (a + c) * half;
+  const FloatVector difference = (a - c) * half;
+  const FloatVector radius = hn::Sqrt(difference * difference + b * b);
+  const FloatVector major = mean + radius;
+  const FloatMask isFinite = hn::Lt(major, all(1e30f));
+  const FloatMask isMinified = hn::And(isFinite, hn::Gt(major, one));
+  FilterPlan plan{one, hn::IfThenElseZero(hn::Not(isFinite), all(lastLevel)), hn::Zero(Floats()), hn::Zero(Floats())};
+  if (hn::AllFalse(Floats(), isMinified)) return plan;
+
+  const FloatVector minor = larger(mean - radius, major * all(1.0f / 4096.0f));
+  const FloatVector ratio = hn::Sqrt(major / minor) - all(0.01f);
+  const FloatVector rounded = hn::ConvertTo(Floats(), hn::ConvertTo(Integers(), ratio)) + one;
+  const FloatVector count = smaller(larger(rounded, one), all(static_cast<float>(maximumAnisotropy)));
+  const FloatVector level = half * fastLog2(larger(major / (count * count), all(1e-6f)));
+  plan.sampleCount = hn::IfThenElse(isMinified, count, one);
+  plan.level = hn::IfThenElse(isMinified, smaller(larger(level, hn::Zero(Floats())), all(lastLevel)), plan.level);
+
+  // The long axis is the eigenvector of the larger eigenvalue; of its two forms, the one without cancellation.
+  const FloatMask isWide = hn::Ge(difference, hn::Zero(Floats()));
+  const FloatVector axisU = hn::IfThenElse(isWide, major - c, b);
+  const FloatVector axisV = hn::IfThenElse(isWide, b, major - a);
+  const FloatVector axisLength = hn::Sqrt(axisU * axisU + axisV * axisV);
+  const FloatVector scale = hn::Sqrt(major) / axisLength;
+  const FloatMask hasAxis = hn::And(hn::And(isMinified, hn::Gt(count, one)), hn::Gt(axisLength, hn::Zero(Floats())));
+  plan.stepU = hn::IfThenElseZero(hasAxis, axisU * scale / all(width));
+  plan.stepV = hn::IfThenElseZero(hasAxis, axisV * scale / all(height));
+  return plan;
+}
+
 /// A coordinate brought to 0..1 by its wrap mode.
-float wrapCoordinate(float value, WrapMode mode) noexcept {
+HWY_INLINE FloatVector wrapCoordinate(FloatVector value, WrapMode mode) {
   switch (mode) {
     case WrapMode::repeat:
-      value -= fastFloor(value);
+      value = value - fastFloor(value);
       break;
     case WrapMode::mirror: {
-      const float half = value * 0.5f;
-      const float period = (half - fastFloor(half)) * 2.0f;
-      value = period > 1.0f ? 2.0f - period : period;
+      const FloatVector half = value * all(0.5f);
+      const FloatVector period = (half - fastFloor(half)) * all(2.0f);
+      value = hn::IfThenElse(hn::Gt(period, all(1.0f)), all(2.0f) - period, period);
       break;
     }
     case WrapMode::clamp:
@@ -28,122 +91,307 @@ float wrapCoordinate(float value, WrapMode mode) noexcept {
   return saturate(value);
 }
 
-/// The two neighbouring texels of a coordinate in 0..1 along one axis, and the share of the second.
+/// The two neighbouring texels of coordinates in 0..1 along one axis, and the share of the second.
 struct AxisTaps {
-  std::uint32_t first;
-  std::uint32_t second;
-  float share;
+  IntegerVector first, second;
+  FloatVector share;
 };
 
-AxisTaps axisTaps(float coordinate, std::uint32_t side, WrapMode mode) noexcept {
-  const float position = coordinate * static_cast<float>(side) - 0.5f;
-  const float base = fastFloor(position);
-  const float share = position - base;
-  const auto last = static_cast<std::int32_t>(side) - 1;
-  const auto index = static_cast<std::int32_t>(base);
-  std::int32_t first = index;
-  std::int32_t second = index + 1;
+HWY_INLINE AxisTaps axisTaps(FloatVector coordinate, IntegerVector side, WrapMode mode) {
+  const FloatVector position = coordinate * hn::ConvertTo(Floats(), side) - all(0.5f);
+  const FloatVector base = fastFloor(position);
+  const IntegerVector zero = hn::Zero(Integers()), one = hn::Set(Integers(), 1);
+  const IntegerVector last = side - one;
+  const IntegerVector index = hn::ConvertTo(Integers(), base);
+  const IntegerVector next = index + one;
   // A coordinate in 0..1 leaves the texels by one at most.
   const bool isRound = mode == WrapMode::repeat;
-  if (first < 0) first = isRound ? last : 0;
-  if (second > last) second = isRound ? 0 : last;
-  return {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(second), share};
+  return {hn::IfThenElse(hn::Lt(index, zero), isRound ? last : zero, index),
+          hn::IfThenElse(hn::Gt(next, last), isRound ? zero : last, next), position - base};
 }
 
-struct Decoder {
-  const float* color;
-  const float* unit;
-  bool premultiplies;
-
-  simd_float4 operator()(const std::uint8_t* texel) const noexcept {
-    const float alpha = unit[texel[3]];
-    const float scale = premultiplies ? alpha : 1.0f;
-    return {color[texel[0]] * scale, color[texel[1]] * scale, color[texel[2]] * scale, alpha};
-  }
+/// One level for each lane, as numbers of texels.
+struct Levels {
+  IntegerVector width, height, firstTexel;
+  hn::Mask<Integers> isImage;  ///< Level 0: its texels stand in the image.
 };
 
-simd_float4 mix(simd_float4 a, simd_float4 b, float share) noexcept {
+HWY_INLINE Levels lookUpLevels(const LevelTables& tables, IntegerVector number) {
+  return {hn::GatherIndex(Integers(), tables.width.data(), number),
+          hn::GatherIndex(Integers(), tables.height.data(), number),
+          hn::GatherIndex(Integers(), tables.firstTexel.data(), number), hn::Eq(number, hn::Zero(Integers()))};
+}
+
+/// The places of four neighbouring texels for each lane, good for every pyramid of the size.
+struct TexelPlaces {
+  IntegerVector aboveRow, belowRow;  ///< The row's first texel, counted as `Levels::firstTexel`.
+  AxisTaps x, y;
+  hn::Mask<Integers> isImage;
+  bool areNeighbours;  ///< In every lane the second column follows the first.
+};
+
+HWY_INLINE TexelPlaces placesOf(const Levels& levels, WrapMode wrapS, WrapMode wrapT, FloatVector u, FloatVector v) {
+  const AxisTaps x = axisTaps(wrapCoordinate(u, wrapS), levels.width, wrapS);
+  const AxisTaps y = axisTaps(wrapCoordinate(v, wrapT), levels.height, wrapT);
+  const hn::Mask<Integers> follows = hn::Eq(x.first + hn::Set(Integers(), 1), x.second);
+  return {levels.firstTexel + y.first * levels.width,
+          levels.firstTexel + y.second * levels.width,
+          x,
+          y,
+          levels.isImage,
+          hn::AllTrue(Integers(), follows)};
+}
+
+struct TexelPair {
+  BitVector left, right;
+};
+
+#if HWY_TARGET != HWY_SCALAR
+
+using WideBits = hn::Repartition<std::uint64_t, Floats>;
+using WideIntegers = hn::RebindToSigned<WideBits>;
+
+/// Byte offsets from the image's texels.
+HWY_INLINE hn::Vec<WideIntegers> byteOffsets(hn::Vec<WideIntegers> texel, hn::Vec<WideIntegers> isImage,
+                                             std::int64_t smallerFrom) {
+  return hn::ShiftLeft<2>(texel) + hn::AndNot(isImage, hn::Set(WideIntegers(), smallerFrom));
+}
+
+HWY_INLINE TexelPair fetchNeighbours(const LevelTables& tables, IntegerVector texel, hn::Mask<Integers> isImage) {
+  const IntegerVector imageBits = hn::VecFromMask(Integers(), isImage);
+  const std::int64_t smallerFrom =
+      reinterpret_cast<std::intptr_t>(tables.smallerTexels) - reinterpret_cast<std::intptr_t>(tables.imageTexels);
+  const WideIntegers wide;
+  const hn::Half<Integers> halfTag;
+  const auto low = byteOffsets(hn::PromoteTo(wide, hn::LowerHalf(halfTag, texel)),
+                               hn::PromoteTo(wide, hn::LowerHalf(halfTag, imageBits)), smallerFrom);
+  const auto high = byteOffsets(hn::PromoteTo(wide, hn::UpperHalf(halfTag, texel)),
+                                hn::PromoteTo(wide, hn::UpperHalf(halfTag, imageBits)), smallerFrom);
+  const auto* const base = reinterpret_cast<const std::uint64_t*>(tables.imageTexels);
+  const BitVector first = hn::BitCast(Bits(), hn::GatherOffset(WideBits(), base, low));
+  const BitVector second = hn::BitCast(Bits(), hn::GatherOffset(WideBits(), base, high));
+  return {hn::ConcatEven(Bits(), second, first), hn::ConcatOdd(Bits(), second, first)};
+}
+
+#endif
+
+/// The same one by one, where a texture's edge lies between the two columns in some lane.
+HWY_NOINLINE TexelPair fetchSeparately(const LevelTables& tables, IntegerVector row, const AxisTaps& x,
+                                       hn::Mask<Integers> isImage) {
+  constexpr std::size_t mostLanes = HWY_MAX_BYTES / 4;
+  HWY_ALIGN std::int32_t first[mostLanes], second[mostLanes], inImage[mostLanes];
+  HWY_ALIGN std::uint32_t left[mostLanes], right[mostLanes];
+  hn::Store(row + x.first, Integers(), first);
+  hn::Store(row + x.second, Integers(), second);
+  hn::Store(hn::VecFromMask(Integers(), isImage), Integers(), inImage);
+  for (std::size_t i = 0; i < hn::Lanes(Integers()); ++i) {
+    const std::uint8_t* base = inImage[i] != 0 ? tables.imageTexels : tables.smallerTexels;
+    std::memcpy(&left[i], base + std::ptrdiff_t{first[i]} * 4, 4);
+    std::memcpy(&right[i], base + std::ptrdiff_t{second[i]} * 4, 4);
+  }
+  return {hn::Load(Bits(), left), hn::Load(Bits(), right)};
+}
+
+HWY_INLINE TexelPair fetchRow(const LevelTables& tables, const TexelPlaces& places, IntegerVector row) {
+#if HWY_TARGET != HWY_SCALAR
+  if (HWY_LIKELY(places.areNeighbours)) return fetchNeighbours(tables, row + places.x.first, places.isImage);
+#endif
+  return fetchSeparately(tables, row, places.x, places.isImage);
+}
+
+template <int component>
+HWY_INLINE IntegerVector codesOf(BitVector texels) {
+  return hn::BitCast(Integers(), hn::And(hn::ShiftRight<8 * component>(texels), hn::Set(Bits(), 255)));
+}
+
+/// The code divided by 255, exactly rounded for each of the 256: the reciprocal in two parts, the upper short enough
+/// for its product to be exact.
+template <int component>
+HWY_INLINE FloatVector decodeData(BitVector texels) {
+  const FloatVector code = hn::ConvertTo(Floats(), codesOf<component>(texels));
+  return code * all(0.00392150879f) + code * all(5.9838392e-08f);
+}
+
+template <int component>
+HWY_INLINE FloatVector decodeColor(BitVector texels, const TexelTables& tables) {
+  return hn::GatherIndex(Floats(), tables.linearFromSRGB.data(), codesOf<component>(texels));
+}
+
+/// Four decoded components of texels; those not asked for are left out.
+struct Texels {
+  FloatVector component[4];
+};
+
+HWY_INLINE Texels decode(BitVector texels, const TextureRead& read, std::uint8_t components,
+                         const TexelTables& tables) {
+  Texels result;
+  const FloatVector zero = hn::Zero(Floats());
+  for (FloatVector& component : result.component) component = zero;
+  if (components & alphaComponent) result.component[3] = decodeData<3>(texels);
+  if (read.pyramid->isSRGB()) {
+    if (components & redComponent) result.component[0] = decodeColor<0>(texels, tables);
+    if (components & greenComponent) result.component[1] = decodeColor<1>(texels, tables);
+    if (components & blueComponent) result.component[2] = decodeColor<2>(texels, tables);
+  } else {
+    if (components & redComponent) result.component[0] = decodeData<0>(texels);
+    if (components & greenComponent) result.component[1] = decodeData<1>(texels);
+    if (components & blueComponent) result.component[2] = decodeData<2>(texels);
+  }
+  if (read.pyramid->isPremultiplied()) {
+    for (int c = 0; c < 3; ++c) result.component[c] = result.component[c] * result.component[3];
+  }
+  return result;
+}
+
+HWY_INLINE FloatVector mix(FloatVector a, FloatVector b, FloatVector share) {
   return a + (b - a) * share;
 }
 
-simd_float4 sampleBilinear(const MipLevel& level, const Decoder& decode, WrapMode wrapS, WrapMode wrapT, float u,
-                           float v) noexcept {
-  const AxisTaps x = axisTaps(wrapCoordinate(u, wrapS), level.width, wrapS);
-  const AxisTaps y = axisTaps(wrapCoordinate(v, wrapT), level.height, wrapT);
-  const std::uint8_t* above = level.texels + std::size_t{y.first} * level.width * 4;
-  const std::uint8_t* below = level.texels + std::size_t{y.second} * level.width * 4;
-  const std::size_t left = std::size_t{x.first} * 4;
-  const std::size_t right = std::size_t{x.second} * 4;
-  return mix(mix(decode(above + left), decode(above + right), x.share),
-             mix(decode(below + left), decode(below + right), x.share), y.share);
+HWY_INLINE Texels sampleBilinear(const TextureRead& read, std::uint8_t components, const TexelTables& tables,
+                                 const TexelPlaces& places) {
+  const LevelTables& levels = read.pyramid->levelTables();
+  const TexelPair above = fetchRow(levels, places, places.aboveRow);
+  const TexelPair below = fetchRow(levels, places, places.belowRow);
+  const Texels aboveLeft = decode(above.left, read, components, tables);
+  const Texels aboveRight = decode(above.right, read, components, tables);
+  const Texels belowLeft = decode(below.left, read, components, tables);
+  const Texels belowRight = decode(below.right, read, components, tables);
+  Texels result;
+  for (int c = 0; c < 4; ++c) {
+    if ((components >> c & 1) == 0) {
+      result.component[c] = hn::Zero(Floats());
+      continue;
+    }
+    result.component[c] = mix(mix(aboveLeft.component[c], aboveRight.component[c], places.x.share),
+                              mix(belowLeft.component[c], belowRight.component[c], places.x.share), places.y.share);
+  }
+  return result;
 }
 
-/// What a footprint asks of the pyramid.
-struct FilterPlan {
-  int sampleCount = 1;
-  float level = 0;             ///< 0 is the image itself.
-  float stepU = 0, stepV = 0;  ///< The whole long axis, in texture coordinates.
+/// The components that must be fetched for those that are wanted.
+std::uint8_t fetchedComponents(const TextureRead& read) {
+  const bool weighs = read.pyramid->isPremultiplied() && (read.components & colorComponents) != 0;
+  const std::uint8_t wanted = weighs ? read.components | alphaComponent : read.components;
+  return read.pyramid->hasTransparency() ? wanted : wanted & colorComponents;
+}
+
+Lane& laneOf(Lane4& lanes, int component) {
+  return component == 0 ? lanes.x : component == 1 ? lanes.y : component == 2 ? lanes.z : lanes.w;
+}
+
+/// Adds one sample of each read to its sums.
+struct Probe {
+  TexelPlaces fine, coarse;
+  FloatVector share;  ///< Of the coarse level.
+  FloatMask isActive;
+  bool needsCoarse;
 };
 
-FilterPlan planFilter(const MipLevel& base, float lastLevel, const TextureFootprint& footprint) noexcept {
-  const auto width = static_cast<float>(base.width);
-  const auto height = static_cast<float>(base.height);
-  const float xu = footprint.dudx * width, xv = footprint.dvdx * height;
-  const float yu = footprint.dudy * width, yv = footprint.dvdy * height;
-  const float a = xu * xu + yu * yu;
-  const float b = xu * xv + yu * yv;
-  const float c = xv * xv + yv * yv;
-  const float mean = (a + c) * 0.5f;
-  const float difference = (a - c) * 0.5f;
-  const float radius = std::sqrt(difference * difference + b * b);
-  const float major = mean + radius;
-  if (!(major < 1e30f)) return {1, lastLevel, 0, 0};
-  if (major <= 1.0f) return {};
-  const float minor = std::max(mean - radius, major * (1.0f / 4096.0f));
+void addProbe(std::span<const TextureRead> reads, const TexelTables& tables, const Probe& probe, std::size_t i,
+              std::span<Lane4> samples) {
+  for (const TextureRead& read : reads) {
+    const std::uint8_t components = fetchedComponents(read);
+    Texels texels = sampleBilinear(read, components, tables, probe.fine);
+    if (probe.needsCoarse) {
+      const Texels coarse = sampleBilinear(read, components, tables, probe.coarse);
+      for (int c = 0; c < 4; ++c) texels.component[c] = mix(texels.component[c], coarse.component[c], probe.share);
+    }
+    for (int c = 0; c < 4; ++c) {
+      if ((components >> c & 1) == 0) continue;
+      Lane& sum = laneOf(samples[read.sample], c);
+      store(load(sum, i) + hn::IfThenElseZero(probe.isActive, texels.component[c]), sum, i);
+    }
+  }
+}
 
-  FilterPlan plan;
-  const float ratio = std::sqrt(major / minor);
-  plan.sampleCount = std::clamp(static_cast<int>(ratio - 0.01f) + 1, 1, maximumAnisotropy);
-  const auto count = static_cast<float>(plan.sampleCount);
-  plan.level = std::clamp(0.5f * fastLog2(std::max(major / (count * count), 1e-6f)), 0.0f, lastLevel);
-  if (plan.sampleCount == 1) return plan;
+/// Turns sums into means, and colour weighted by alpha back into colour.
+void finishSamples(const TextureRead& read, FloatVector spacing, std::size_t i, Lane4& sample) {
+  const std::uint8_t components = fetchedComponents(read);
+  for (int c = 0; c < 4; ++c) {
+    Lane& lane = laneOf(sample, c);
+    if (components >> c & 1) store(load(lane, i) * spacing, lane, i);
+  }
+  if ((components & alphaComponent) == 0) store(all(1.0f), sample.w, i);
+  if (!read.pyramid->isPremultiplied()) return;
+  const FloatVector alpha = load(sample.w, i);
+  const FloatVector scale = hn::IfThenElse(hn::Gt(alpha, all(0.0f)), all(1.0f) / alpha, all(1.0f));
+  store(load(sample.x, i) * scale, sample.x, i);
+  store(load(sample.y, i) * scale, sample.y, i);
+  store(load(sample.z, i) * scale, sample.z, i);
+}
 
-  // The long axis is the eigenvector of the larger eigenvalue; of its two forms, the one without cancellation.
-  const float axisU = difference >= 0.0f ? major - c : b;
-  const float axisV = difference >= 0.0f ? b : major - a;
-  const float axisLength = std::sqrt(axisU * axisU + axisV * axisV);
-  if (!(axisLength > 0.0f)) return plan;
-  const float scale = std::sqrt(major) / axisLength;
-  plan.stepU = axisU * scale / width;
-  plan.stepV = axisV * scale / height;
-  return plan;
+/// Samples textures that share footprints, for one vector of fragments.
+void sampleShared(std::span<const TextureRead> reads, const TexelTables& tables, const CoordinateLanes& coordinates,
+                  std::size_t i, std::span<Lane4> samples) {
+  const device::MaterialSlot& slot = *reads.front().slot;
+  const TexturePyramid& pyramid = *reads.front().pyramid;
+  const LevelTables& levels = pyramid.levelTables();
+  const auto lastLevel = static_cast<float>(pyramid.levels().size() - 1);
+  const Footprints footprints = footprintsOf(coordinates, slot.transform, i);
+  const FilterPlan plan =
+      planFilter(footprints, static_cast<float>(levels.width[0]), static_cast<float>(levels.height[0]), lastLevel);
+  const FloatVector whole = fastFloor(plan.level);
+  const Levels fine = lookUpLevels(levels, hn::ConvertTo(Integers(), whole));
+  const Levels coarse = lookUpLevels(levels, hn::ConvertTo(Integers(), smaller(whole + all(1.0f), all(lastLevel))));
+  Probe probe;
+  probe.share = plan.level - whole;
+  probe.needsCoarse = !hn::AllTrue(Floats(), hn::Eq(probe.share, hn::Zero(Floats())));
+
+  for (const TextureRead& read : reads) {
+    for (int c = 0; c < 4; ++c) store(hn::Zero(Floats()), laneOf(samples[read.sample], c), i);
+  }
+  const FloatVector spacing = all(1.0f) / plan.sampleCount;
+  for (int k = 0; k < maximumAnisotropy; ++k) {
+    const FloatVector number = all(static_cast<float>(k));
+    probe.isActive = hn::Lt(number, plan.sampleCount);
+    if (hn::AllFalse(Floats(), probe.isActive)) break;
+    const FloatVector along = (number + all(0.5f)) * spacing - all(0.5f);
+    const FloatVector u = footprints.u + plan.stepU * along;
+    const FloatVector v = footprints.v + plan.stepV * along;
+    probe.fine = placesOf(fine, slot.wrapS, slot.wrapT, u, v);
+    probe.coarse = probe.needsCoarse ? placesOf(coarse, slot.wrapS, slot.wrapT, u, v) : probe.fine;
+    addProbe(reads, tables, probe, i, samples);
+  }
+  for (const TextureRead& read : reads) finishSamples(read, spacing, i, samples[read.sample]);
+}
+
+void sampleAll(std::span<const TextureRead> reads, const TexelTables& tables,
+               std::span<const CoordinateLanes> coordinates, std::size_t count, std::span<Lane4> samples) {
+  while (!reads.empty()) {
+    std::size_t size = 1;
+    while (size < reads.size() && reads[size].sharesFootprints) ++size;
+    const CoordinateLanes& lanes = coordinates[reads.front().coordinateSet];
+    for (std::size_t i = 0; i < count; i += hn::Lanes(Floats())) {
+      sampleShared(reads.first(size), tables, lanes, i, samples);
+    }
+    reads = reads.subspan(size);
+  }
 }
 
 }  // namespace
+}  // namespace ornolith::raster::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
 
-simd_float4 sampleTexture(const TexturePyramid& pyramid, const TexelTables& tables, WrapMode wrapS, WrapMode wrapT,
-                          const TextureFootprint& footprint) noexcept {
-  const std::vector<MipLevel>& levels = pyramid.levels();
-  const Decoder decode{pyramid.isSRGB() ? tables.linearFromSRGB.data() : tables.unit.data(), tables.unit.data(),
-                       pyramid.isPremultiplied()};
-  const FilterPlan plan = planFilter(levels.front(), static_cast<float>(levels.size() - 1), footprint);
-  const float whole = fastFloor(plan.level);
-  const float share = plan.level - whole;
-  const auto fine = static_cast<std::size_t>(whole);
-  const MipLevel& fineLevel = levels[fine];
-  const MipLevel& coarseLevel = levels[std::min(fine + 1, levels.size() - 1)];
+#if HWY_ONCE
 
-  simd_float4 sum{};
-  const float spacing = 1.0f / static_cast<float>(plan.sampleCount);
-  for (int i = 0; i < plan.sampleCount; ++i) {
-    const float along = (static_cast<float>(i) + 0.5f) * spacing - 0.5f;
-    const float u = footprint.u + plan.stepU * along;
-    const float v = footprint.v + plan.stepV * along;
-    simd_float4 texel = sampleBilinear(fineLevel, decode, wrapS, wrapT, u, v);
-    if (share > 0.0f) texel = mix(texel, sampleBilinear(coarseLevel, decode, wrapS, wrapT, u, v), share);
-    sum = sum + texel;
-  }
-  return sum * spacing;
+namespace ornolith::raster {
+
+HWY_EXPORT(sampleAll);
+
+bool sharesFootprints(const TextureRead& a, const TextureRead& b) noexcept {
+  const MipLevel& sizeA = a.pyramid->levels().front();
+  const MipLevel& sizeB = b.pyramid->levels().front();
+  return a.coordinateSet == b.coordinateSet && a.slot->wrapS == b.slot->wrapS && a.slot->wrapT == b.slot->wrapT &&
+         sizeA.width == sizeB.width && sizeA.height == sizeB.height &&
+         std::equal(std::begin(a.slot->transform), std::end(a.slot->transform), std::begin(b.slot->transform));
+}
+
+void sampleTextures(std::span<const TextureRead> reads, const TexelTables& tables,
+                    std::span<const CoordinateLanes> coordinates, std::size_t count,
+                    std::span<Lane4> samples) noexcept {
+  HWY_DYNAMIC_DISPATCH(sampleAll)(reads, tables, coordinates, count, samples);
 }
 
 }  // namespace ornolith::raster
+
+#endif

@@ -87,6 +87,32 @@ TEST(TexturePyramid, IsTheSameOnAnyNumberOfThreads) {
   EXPECT_EQ(results[0], results[2]);
 }
 
+/// Texture coordinates at a pixel centre with their change from one pixel to the next.
+struct TextureFootprint {
+  float u = 0, v = 0;
+  float dudx = 0, dvdx = 0;  ///< Per pixel to the right.
+  float dudy = 0, dvdy = 0;  ///< Per pixel downwards.
+};
+
+/// One fragment's sample.
+simd_float4 sampleTexture(const TexturePyramid& pyramid, const TexelTables& tables, device::WrapMode wrapS,
+                          device::WrapMode wrapT, const TextureFootprint& footprint) {
+  device::MaterialSlot slot;
+  slot.wrapS = wrapS;
+  slot.wrapT = wrapT;
+  const auto lanes = std::make_unique<CoordinateLanes>();
+  lanes->u[0] = footprint.u;
+  lanes->v[0] = footprint.v;
+  lanes->dudx[0] = footprint.dudx;
+  lanes->dvdx[0] = footprint.dvdx;
+  lanes->dudy[0] = footprint.dudy;
+  lanes->dvdy[0] = footprint.dvdy;
+  const TextureRead read{&pyramid, &slot};
+  const auto sample = std::make_unique<Lane4>();
+  sampleTextures({&read, 1}, tables, {lanes.get(), 1}, 1, {sample.get(), 1});
+  return {sample->x[0], sample->y[0], sample->z[0], sample->w[0]};
+}
+
 simd_float4 sampleAt(const TexturePyramid& pyramid, device::WrapMode wrap, float u, float v) {
   static const TexelTables tables;
   return sampleTexture(pyramid, tables, wrap, wrap, {u, v, 0, 0, 0, 0});

@@ -1,0 +1,332 @@
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "raster/ShadingKernels.cpp"
+#include "raster/ShadingKernels.h"
+
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include <algorithm>
+
+#include "raster/KernelMath-inl.h"
+#include "raster/TileGrid.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ornolith::raster::HWY_NAMESPACE {
+namespace {
+
+constexpr float smallestRoughness = 0.045f;
+constexpr float coatReflectance = 0.04f;
+constexpr float blinnExponentScale = 128.0f;
+
+/// The samples of a batch, and where in it a vector of fragments begins.
+struct Place {
+  std::span<const Lane4> samples;
+  std::size_t i;
+};
+
+HWY_INLINE FloatVector component(const SlotPlan& plan, const Place& place) {
+  const Lane4& sample = place.samples[plan.sample];
+  switch (plan.slot->component) {
+    case device::TextureComponent::green:
+      return load(sample.y, place.i);
+    case device::TextureComponent::blue:
+      return load(sample.z, place.i);
+    case device::TextureComponent::alpha:
+      return load(sample.w, place.i);
+    case device::TextureComponent::red:
+      break;
+  }
+  return load(sample.x, place.i);
+}
+
+/// A scalar property without its intensity.
+HWY_INLINE FloatVector plainScalar(const SlotPlan& plan, const Place& place) {
+  const FloatVector value = plan.isTextured ? component(plan, place) : all(plan.slot->value.x);
+  return value * all(plan.slot->factor.x);
+}
+
+/// A scalar property: times the intensity, limited to 0..1.
+HWY_INLINE FloatVector scalar(const SlotPlan& plan, const Place& place) {
+  return saturate(plainScalar(plan, place) * all(plan.slot->intensity));
+}
+
+/// The colour of a property, times its factor and intensity.
+HWY_INLINE FloatVector3 color(const SlotPlan& plan, const Place& place) {
+  const device::MaterialSlot& slot = *plan.slot;
+  const FloatVector3 scale =
+      all(simd_float3{slot.factor.x * slot.intensity, slot.factor.y * slot.intensity, slot.factor.z * slot.intensity});
+  if (!plan.isTextured) return all(simd_float3{slot.value.x, slot.value.y, slot.value.z}) * scale;
+  const Lane4& sample = place.samples[plan.sample];
+  return FloatVector3{load(sample.x, place.i), load(sample.y, place.i), load(sample.z, place.i)} * scale;
+}
+
+HWY_INLINE FloatVector alpha(const SlotPlan& plan, const Place& place) {
+  const FloatVector value = plan.isTextured ? load(place.samples[plan.sample].w, place.i) : all(plan.slot->value.w);
+  return value * all(plan.slot->factor.w);
+}
+
+HWY_INLINE FloatVector opacity(const ShadingPlan& plan, const SlotPlan& diffuse, const SlotPlan& transparent,
+                               const FragmentBatch& batch, const Place& place) {
+  const FloatVector transparency = all(plan.material->transparency);
+  if (plan.material->alphaMode == device::AlphaMode::opaque) return saturate(transparency);
+  FloatVector surface = alpha(diffuse, place);
+  if (plan.hasVertexColor) surface = surface * load(batch.color.w, place.i);
+  if (plan.material->alphaMode == device::AlphaMode::blend) {
+    return saturate(transparency * surface * alpha(transparent, place));
+  }
+  const FloatVector masked = saturate(surface * alpha(transparent, place));
+  return hn::IfThenElseZero(hn::Ge(masked, all(plan.maskCutoff)), saturate(transparency));
+}
+
+/// Not normalised: from what is seen to the camera.
+HWY_INLINE FloatVector3 viewRay(const ViewRays& rays, const FragmentBatch& batch, std::size_t i) {
+  const hn::Rebind<std::uint16_t, Integers> narrow;
+  const IntegerVector pixel = hn::PromoteTo(Integers(), hn::Load(narrow, batch.pixel.data() + i));
+  constexpr int columnBits = 6;
+  static_assert(tileSide == 1 << columnBits);
+  const FloatVector column = hn::ConvertTo(Floats(), hn::And(pixel, hn::Set(Integers(), tileSide - 1)));
+  const FloatVector row = hn::ConvertTo(Floats(), hn::ShiftRight<columnBits>(pixel));
+  return all(rays.origin) + all(rays.perX) * column + all(rays.perY) * row;
+}
+
+HWY_INLINE FloatVector3 unit(FloatVector3 v) {
+  return v * inverseRoot(dot(v, v));
+}
+
+/// Unit normals of the front side: interpolated, else the facet's, else toward the camera.
+HWY_INLINE FloatVector3 surfaceNormal(const ViewRays& rays, const FragmentBatch& batch, std::size_t i) {
+  FloatVector3 normal = load(batch.normal, i);
+  FloatVector squared = dot(normal, normal);
+  FloatMask isSound = isUsable(squared);
+  if (HWY_LIKELY(hn::AllTrue(Floats(), isSound))) return normal * inverseRoot(squared);
+  normal = select(isSound, normal, load(batch.facet, i));
+  squared = dot(normal, normal);
+  isSound = isUsable(squared);
+  normal = select(isSound, normal, viewRay(rays, batch, i) * load(batch.face, i));
+  return unit(normal);
+}
+
+/// The normal tilted by the normal map: x along the tangent, y along cross(normal, tangent) * handedness.
+HWY_INLINE FloatVector3 mappedNormal(const SlotPlan& plan, const Place& place, const FragmentBatch& batch,
+                                     FloatVector3 n) {
+  const Lane4& map = place.samples[plan.sample];
+  const FloatVector3 raw{load(batch.tangent.x, place.i), load(batch.tangent.y, place.i),
+                         load(batch.tangent.z, place.i)};
+  const FloatVector3 along = raw - n * dot(n, raw);
+  const FloatVector alongSquared = dot(along, along);
+  const FloatVector3 t = along * inverseRoot(alongSquared);
+  const FloatVector3 b = cross(n, t) * load(batch.tangent.w, place.i);
+  const FloatVector one = all(1.0f), two = all(2.0f), intensity = all(plan.slot->intensity);
+  const FloatVector x = (load(map.x, place.i) * two - one) * intensity;
+  const FloatVector y = (load(map.y, place.i) * two - one) * intensity;
+  const FloatVector z = load(map.z, place.i) * two - one;
+  const FloatVector3 tilted = t * x + b * y + n * z;
+  const FloatVector squared = dot(tilted, tilted);
+  return select(hn::And(isUsable(alongSquared), isUsable(squared)), tilted * inverseRoot(squared), n);
+}
+
+/// What specular terms take of one light at one fragment.
+struct Cosines {
+  FloatVector nl, nv, nh, vh;
+};
+
+HWY_INLINE FloatVector3 halfway(FloatVector3 view, FloatVector3 l) {
+  const FloatVector3 sum = l + view;
+  const FloatVector squared = dot(sum, sum);
+  return sum * hn::IfThenElseZero(hn::Gt(squared, all(1e-12f)), inverseRoot(squared));
+}
+
+HWY_INLINE FloatVector viewCosine(FloatVector3 normal, FloatVector3 view) {
+  return larger(hn::Abs(dot(normal, view)), all(1e-4f));
+}
+
+HWY_INLINE Cosines cosines(FloatVector3 view, FloatVector3 normal, FloatVector3 l) {
+  const FloatVector3 h = halfway(view, l);
+  return {dot(normal, l), viewCosine(normal, view), saturate(dot(normal, h)), saturate(dot(view, h))};
+}
+
+/// (1 - cosine)^5 of Schlick's Fresnel.
+HWY_INLINE FloatVector grazing(FloatVector cosine) {
+  const FloatVector m = all(1.0f) - cosine;
+  return m * m * m * m * m;
+}
+
+/// Distribution * visibility * N.L * pi.
+HWY_INLINE FloatVector ggxLobe(FloatVector roughness, const Cosines& c) {
+  const FloatVector one = all(1.0f);
+  const FloatVector rough =
+      hn::IfThenElse(hn::Gt(roughness, all(smallestRoughness)), roughness, all(smallestRoughness));
+  const FloatVector alpha = rough * rough;
+  const FloatVector alpha2 = alpha * alpha;
+  // 1 - nh^2 (1 - alpha2), in the form that keeps its digits near the peak.
+  const FloatVector denominator = (one - c.nh * c.nh) + c.nh * c.nh * alpha2;
+  const FloatVector distribution = alpha2 / (denominator * denominator);
+  const FloatVector nl = positive(c.nl);
+  const FloatVector visibility = all(0.5f) / (nl * hn::Sqrt(c.nv * c.nv * (one - alpha2) + alpha2) +
+                                              c.nv * hn::Sqrt(nl * nl * (one - alpha2) + alpha2));
+  return distribution * visibility * nl;
+}
+
+/// Light of one fragment on its way to the camera.
+struct Light {
+  FloatVector3 diffuse, highlight;
+};
+
+/// The part of physically based shading that no light changes.
+struct PhysicalSurface {
+  FloatVector roughness, metalness;
+  FloatVector3 f0;  ///< Reflectance straight on.
+  FloatVector f90;  ///< Edge on.
+  FloatVector coatRoughness;
+  FloatVector coat;  ///< The share of light that the coat reflects instead of the surface.
+};
+
+HWY_INLINE PhysicalSurface physicalSurface(const ShadingPlan& plan, const Place& place, FloatVector3 base,
+                                           FloatVector3 coatNormal, FloatVector3 view) {
+  PhysicalSurface s;
+  s.roughness = scalar(plan.roughness, place);
+  s.metalness = scalar(plan.metalness, place);
+  const FloatVector3 f0 = all(plan.material->dielectricF0);
+  s.f0 = f0 + (base - f0) * s.metalness;
+  const FloatVector f90 = all(plan.material->dielectricF90);
+  s.f90 = f90 + (all(1.0f) - f90) * s.metalness;
+  s.coat = hn::Zero(Floats());
+  s.coatRoughness = hn::Zero(Floats());
+  if (!plan.hasClearCoat) return s;
+  s.coatRoughness = scalar(plan.clearCoatRoughness, place);
+  const FloatVector fresnel =
+      all(coatReflectance) + all(1.0f - coatReflectance) * grazing(smaller(viewCosine(coatNormal, view), all(1.0f)));
+  s.coat = scalar(plan.clearCoat, place) * fresnel;
+  return s;
+}
+
+HWY_INLINE FloatVector3 ggx(const device::DirectionalLight& light, const PhysicalSurface& s, FloatVector3 normal,
+                            FloatVector3 view) {
+  const Cosines c = cosines(view, normal, all(-light.direction));
+  const FloatVector edge = grazing(c.vh);
+  const FloatVector lobe = ggxLobe(s.roughness, c);
+  const FloatVector3 reflected{s.f0.x + (s.f90 - s.f0.x) * edge, s.f0.y + (s.f90 - s.f0.y) * edge,
+                               s.f0.z + (s.f90 - s.f0.z) * edge};
+  return FloatVector3{all(light.color.x) * lobe, all(light.color.y) * lobe, all(light.color.z) * lobe} * reflected;
+}
+
+HWY_INLINE FloatVector3 blinn(const device::DirectionalLight& light, FloatVector exponent, FloatVector3 specular,
+                              FloatVector3 normal, FloatVector3 view) {
+  const Cosines c = cosines(view, normal, all(-light.direction));
+  const FloatVector lobe = hn::IfThenElseZero(hn::Gt(c.nl, hn::Zero(Floats())), fastPow(c.nh, exponent));
+  return FloatVector3{all(light.color.x) * lobe, all(light.color.y) * lobe, all(light.color.z) * lobe} * specular;
+}
+
+HWY_INLINE FloatVector3 diffuseLight(const LightRig& lights, FloatVector3 normal) {
+  FloatVector3 sum = all(simd_float3{});
+  for (const device::DirectionalLight& light : lights.directional) {
+    const FloatVector3 l = all(-light.direction);
+    const FloatVector facing = positive(normal.x * l.x + normal.y * l.y + normal.z * l.z);
+    sum = sum + all(light.color) * facing;
+  }
+  return sum;
+}
+
+/// The share of ambient light that arrives: 1 brought toward the property's value by its intensity.
+HWY_INLINE FloatVector occlusion(const SlotPlan& plan, const Place& place) {
+  return saturate(all(1.0f) + (plainScalar(plan, place) - all(1.0f)) * all(plan.slot->intensity));
+}
+
+/// Physically based: diffuse and ambient light, highlights and the coat over them all.
+HWY_INLINE FloatVector3 physicalLight(const ShadingPlan& plan, const LightRig& lights, const Place& place,
+                                      FloatVector3 base, FloatVector3 normal, FloatVector3 coatNormal,
+                                      FloatVector3 view, FloatVector3 emitted) {
+  const PhysicalSurface s = physicalSurface(plan, place, base, coatNormal, view);
+  FloatVector3 highlight = all(simd_float3{});
+  for (const device::DirectionalLight& light : lights.directional) {
+    highlight = highlight + ggx(light, s, normal, view);
+  }
+  const FloatVector3 even = all(lights.ambient) * occlusion(plan.ambientOcclusion, place);
+  const FloatVector3 surface =
+      base * (diffuseLight(lights, normal) * (all(1.0f) - s.metalness) + even) + highlight + emitted;
+  if (!plan.hasClearCoat) return surface;
+  FloatVector3 mirrored = even;
+  for (const device::DirectionalLight& light : lights.directional) {
+    const FloatVector lobe = ggxLobe(s.coatRoughness, cosines(view, coatNormal, all(-light.direction)));
+    mirrored = mirrored + all(light.color) * lobe;
+  }
+  return surface * (all(1.0f) - s.coat) + mirrored * s.coat;
+}
+
+HWY_INLINE FloatVector3 plainLight(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays,
+                                   const Place& place, const FragmentBatch& batch, FloatVector3 base,
+                                   FloatVector3 normal, FloatVector3 emitted) {
+  const FloatVector3 even = all(lights.ambient) * occlusion(plan.ambientOcclusion, place);
+  const FloatVector3 surface = base * (diffuseLight(lights, normal) + even);
+  if (!plan.hasSpecular) return surface + emitted;
+  const FloatVector3 view = unit(viewRay(rays, batch, place.i));
+  const FloatVector3 specular = color(plan.specular, place);
+  const float scaled = plan.material->shininess * blinnExponentScale;
+  const FloatVector exponent = all(scaled > 1.0f ? std::min(scaled, 1024.0f) : 1.0f);
+  FloatVector3 highlight = all(simd_float3{});
+  for (const device::DirectionalLight& light : lights.directional) {
+    highlight = highlight + blinn(light, exponent, specular, normal, view);
+  }
+  return surface + highlight + emitted;
+}
+
+HWY_INLINE FloatVector3 shadedColor(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays,
+                                    const Place& place, const FragmentBatch& batch) {
+  FloatVector3 base = color(plan.diffuse, place);
+  if (plan.hasVertexColor) {
+    base =
+        base * FloatVector3{load(batch.color.x, place.i), load(batch.color.y, place.i), load(batch.color.z, place.i)};
+  }
+  const FloatVector3 emitted = plan.hasEmission ? color(plan.emission, place) : all(simd_float3{});
+  if (!plan.isLit) return base + emitted;
+  const FloatVector face = load(batch.face, place.i);
+  const FloatVector3 smooth = surfaceNormal(rays, batch, place.i);
+  const FloatVector3 normal = (plan.hasNormalMap ? mappedNormal(plan.normal, place, batch, smooth) : smooth) * face;
+  if (!plan.isPhysical) return plainLight(plan, lights, rays, place, batch, base, normal, emitted);
+  const FloatVector3 view = unit(viewRay(rays, batch, place.i));
+  return physicalLight(plan, lights, place, base, normal, smooth * face, view, emitted);
+}
+
+void lightFragments(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays,
+                    std::span<const Lane4> samples, FragmentBatch& batch) {
+  for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
+    const Place place{samples, i};
+    const FloatVector3 result = shadedColor(plan, lights, rays, place, batch);
+    store(result.x, batch.result.x, i);
+    store(result.y, batch.result.y, i);
+    store(result.z, batch.result.z, i);
+    store(opacity(plan, plan.diffuse, plan.transparent, batch, place), batch.result.w, i);
+  }
+}
+
+void weighFragments(const ShadingPlan& plan, const SlotPlan& diffuse, const SlotPlan& transparent,
+                    std::span<const Lane4> samples, FragmentBatch& batch) {
+  for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
+    store(opacity(plan, diffuse, transparent, batch, {samples, i}), batch.result.w, i);
+  }
+}
+
+}  // namespace
+}  // namespace ornolith::raster::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace ornolith::raster {
+
+HWY_EXPORT(lightFragments);
+HWY_EXPORT(weighFragments);
+
+void computeLight(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, std::span<const Lane4> samples,
+                  FragmentBatch& batch) noexcept {
+  HWY_DYNAMIC_DISPATCH(lightFragments)(plan, lights, rays, samples, batch);
+}
+
+void computeOpacity(const ShadingPlan& plan, const SlotPlan& diffuse, const SlotPlan& transparent,
+                    std::span<const Lane4> samples, FragmentBatch& batch) noexcept {
+  HWY_DYNAMIC_DISPATCH(weighFragments)(plan, diffuse, transparent, samples, batch);
+}
+
+}  // namespace ornolith::raster
+
+#endif
