@@ -2,45 +2,38 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "foundation/FileURL.h"
 #include "foundation/JSON.h"
-#include "imaging/EncodedImage.h"
+#include "loaders/gltf/GLTFBuffers.h"
 #include "scenegraph/SCNMaterial.h"
 
 namespace ornolith {
 
-/// Where the bytes of images are found. Each gives nothing where there are none; none throws but for lack of memory.
-struct GLTFImageSources {
-  /// The bytes of a buffer view, with what keeps them alive.
-  std::function<std::optional<EncodedImage>(std::size_t bufferView)> bufferView;
-  /// The file that a URI without a scheme names, inside the folders that files may come from.
-  std::function<std::optional<FileURL>(const std::string& uri)> file;
-};
-
 /// The images of a glTF document as contents of material properties: a file by its URL; a buffer view or a data URI as
-/// its encoded bytes. Nothing is decoded here. However many textures use an image, they share one object, and so it is
-/// decoded once.
+/// its encoded bytes. Nothing is decoded here. However many images name the same file or bytes, they share one object,
+/// and so it is decoded once.
 class GLTFImages {
  public:
-  /// `root` is the document's top object; it must outlive this one.
-  GLTFImages(const JSONElement& root, GLTFImageSources sources);
+  /// `root` is the document's top object; its document and `buffers` must outlive this object.
+  GLTFImages(const JSONElement& root, GLTFBuffers& buffers);
 
-  /// The contents that show image `index`; no contents where there is no such image or its bytes are not there.
+  /// The contents that show image `index`; no contents where there is no such image, where its bytes are not there, and
+  /// where bytes inside the document are no image of a known kind.
   const SCNMaterialContents& contents(std::size_t index);
 
  private:
-  SCNMaterialContents read(const JSONElement& image) const;
+  SCNMaterialContents read(const JSONElement& image);
 
-  GLTFImageSources sources_;
+  GLTFBuffers& buffers_;
   std::vector<JSONElement> images_;
-  std::vector<std::optional<SCNMaterialContents>> contents_;
+  std::vector<std::optional<SCNMaterialContents>> contents_;  // By image.
+  std::map<GLTFIndex, SCNMaterialContents> contentsByView_;
+  std::map<std::string, SCNMaterialContents, std::less<>> contentsByURI_;
 };
 
 }  // namespace ornolith

@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -10,6 +11,8 @@
 
 #include "foundation/JSON.h"
 #include "loaders/gltf/GLTFImages.h"
+#include "loaders/gltf/GLTFSpecularGlossiness.h"
+#include "loaders/gltf/GLTFTextures.h"
 #include "scenegraph/SCNMaterial.h"
 
 namespace ornolith {
@@ -23,32 +26,42 @@ struct GLTFMaterialNeeds {
   auto operator<=>(const GLTFMaterialNeeds&) const = default;
 };
 
-/// The materials of a glTF 2.0 document (section 3.9 and the material extensions of Khronos). Each is made once for
-/// each kind of need, and shared. A value that has not the type it should have counts as absent, a texture or image
-/// that is not there as no texture; nothing here fails the load.
+/// The materials of a glTF 2.0 document (section 3.9): metallic and rough ones with their textures, and what the
+/// scene graph can show of the extensions KHR_materials_unlit, emissive_strength, pbrSpecularGlossiness, specular, ior
+/// and clearcoat. Each is made once for each kind of need, and shared. A value that has not the type it should have
+/// counts as absent, a texture or image that is not there as no texture; nothing here fails the load.
 class GLTFMaterials {
  public:
-  /// `root` is the document's top object; it and `images` must outlive this one.
+  /// `root` is the document's top object; its document and `images` must outlive this object.
   GLTFMaterials(const JSONElement& root, GLTFImages& images);
 
   std::size_t count() const noexcept { return materials_.size(); }
 
-  /// The material, physically based or, where it is unlit, constant. Without an index, or with one of no material, the
-  /// default material of glTF: white, metallic and rough throughout, single-sided.
-  std::shared_ptr<SCNMaterial> material(std::optional<std::size_t> index, GLTFMaterialNeeds needs = {});
+  /// The material. Without an index, or with one of no material, the default material of glTF: white, metallic and
+  /// rough throughout, single-sided.
+  std::shared_ptr<SCNMaterial> material(std::optional<std::uint32_t> index, GLTFMaterialNeeds needs = {});
+
+  /// Gives the materials made so far their own lighting models: constant where they are unlit, else physically based.
+  void restoreLightingModels() const;
 
   /// Whether drawing the material takes tangents, since it has a normal map.
-  bool needsTangents(std::optional<std::size_t> index) const;
+  bool needsTangents(std::optional<std::uint32_t> index);
 
   /// The set of texture coordinates that the normal map uses and that tangents follow from; 0 where there is none.
-  std::size_t normalTexcoordSet(std::optional<std::size_t> index) const;
+  std::size_t normalTexcoordSet(std::optional<std::uint32_t> index) const;
 
  private:
-  GLTFImages& images_;
+  using Key = std::pair<std::optional<std::uint32_t>, GLTFMaterialNeeds>;
+  struct Made {
+    std::shared_ptr<SCNMaterial> material;
+    SCNLightingModel lightingModel = SCNLightingModelPhysicallyBased;
+  };
+  std::optional<JSONElement> find(std::optional<std::uint32_t> index) const;
+
   std::vector<JSONElement> materials_;
-  std::vector<JSONElement> textures_;
-  std::vector<JSONElement> samplers_;
-  std::map<std::pair<std::optional<std::size_t>, GLTFMaterialNeeds>, std::shared_ptr<SCNMaterial>> made_;
+  GLTFTextures textures_;
+  SpecularGlossinessConverter converter_;
+  std::map<Key, Made> made_;
 };
 
 }  // namespace ornolith

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "foundation/JSON.h"
+#include "loaders/gltf/GLTFImages.h"
+#include "scenegraph/SCNMaterial.h"
+
+namespace ornolith {
+
+/// The textures and samplers of a glTF document.
+class GLTFTextures {
+ public:
+  /// `root` is the document's top object; its document and `images` must outlive this object.
+  GLTFTextures(const JSONElement& root, GLTFImages& images);
+
+  /// Makes `property` show the texture that `info`, a texture info object, names, with its set of texture coordinates,
+  /// its sampler's wrap modes (repeat where it has none) and its KHR_texture_transform. Of an image in several formats
+  /// the WebP one counts (EXT_texture_webp), else the plain one. Nothing changes, and the answer is false, where there
+  /// is no image to show. The filters of samplers do not count: every texture is filtered over its mip levels.
+  bool apply(const std::optional<JSONElement>& info, SCNMaterialProperty& property);
+
+  /// The set of texture coordinates that `info` asks for.
+  static int texcoordSet(const JSONElement& info);
+
+ private:
+  const SCNMaterialContents& contentsOf(const JSONElement& texture);
+  void applySampler(const JSONElement& texture, SCNMaterialProperty& property) const;
+
+  GLTFImages& images_;
+  std::vector<JSONElement> textures_;
+  std::vector<JSONElement> samplers_;
+};
+
+}  // namespace ornolith
