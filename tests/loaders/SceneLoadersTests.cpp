@@ -7,19 +7,10 @@
 
 #include "loaders/SceneLoadError.h"
 #include "loaders/SceneLoaders.h"
+#include "support/FailureOf.h"
 
 namespace ornolith {
 namespace {
-
-template <typename Call>
-std::string failureOf(const Call& call) {
-  try {
-    call();
-  } catch (const SceneLoadError& error) {
-    return error.errorDescription();
-  }
-  return "nothing was thrown";
-}
 
 TEST(SceneLoadError, NamesAnUnsupportedMeshFormatInCapitals) {
   const SceneLoadError error(scene_load_error::UnsupportedModelIOFormat{ModelFormat::ply});

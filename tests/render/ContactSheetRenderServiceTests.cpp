@@ -15,6 +15,7 @@
 #include "render/ContactSheetRenderService.h"
 #include "scene/SceneController.h"
 #include "scenegraph/SCNScene.h"
+#include "support/FailureOf.h"
 
 namespace ornolith {
 namespace {
@@ -95,15 +96,6 @@ Pixel pixelAt(const Image& image, std::int64_t x, std::int64_t y) {
 
 RenderBackground filledWith(double r, double g, double b) {
   return {.color = RenderRGBAColor{.red = r, .green = g, .blue = b, .alpha = 1}};
-}
-
-std::string failureOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.errorDescription();
-  }
-  return "nothing was thrown";
 }
 
 class ContactSheet : public testing::Test {

@@ -9,6 +9,7 @@
 #include "SceneFixtures.h"
 #include "parts/ExplicitPoseRuntimeError.h"
 #include "scene/ExplicitPoses.h"
+#include "support/FailureOf.h"
 
 namespace ornolith {
 namespace {
@@ -30,15 +31,6 @@ SCNMatrix4 shearedMatrix() {
   SCNMatrix4 matrix;
   matrix.columns[1].x = 0.001;
   return matrix;
-}
-
-std::string failureOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.errorDescription();
-  }
-  return "nothing was thrown";
 }
 
 /// Base (fbx:1) > Arm (fbx:2) > Hand (fbx:3), all of one authored hierarchy; Arm is one above.

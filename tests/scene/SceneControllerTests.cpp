@@ -8,6 +8,7 @@
 #include "SceneFixtures.h"
 #include "foundation/Math.h"
 #include "scene/SceneController.h"
+#include "support/FailureOf.h"
 
 namespace ornolith {
 namespace {
@@ -30,15 +31,6 @@ ViewportModelInstance instanceOf(ModelFormat format, const std::string& path) {
   instance.format = format;
   instance.modelPath = path;
   return instance;
-}
-
-std::string failureOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.errorDescription();
-  }
-  return "nothing was thrown";
 }
 
 /// Direction of a node's negative z in world space.
