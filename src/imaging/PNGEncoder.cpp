@@ -5,115 +5,71 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <span>
 #include <utility>
 
 #include "foundation/Parallel.h"
-#include "imaging/DeflateSplice.h"
+#include "imaging/DeflateCompressor.h"
+#include "imaging/PNGRowFilter.h"
 
 namespace ornolith {
 
 namespace {
 
-constexpr int compressionLevel = 4;
-
 /// How many bytes are filtered and compressed as one task. It is part of the output: the compressor's window starts
 /// anew with each strip.
-constexpr std::size_t stripBytes = std::size_t{256} * 1024;
+constexpr std::size_t stripBytes = std::size_t{512} * 1024;
 
 /// A chunk's length must stay below 2^31.
 constexpr std::size_t maximumChunkBytes = std::size_t{1} << 30;
 
-constexpr std::size_t pixelBytes = 4;
-
-// Filters, by the names and numbers of the PNG specification (third edition, 9.2). Of its five, Sub and Up are tried:
-// on rendered pictures the other three cost more time and no fewer bytes.
-enum class Filter : std::uint8_t { none = 0, sub = 1, up = 2 };
-
-// The cost of a filtered row: the sum of its bytes as signed distances from zero (the same, 12.7).
-
-std::uint8_t magnitude(std::uint8_t difference) {
-  return std::min(difference, static_cast<std::uint8_t>(-difference));
-}
-
-std::uint32_t filterSub(const std::uint8_t* row, std::uint8_t* out, std::size_t count) {
-  std::uint32_t cost = 0;
-  for (std::size_t i = 0; i < pixelBytes; ++i) {
-    out[i] = row[i];
-    cost += magnitude(out[i]);
-  }
-  for (std::size_t i = pixelBytes; i < count; ++i) {
-    out[i] = static_cast<std::uint8_t>(row[i] - row[i - pixelBytes]);
-    cost += magnitude(out[i]);
-  }
-  return cost;
-}
-
-std::uint32_t filterUp(const std::uint8_t* row, const std::uint8_t* above, std::uint8_t* out, std::size_t count) {
-  std::uint32_t cost = 0;
-  for (std::size_t i = 0; i < count; ++i) {
-    out[i] = static_cast<std::uint8_t>(row[i] - above[i]);
-    cost += magnitude(out[i]);
-  }
-  return cost;
-}
-
-/// Writes the filter's number and the filtered row to `out`; `above` is null for the first row. `spare` has room for a
-/// row.
-void filterRow(const std::uint8_t* row, const std::uint8_t* above, std::uint8_t* out, std::uint8_t* spare,
-               std::size_t rowBytes) {
-  Filter filter = Filter::sub;
-  if (above != nullptr && std::memcmp(row, above, rowBytes) == 0) {
-    filter = Filter::up;
-    std::memset(out + 1, 0, rowBytes);
-  } else {
-    const std::uint32_t subCost = filterSub(row, out + 1, rowBytes);
-    if (above != nullptr && filterUp(row, above, spare, rowBytes) < subCost) {
-      filter = Filter::up;
-      std::memcpy(out + 1, spare, rowBytes);
-    }
-  }
-  out[0] = static_cast<std::uint8_t>(filter);
-}
+/// How many bytes from the middle of a strip tell whether it does better unfiltered.
+constexpr std::size_t sampleBytes = std::size_t{48} * 1024;
 
 /// What one strip needs beside its result. Reused by the strips that follow on the same thread.
 class StripWorkspace {
  public:
-  StripWorkspace() : compressor_(libdeflate_alloc_compressor(compressionLevel)) {
-    if (compressor_ == nullptr) throw std::bad_alloc();
-  }
-  StripWorkspace(const StripWorkspace&) = delete;
-  StripWorkspace& operator=(const StripWorkspace&) = delete;
-  ~StripWorkspace() { libdeflate_free_compressor(compressor_); }
-
   std::span<const std::uint8_t> filter(const Image& image, std::size_t firstRow, std::size_t rowCount) {
-    const std::size_t rowBytes = image.rowBytes();
-    filtered_.resize((rowBytes + 1) * rowCount);
-    spare_.resize(rowBytes);
-    for (std::size_t y = firstRow; y < firstRow + rowCount; ++y) {
-      const std::uint8_t* row = image.pixels.data() + y * rowBytes;
-      filterRow(row, y == 0 ? nullptr : row - rowBytes, filtered_.data() + (y - firstRow) * (rowBytes + 1),
-                spare_.data(), rowBytes);
-    }
+    filterRows(image, firstRow, rowCount, doesBetterUnfiltered(image, firstRow, rowCount));
     return filtered_;
   }
 
-  std::vector<std::byte> compress(std::span<const std::uint8_t> bytes) {
-    compressed_.resize(libdeflate_deflate_compress_bound(compressor_, bytes.size()));
-    const std::size_t size =
-        libdeflate_deflate_compress(compressor_, bytes.data(), bytes.size(), compressed_.data(), compressed_.size());
-    return {compressed_.begin(), compressed_.begin() + static_cast<std::ptrdiff_t>(size)};
+  void compress(std::span<const std::uint8_t> bytes, bool isLast, std::vector<std::byte>& out) {
+    compressor_.compress(bytes, isLast, out);
   }
 
  private:
-  libdeflate_compressor* compressor_;
+  /// Smooth shading in few colours repeats them exactly, while the differences of neighbours vary.
+  bool doesBetterUnfiltered(const Image& image, std::size_t firstRow, std::size_t rowCount) {
+    const std::size_t sampleRows = std::min(std::max<std::size_t>(sampleBytes / image.rowBytes(), 2), rowCount);
+    const std::size_t sampleStart = firstRow + (rowCount - sampleRows) / 2;
+    // The first half is what the other finds its repetitions in, as in the midst of a strip.
+    const std::size_t historyBytes = sampleRows / 2 * (image.rowBytes() + 1);
+    filterRows(image, sampleStart, sampleRows, false);
+    const std::uint64_t filteredCost = compressor_.compressedBitCount(filtered_, historyBytes);
+    filterRows(image, sampleStart, sampleRows, true);
+    return compressor_.compressedBitCount(filtered_, historyBytes) < filteredCost;
+  }
+
+  void filterRows(const Image& image, std::size_t firstRow, std::size_t rowCount, bool isRaw) {
+    const std::size_t rowBytes = image.rowBytes();
+    filtered_.resize((rowBytes + 1) * rowCount);
+    if (firstRow == 0) zeros_.assign(rowBytes, 0);
+    std::uint8_t* out = filtered_.data();
+    for (std::size_t y = firstRow; y < firstRow + rowCount; ++y, out += rowBytes + 1) {
+      const std::uint8_t* const row = image.pixels.data() + y * rowBytes;
+      const std::uint8_t* const above = y == 0 ? zeros_.data() : row - rowBytes;
+      const PNGFilter filter = isRaw ? PNGFilter::none : choosePNGFilter(row, above, rowBytes);
+      out[0] = static_cast<std::uint8_t>(filter);
+      applyPNGFilter(filter, row, above, rowBytes, out + 1);
+    }
+  }
+
+  DeflateCompressor compressor_;
   std::vector<std::uint8_t> filtered_;
-  std::vector<std::uint8_t> spare_;
-  std::vector<std::byte> compressed_;
+  std::vector<std::uint8_t> zeros_;
 };
 
 /// As many workspaces as strips are being worked on at once.
@@ -170,8 +126,7 @@ std::vector<Strip> compressStrips(const Image& image) {
     Strip& strip = strips[index];
     strip.byteCount = filtered.size();
     strip.checksum = libdeflate_adler32(1, filtered.data(), filtered.size());
-    strip.deflated = workspace->compress(filtered);
-    if (index + 1 < strips.size()) openDeflateStream(strip.deflated);
+    workspace->compress(filtered, index + 1 == strips.size(), strip.deflated);
     pool.giveBack(std::move(workspace));
   });
   return strips;

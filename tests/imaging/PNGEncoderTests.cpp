@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <string>
 
 #include "TestImages.h"
 #include "foundation/Parallel.h"
-#include "imaging/DeflateSplice.h"
 #include "imaging/ImageDecoder.h"
 #include "imaging/PNGEncoder.h"
 
@@ -17,6 +19,7 @@ using testing::ByteVector;
 using testing::gradientImage;
 using testing::noiseImage;
 using testing::readPNGByLibrary;
+using testing::writePNG;
 
 struct Chunk {
   std::string type;
@@ -101,9 +104,9 @@ TEST(PNGEncoder, EveryImageComesBackAsItWas) {
 }
 
 TEST(PNGEncoder, SizesAroundAStripsEndComeBack) {
-  // 1023 bytes a row with the filter's byte: 256 rows fill a strip of 256 KiB but for 256 bytes.
+  // 1021 or 1025 bytes a row with the filter's byte: 513 or 511 rows fill a strip of 512 KiB.
   for (const std::uint32_t width : {255U, 256U}) {
-    for (const std::uint32_t height : {254U, 255U, 256U, 257U, 511U, 512U, 513U}) {
+    for (const std::uint32_t height : {510U, 511U, 512U, 513U, 514U, 1021U, 1022U, 1026U, 1027U}) {
       const Image image = noiseImage(width, height, height);
       EXPECT_TRUE(readPNGByLibrary(encodePNG(image)) == image) << width << " x " << height;
     }
@@ -130,61 +133,45 @@ TEST(PNGEncoder, AnyNumberOfThreadsGivesTheSameBytes) {
   EXPECT_TRUE(encodePNG(image) == expected);
 }
 
-ByteVector rawDeflate(const std::string& text, int level, int strategy) {
-  z_stream writer{};
-  EXPECT_EQ(deflateInit2(&writer, level, Z_DEFLATED, -15, 8, strategy), Z_OK);
-  ByteVector out(text.size() * 2 + 1000);
-  writer.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
-  writer.avail_in = static_cast<uInt>(text.size());
-  writer.next_out = reinterpret_cast<Bytef*>(out.data());
-  writer.avail_out = static_cast<uInt>(out.size());
-  EXPECT_EQ(deflate(&writer, Z_FINISH), Z_STREAM_END);
-  out.resize(writer.total_out);
-  deflateEnd(&writer);
-  return out;
+/// How many bytes libpng takes for the picture with its own choice of filters and zlib's level 6.
+std::size_t bytesByLibrary(const Image& image) {
+  std::vector<ByteVector> rows(image.height, ByteVector(image.rowBytes()));
+  for (std::uint32_t y = 0; y < image.height; ++y) std::memcpy(rows[y].data(), image.pixel(0, y), image.rowBytes());
+  return writePNG(image.width, image.height, {}, rows).size();
 }
 
-TEST(DeflateSplice, StreamsOfEveryBlockTypeJoin) {
-  std::mt19937 random(7);
-  for (int round = 0; round < 200; ++round) {
-    std::string expected;
-    ByteVector joined;
-    const int parts = 1 + static_cast<int>(random() % 4);
-    for (int part = 0; part < parts; ++part) {
-      std::string text(random() % (round % 10 == 0 ? 100'000 : 300), '\0');
-      const unsigned range = 1 + random() % 256;
-      for (char& c : text) c = static_cast<char>(random() % range);
-      // Stored, fixed and dynamic blocks, without matches and with.
-      const int level = static_cast<int>(random() % 10);
-      const int strategies[] = {Z_DEFAULT_STRATEGY, Z_FIXED, Z_HUFFMAN_ONLY};
-      ByteVector stream = rawDeflate(text, level, strategies[random() % 3]);
-      if (part + 1 < parts) openDeflateStream(stream);
-      joined.insert(joined.end(), stream.begin(), stream.end());
-      expected += text;
+/// A lit sphere on a clear ground. `roughness` is how far noise may move its colours.
+Image shadedSphere(std::uint32_t side, unsigned roughness) {
+  Image image = blankImage(side, side);
+  std::mt19937 random(3);
+  const double radius = side * 0.42;
+  for (std::uint32_t row = 0; row < side; ++row) {
+    for (std::uint32_t column = 0; column < side; ++column) {
+      const double x = (column - side / 2.0) / radius;
+      const double y = (side / 2.0 - row) / radius;
+      if (x * x + y * y >= 1) continue;
+      const double light = 40 + 180 * std::max(0.0, 0.4 * x + 0.5 * y + 0.77 * std::sqrt(1 - x * x - y * y));
+      std::uint8_t* const pixel = image.pixels.data() + (std::size_t{row} * side + column) * 4;
+      const double noise = roughness == 0 ? 0 : static_cast<double>(random() % roughness);
+      for (std::size_t c = 0; c < 3; ++c) {
+        pixel[c] =
+            static_cast<std::uint8_t>(std::clamp(light * (1 - 0.2 * static_cast<double>(c)) + noise, 0.0, 255.0));
+      }
+      pixel[3] = 255;
     }
-    std::string actual(expected.size() + 1, '\0');
-    z_stream reader{};
-    ASSERT_EQ(inflateInit2(&reader, -15), Z_OK);
-    reader.next_in = reinterpret_cast<Bytef*>(joined.data());
-    reader.avail_in = static_cast<uInt>(joined.size());
-    reader.next_out = reinterpret_cast<Bytef*>(actual.data());
-    reader.avail_out = static_cast<uInt>(actual.size());
-    EXPECT_EQ(inflate(&reader, Z_FINISH), Z_STREAM_END);
-    EXPECT_EQ(reader.avail_in, 0U);
-    actual.resize(reader.total_out);
-    inflateEnd(&reader);
-    EXPECT_TRUE(actual == expected);
   }
+  return image;
 }
 
-TEST(DeflateSplice, RefusesWhatIsNoCompleteStream) {
-  ByteVector stream = rawDeflate("some text, some text, some text", 9, Z_DEFAULT_STRATEGY);
-  stream.pop_back();
-  EXPECT_THROW(openDeflateStream(stream), std::logic_error);
-  ByteVector empty;
-  EXPECT_THROW(openDeflateStream(empty), std::logic_error);
-  ByteVector reserved{std::byte{7}};
-  EXPECT_THROW(openDeflateStream(reserved), std::logic_error);
+TEST(PNGEncoder, RenderedPicturesTakeLittleMoreThanByTheLibrary) {
+  for (const unsigned roughness : {0U, 3U, 10U, 60U}) {
+    const Image image = shadedSphere(512, roughness);
+    const ByteVector file = encodePNG(image);
+    EXPECT_LT(static_cast<double>(file.size()), 1.15 * static_cast<double>(bytesByLibrary(image))) << roughness;
+    EXPECT_TRUE(readPNGByLibrary(file) == image) << roughness;
+  }
+  EXPECT_LT(encodePNG(blankImage(1024, 1024)).size(), 6000U);
+  EXPECT_LT(encodePNG(blankImage(1, 1)).size(), 80U);
 }
 
 }  // namespace

@@ -441,4 +441,70 @@ ByteVector writeHEIC(const Image& image) {
   return out;
 }
 
+// What an orientation says in the tag's own words: where the stored first row and first column belong.
+Image storedFor(const Image& upright, unsigned orientation) {
+  const bool swapsAxes = orientation >= 5;
+  Image stored = swapsAxes ? blankImage(upright.height, upright.width) : blankImage(upright.width, upright.height);
+  for (std::uint32_t row = 0; row < stored.height; ++row) {
+    for (std::uint32_t column = 0; column < stored.width; ++column) {
+      std::uint32_t x = 0;
+      std::uint32_t y = 0;
+      const std::uint32_t right = upright.width - 1;
+      const std::uint32_t bottom = upright.height - 1;
+      switch (orientation) {
+        case 1:
+          x = column, y = row;
+          break;
+        case 2:
+          x = right - column, y = row;
+          break;
+        case 3:
+          x = right - column, y = bottom - row;
+          break;
+        case 4:
+          x = column, y = bottom - row;
+          break;
+        case 5:
+          x = row, y = column;
+          break;
+        case 6:
+          x = right - row, y = column;
+          break;
+        case 7:
+          x = right - row, y = bottom - column;
+          break;
+        case 8:
+          x = row, y = bottom - column;
+          break;
+        default:
+          break;
+      }
+      std::copy_n(upright.pixel(x, y), 4, stored.pixels.begin() + (row * stored.width + column) * 4);
+    }
+  }
+  return stored;
+}
+
+std::vector<unsigned> pixelsOf(const std::optional<Image>& image) {
+  return image ? std::vector<unsigned>(image->pixels.begin(), image->pixels.end()) : std::vector<unsigned>{};
+}
+
+ByteWriter tgaHeader(unsigned type, unsigned width, unsigned height, unsigned bits, unsigned descriptor,
+                     unsigned mapCount, unsigned mapBits, unsigned identifierBytes) {
+  ByteWriter file;
+  file.u8(identifierBytes).u8(mapCount > 0 ? 1 : 0).u8(type).u16(0).u16(mapCount).u8(mapBits);
+  file.u16(0).u16(0).u16(width).u16(height).u8(bits).u8(descriptor).zeros(identifierBytes);
+  return file;
+}
+
+ByteWriter bmpHeader(int width, int height, unsigned bits, unsigned compression, unsigned paletteCount,
+                     std::size_t maskBytes) {
+  ByteWriter file;
+  const auto offset = static_cast<std::uint32_t>(54 + paletteCount * 4 + maskBytes);
+  file.text("BM").u32(0).u32(0).u32(offset).u32(40);
+  file.u32(static_cast<std::uint32_t>(width)).u32(static_cast<std::uint32_t>(height)).u16(1).u16(bits);
+  file.u32(compression).u32(0).u32(0).u32(0).u32(paletteCount).u32(0);
+  return file;
+}
+
 }  // namespace ornolith::testing

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <random>
 #include <string_view>
 #include <vector>
@@ -80,6 +81,19 @@ class ByteWriter {
  private:
   ByteVector bytes_;
 };
+
+/// The pixels of `upright` as a file with `orientation` (Exif's numbers, 1 to 8) stores them.
+Image storedFor(const Image& upright, unsigned orientation);
+
+/// All samples in order; none where there is no image.
+std::vector<unsigned> pixelsOf(const std::optional<Image>& image);
+
+/// A TGA's header; the identifier's bytes are zeros.
+ByteWriter tgaHeader(unsigned type, unsigned width, unsigned height, unsigned bits, unsigned descriptor,
+                     unsigned mapCount = 0, unsigned mapBits = 0, unsigned identifierBytes = 0);
+/// A BMP's headers up to masks and palette. A negative height puts the first row on top.
+ByteWriter bmpHeader(int width, int height, unsigned bits, unsigned compression, unsigned paletteCount,
+                     std::size_t maskBytes = 0);
 
 // Small files of the kinds that libraries write, each of the same picture.
 

@@ -1,0 +1,67 @@
+#include <gtest/gtest.h>
+
+#include "TestImages.h"
+#include "imaging/ImageDecoder.h"
+
+namespace ornolith {
+namespace {
+
+using namespace ornolith::testing;
+
+TEST(TIFFDecoding, EveryLayoutComesBack) {
+  const Image image = noiseImage(37, 23);
+  for (const unsigned bits : {8U, 16U, 32U}) {
+    for (const bool isTiled : {false, true}) {
+      for (const bool isPlanar : {false, true}) {
+        for (const unsigned compression : {1U, 5U, 8U, 32773U}) {
+          const TIFFForm form{.bits = bits, .compression = compression, .isTiled = isTiled, .isPlanar = isPlanar};
+          EXPECT_TRUE(decodeImage(writeTIFF(image, form)) == image)
+              << bits << " " << isTiled << " " << isPlanar << " " << compression;
+        }
+      }
+    }
+  }
+}
+
+TEST(TIFFDecoding, GreyRGBAndPalettesAreExpanded) {
+  const Image image = noiseImage(20, 12);
+  EXPECT_TRUE(decodeImage(writeTIFF(image, {.samples = 3})) == opaque(image));
+  Image grey = image;
+  for (std::size_t i = 0; i < grey.pixels.size(); i += 4) grey.pixels[i + 1] = grey.pixels[i + 2] = grey.pixels[i];
+  EXPECT_TRUE(decodeImage(writeTIFF(image, {.samples = 1})) == opaque(grey));
+  EXPECT_TRUE(decodeImage(writeTIFF(image, {.samples = 2})) == grey);
+  Image colored = opaque(image);
+  for (std::size_t i = 0; i < colored.pixels.size(); i += 4) {
+    const std::uint8_t index = image.pixels[i];
+    colored.pixels[i + 1] = static_cast<std::uint8_t>(255 - index);
+    colored.pixels[i + 2] = index ^ 85U;
+  }
+  EXPECT_TRUE(decodeImage(writeTIFF(image, {.samples = 1, .isPalette = true})) == colored);
+}
+
+TEST(TIFFDecoding, PremultipliedAlphaIsUndone) {
+  Image image = gradientImage(16, 16);
+  for (std::size_t i = 3; i < image.pixels.size(); i += 4) image.pixels[i] = 128;
+  const std::optional<Image> decoded = decodeImage(writeTIFF(image, {.isPremultiplied = true}));
+  ASSERT_TRUE(decoded);
+  EXPECT_LE(largestDifference(*decoded, image), 1);
+}
+
+TEST(TIFFDecoding, TheOrientationIsApplied) {
+  const Image upright = noiseImage(7, 5);
+  for (unsigned orientation = 1; orientation <= 8; ++orientation) {
+    const ByteVector file = writeTIFF(storedFor(upright, orientation), {.orientation = orientation});
+    EXPECT_TRUE(decodeImage(file) == upright) << orientation;
+  }
+  // Also where the library converts.
+  Image grey = opaque(upright);
+  for (unsigned orientation = 1; orientation <= 8; ++orientation) {
+    const TIFFForm form{.samples = 1, .orientation = orientation, .isPalette = true};
+    EXPECT_TRUE(decodeImage(writeTIFF(storedFor(upright, orientation), form)) ==
+                decodeImage(writeTIFF(upright, {.samples = 1, .isPalette = true})))
+        << orientation;
+  }
+}
+
+}  // namespace
+}  // namespace ornolith
