@@ -9,7 +9,10 @@ namespace ornolith::raster {
 inline constexpr std::size_t batchSize = 128;
 inline constexpr std::size_t maximumCoordinateSets = 10;  ///< No material has more properties than that.
 
-using Lane = std::array<float, batchSize>;
+/// What whole vectors may touch behind the last element of a batch.
+inline constexpr std::size_t laneReserve = 16;
+
+using Lane = std::array<float, batchSize + laneReserve>;
 
 struct Lane3 {
   alignas(64) Lane x{}, y{}, z{};
@@ -28,8 +31,8 @@ struct CoordinateLanes {
 /// fragment is computed along and means nothing. Only what the item's plan asks for is filled.
 struct FragmentBatch {
   std::size_t count = 0;
-  alignas(64) std::array<std::uint16_t, batchSize> pixel{};  ///< Number within the tile.
-  alignas(64) Lane face{};                                   ///< -1 for the back of a face, +1 otherwise.
+  alignas(64) std::array<std::uint16_t, batchSize + laneReserve> pixel{};  ///< Number within the tile.
+  alignas(64) Lane face{};                                                 ///< -1 for the back of a face, +1 otherwise.
   Lane3 normal;   ///< Interpolated, of any length, possibly zero; the side that counts as the front.
   Lane3 facet;    ///< The normal to fall back to; zero where there is none.
   Lane4 tangent;  ///< w is the handedness; zero where there is none.

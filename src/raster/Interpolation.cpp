@@ -4,19 +4,18 @@
 #include <cmath>
 #include <limits>
 
+#include "raster/InterpolationKernels.h"
+
 namespace ornolith::raster {
 
-/// Weights of the three corners per fragment, and their change from pixel to pixel.
-struct PrimitiveAttributes::Weights {
-  std::array<Lane, 3> at;
-  std::array<Lane, 3> perX;
-  std::array<Lane, 3> perY;
-  std::array<double, batchSize> scale;  ///< 1 over the sum of the planes: proportional to the distance.
+/// The attributes that a plan asks for, and where they go.
+struct PrimitiveAttributes::Outputs {
+  std::array<CornerValues, 10> values;
+  std::size_t valueCount = 0;
+  std::array<CornerGradients, 2 * maximumCoordinateSets> gradients;
+  std::size_t gradientCount = 0;
 
-  void interpolate(const std::array<Lane, 3>& weights, std::size_t count, float a, float b, float c,
-                   float* out) const noexcept {
-    for (std::size_t i = 0; i < count; ++i) out[i] = weights[0][i] * a + weights[1][i] * b + weights[2][i] * c;
-  }
+  void add(float a, float b, float c, float* out) { values[valueCount++] = {{a, b, c}, out}; }
 };
 
 namespace {
@@ -95,16 +94,16 @@ void PrimitiveAttributes::setTrianglePlanes(std::span<const ClipPoint> points) n
   for (std::size_t k = 0; k < 3; ++k) {
     const ClipPoint& a = points[(k + 1) % 3];
     const ClipPoint& b = points[(k + 2) % 3];
-    planeX_[k] = a.y * b.w - b.y * a.w;
-    planeY_[k] = b.x * a.w - a.x * b.w;
-    planeC_[k] = a.x * b.y - b.x * a.y;
+    planes_.x[k] = a.y * b.w - b.y * a.w;
+    planes_.y[k] = b.x * a.w - a.x * b.w;
+    planes_.c[k] = a.x * b.y - b.x * a.y;
   }
-  const double volume = planeX_[0] * points[0].x + planeY_[0] * points[0].y + planeC_[0] * points[0].w;
+  const double volume = planes_.x[0] * points[0].x + planes_.y[0] * points[0].y + planes_.c[0] * points[0].w;
   if (volume >= 0) return;
   for (std::size_t k = 0; k < 3; ++k) {
-    planeX_[k] = -planeX_[k];
-    planeY_[k] = -planeY_[k];
-    planeC_[k] = -planeC_[k];
+    planes_.x[k] = -planes_.x[k];
+    planes_.y[k] = -planes_.y[k];
+    planes_.c[k] = -planes_.c[k];
   }
 }
 
@@ -173,116 +172,83 @@ void PrimitiveAttributes::deriveTangent(const PreparedItem& item) {
   tangents_.fill({tangent.x, tangent.y, tangent.z, hand});
 }
 
-void PrimitiveAttributes::computeWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept {
-  switch (kind_) {
-    case PrimitiveKind::triangle:
-      return computeTriangleWeights(pixels, weights);
-    case PrimitiveKind::line:
-      return computeLineWeights(pixels, weights);
-    case PrimitiveKind::point:
-      for (std::size_t k = 0; k < 3; ++k) std::fill_n(weights.at[k].begin(), pixels.size(), k == 0 ? 1.0f : 0.0f);
-      return;
-  }
-}
-
-void PrimitiveAttributes::computeTriangleWeights(std::span<const std::uint16_t> pixels,
-                                                 Weights& weights) const noexcept {
-  const std::size_t count = pixels.size();
-  for (std::size_t i = 0; i < count; ++i) {
-    const auto x = static_cast<double>(pixelColumn(pixels[i]));
-    const auto y = static_cast<double>(pixelRow(pixels[i]));
-    // The grid moves corners by up to 1/512 of a pixel: a centre may lie that little outside.
-    const double a = planeX_[0] * x + planeY_[0] * y + planeC_[0];
-    const double b = planeX_[1] * x + planeY_[1] * y + planeC_[1];
-    const double c = planeX_[2] * x + planeY_[2] * y + planeC_[2];
-    const double w0 = a > 0 ? a : 0;
-    const double w1 = b > 0 ? b : 0;
-    const double w2 = c > 0 ? c : 0;
-    const double scale = 1.0 / (w0 + w1 + w2);
-    const bool isSound = scale < std::numeric_limits<double>::infinity();
-    weights.at[0][i] = isSound ? static_cast<float>(w0 * scale) : 1.0f;
-    weights.at[1][i] = isSound ? static_cast<float>(w1 * scale) : 0.0f;
-    weights.at[2][i] = isSound ? static_cast<float>(w2 * scale) : 0.0f;
-    weights.scale[i] = isSound ? scale : 0.0;
-  }
-}
-
-void PrimitiveAttributes::computeLineWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept {
-  for (std::size_t i = 0; i < pixels.size(); ++i) {
-    const auto along = static_cast<double>(lineIsWide_ ? pixelColumn(pixels[i]) : pixelRow(pixels[i]));
-    const double from = lineAt_[0] - along * lineW_[0];
-    const double to = lineAt_[1] - along * lineW_[1];
-    const double t = std::clamp(from / (from - to), 0.0, 1.0);
-    weights.at[1][i] = t >= 0 ? static_cast<float>(t) : 0.0f;
-    weights.at[0][i] = 1.0f - weights.at[1][i];
-    weights.at[2][i] = 0.0f;
-  }
-}
-
-void PrimitiveAttributes::computeDerivatives(std::size_t count, Weights& weights) const noexcept {
-  if (kind_ != PrimitiveKind::triangle) {
-    for (std::size_t k = 0; k < 3; ++k) {
-      std::fill_n(weights.perX[k].begin(), count, 0.0f);
-      std::fill_n(weights.perY[k].begin(), count, 0.0f);
-    }
-    return;
-  }
-  const double sumX = planeX_[0] + planeX_[1] + planeX_[2];
-  const double sumY = planeY_[0] + planeY_[1] + planeY_[2];
-  for (std::size_t k = 0; k < 3; ++k) {
-    for (std::size_t i = 0; i < count; ++i) {
-      const auto weight = static_cast<double>(weights.at[k][i]);
-      weights.perX[k][i] = static_cast<float>((planeX_[k] - weight * sumX) * weights.scale[i]);
-      weights.perY[k][i] = static_cast<float>((planeY_[k] - weight * sumY) * weights.scale[i]);
-    }
-  }
-}
-
 void PrimitiveAttributes::append(std::span<const std::uint16_t> pixels, FragmentBatch& batch) const noexcept {
   const std::size_t count = pixels.size();
   const std::size_t base = batch.count;
-  const ShadingPlan& plan = item_.plan;
-  std::copy(pixels.begin(), pixels.end(), batch.pixel.begin() + static_cast<std::ptrdiff_t>(base));
+  std::copy(pixels.begin(), pixels.end(), batch.pixel.begin() + base);
   batch.count += count;
-
-  Weights weights;
-  computeWeights(pixels, weights);
-  const auto blend = [&](float a, float b, float c, Lane& out) {
-    weights.interpolate(weights.at, count, a, b, c, out.data() + base);
-  };
-  if (plan.isLit) {
+  if (item_.plan.isLit) {
     std::fill_n(batch.face.begin() + base, count, isBackFacing_ ? -1.0f : 1.0f);
     std::fill_n(batch.facet.x.begin() + base, count, facet_.x);
     std::fill_n(batch.facet.y.begin() + base, count, facet_.y);
     std::fill_n(batch.facet.z.begin() + base, count, facet_.z);
-    blend(normals_[0].x, normals_[1].x, normals_[2].x, batch.normal.x);
-    blend(normals_[0].y, normals_[1].y, normals_[2].y, batch.normal.y);
-    blend(normals_[0].z, normals_[1].z, normals_[2].z, batch.normal.z);
+  }
+  if (item_.plan.hasNormalMap) std::fill_n(batch.tangent.w.begin() + base, count, tangents_[0].w);
+
+  Outputs outputs;
+  listOutputs(base, batch, outputs);
+  const std::span<const CornerValues> values{outputs.values.data(), outputs.valueCount};
+  const std::span<const CornerGradients> gradients{outputs.gradients.data(), outputs.gradientCount};
+  if (values.empty() && gradients.empty()) return;
+  if (kind_ == PrimitiveKind::triangle) {
+    interpolateTriangle(planes_, batch.pixel.data() + base, count, values, gradients);
+  } else {
+    interpolateAlong(pixels, values, gradients);
+  }
+}
+
+void PrimitiveAttributes::listOutputs(std::size_t base, FragmentBatch& batch, Outputs& outputs) const noexcept {
+  const ShadingPlan& plan = item_.plan;
+  const auto add = [&](const auto& corners, auto member, Lane& lane) {
+    outputs.add(corners[0].*member, corners[1].*member, corners[2].*member, lane.data() + base);
+  };
+  if (plan.isLit) {
+    add(normals_, &simd_float3::x, batch.normal.x);
+    add(normals_, &simd_float3::y, batch.normal.y);
+    add(normals_, &simd_float3::z, batch.normal.z);
   }
   if (plan.hasNormalMap) {
-    blend(tangents_[0].x, tangents_[1].x, tangents_[2].x, batch.tangent.x);
-    blend(tangents_[0].y, tangents_[1].y, tangents_[2].y, batch.tangent.y);
-    blend(tangents_[0].z, tangents_[1].z, tangents_[2].z, batch.tangent.z);
-    std::fill_n(batch.tangent.w.begin() + base, count, tangents_[0].w);
+    add(tangents_, &simd_float4::x, batch.tangent.x);
+    add(tangents_, &simd_float4::y, batch.tangent.y);
+    add(tangents_, &simd_float4::z, batch.tangent.z);
   }
   if (plan.hasVertexColor) {
-    blend(colors_[0].x, colors_[1].x, colors_[2].x, batch.color.x);
-    blend(colors_[0].y, colors_[1].y, colors_[2].y, batch.color.y);
-    blend(colors_[0].z, colors_[1].z, colors_[2].z, batch.color.z);
-    blend(colors_[0].w, colors_[1].w, colors_[2].w, batch.color.w);
+    add(colors_, &simd_float4::x, batch.color.x);
+    add(colors_, &simd_float4::y, batch.color.y);
+    add(colors_, &simd_float4::z, batch.color.z);
+    add(colors_, &simd_float4::w, batch.color.w);
   }
-  if (plan.channelCount == 0) return;
-  computeDerivatives(count, weights);
   for (std::size_t set = 0; set < plan.channelCount; ++set) {
-    const TextureCorners& t = textures_[set];
     CoordinateLanes& out = batch.coordinates[set];
-    blend(t.u[0], t.u[1], t.u[2], out.u);
-    blend(t.v[0], t.v[1], t.v[2], out.v);
-    weights.interpolate(weights.perX, count, t.u[0], t.u[1], t.u[2], out.dudx.data() + base);
-    weights.interpolate(weights.perX, count, t.v[0], t.v[1], t.v[2], out.dvdx.data() + base);
-    weights.interpolate(weights.perY, count, t.u[0], t.u[1], t.u[2], out.dudy.data() + base);
-    weights.interpolate(weights.perY, count, t.v[0], t.v[1], t.v[2], out.dvdy.data() + base);
+    outputs.gradients[outputs.gradientCount++] = {textures_[set].u, out.u.data() + base, out.dudx.data() + base,
+                                                  out.dudy.data() + base};
+    outputs.gradients[outputs.gradientCount++] = {textures_[set].v, out.v.data() + base, out.dvdx.data() + base,
+                                                  out.dvdy.data() + base};
   }
+}
+
+void PrimitiveAttributes::interpolateAlong(std::span<const std::uint16_t> pixels, std::span<const CornerValues> values,
+                                           std::span<const CornerGradients> gradients) const noexcept {
+  for (std::size_t i = 0; i < pixels.size(); ++i) {
+    const float share = kind_ == PrimitiveKind::line ? shareOfSecondEnd(pixels[i]) : 0.0f;
+    const auto between = [share](const std::array<float, 3>& corners) {
+      return (1.0f - share) * corners[0] + share * corners[1];
+    };
+    for (const CornerValues& value : values) value.out[i] = between(value.corners);
+    for (const CornerGradients& gradient : gradients) {
+      gradient.out[i] = between(gradient.corners);
+      gradient.perX[i] = 0.0f;
+      gradient.perY[i] = 0.0f;
+    }
+  }
+}
+
+float PrimitiveAttributes::shareOfSecondEnd(std::uint16_t pixel) const noexcept {
+  const auto along = static_cast<double>(lineIsWide_ ? pixelColumn(pixel) : pixelRow(pixel));
+  const double from = lineAt_[0] - along * lineW_[0];
+  const double to = lineAt_[1] - along * lineW_[1];
+  const double t = std::clamp(from / (from - to), 0.0, 1.0);
+  return t >= 0 ? static_cast<float>(t) : 0.0f;
 }
 
 }  // namespace ornolith::raster

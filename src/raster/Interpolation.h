@@ -5,6 +5,7 @@
 #include <span>
 
 #include "raster/FragmentBatch.h"
+#include "raster/InterpolationKernels.h"
 #include "raster/PreparedFrame.h"
 #include "raster/TileGrid.h"
 
@@ -21,7 +22,7 @@ class PrimitiveAttributes {
   void append(std::span<const std::uint16_t> pixels, FragmentBatch& batch) const noexcept;
 
  private:
-  struct Weights;
+  struct Outputs;
   struct TextureCorners {
     std::array<float, 3> u{}, v{};
   };
@@ -32,18 +33,19 @@ class PrimitiveAttributes {
   void loadFacet(const PreparedItem& item);
   void loadTangents(const PreparedItem& item, std::size_t cornerCount);
   void deriveTangent(const PreparedItem& item);
-  void computeWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept;
-  void computeTriangleWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept;
-  void computeLineWeights(std::span<const std::uint16_t> pixels, Weights& weights) const noexcept;
-  void computeDerivatives(std::size_t count, Weights& weights) const noexcept;
+  /// What is interpolated into `batch` from its fragment `base` on.
+  void listOutputs(std::size_t base, FragmentBatch& batch, Outputs& outputs) const noexcept;
+  /// Lines and points.
+  void interpolateAlong(std::span<const std::uint16_t> pixels, std::span<const CornerValues> values,
+                        std::span<const CornerGradients> gradients) const noexcept;
+  float shareOfSecondEnd(std::uint16_t pixel) const noexcept;
 
   const PreparedItem& item_;
   PrimitiveKind kind_;
   bool isBackFacing_;
   double originX_ = 0, originY_ = 0;  ///< The centre of the tile's first pixel, from the image's centre.
   std::array<std::uint32_t, 3> corners_{};
-  /// Triangles: weight k is proportional to planeX[k] * x + planeY[k] * y + planeC[k], x and y in pixels of the tile.
-  std::array<double, 3> planeX_{}, planeY_{}, planeC_{};
+  TrianglePlanes planes_;  ///< Triangles only.
   /// Lines: along the longer direction, a corner's clearance from pixel i is lineAt[end] - i * lineW[end].
   std::array<double, 2> lineAt_{}, lineW_{};
   bool lineIsWide_ = false;
