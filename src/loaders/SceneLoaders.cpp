@@ -1,14 +1,16 @@
 #include "loaders/SceneLoaders.h"
 
-#include "foundation/FileSystem.h"
+#include "foundation/FileMapping.h"
 #include "loaders/mesh/PLYReader.h"
 #include "loaders/mesh/STLReader.h"
+#include "loaders/obj/OBJReader.h"
 #include "loaders/SceneLoadError.h"
 
 namespace ornolith {
 
-std::shared_ptr<SCNScene> loadSceneKitScene(const FileURL& url, const std::vector<FileURL>& /*assetDirectories*/) {
+std::shared_ptr<SCNScene> loadSceneKitScene(const FileURL& url, const std::vector<FileURL>& assetDirectories) {
   const ModelFormat format = modelFormat(url.lowercasedPathExtension()).value_or(ModelFormat::scn);
+  if (format == ModelFormat::obj) return loadOBJScene(url, assetDirectories);
   throw SceneLoadError(scene_load_error::NoReader{format});
 }
 
@@ -16,8 +18,8 @@ std::shared_ptr<SCNScene> loadModelIOScene(const FileURL& url, ModelFormat forma
   if (format != ModelFormat::stl && format != ModelFormat::ply) {
     throw SceneLoadError(scene_load_error::UnsupportedModelIOFormat{format});
   }
-  const FileBytes bytes = readFile(url);
-  std::shared_ptr<SCNScene> scene = format == ModelFormat::stl ? readSTL(bytes) : readPLY(bytes);
+  const FileMapping file(url);
+  std::shared_ptr<SCNScene> scene = format == ModelFormat::stl ? readSTL(file.bytes()) : readPLY(file.bytes());
   if (scene->rootNode()->childCount() == 0) throw SceneLoadError(scene_load_error::EmptyModelIOScene{url});
   return scene;
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <vector>
 
@@ -12,6 +13,8 @@ namespace ornolith {
 namespace {
 
 using namespace mesh_files;
+
+constexpr std::uint16_t topBit = 0x8000;
 
 /// A binary file of one facet for each attribute word.
 std::string binaryFile(const std::vector<std::uint16_t>& attributes, std::string header = "made by a test") {
@@ -37,9 +40,31 @@ std::string refusal(const std::string& file) {
 void expectTheFacet(const SCNGeometry& geometry) {
   const SCNGeometrySource* vertices = geometry.firstSourceForSemantic(SCNGeometrySourceSemantic::vertex);
   ASSERT_EQ(vertices->vectorCount(), 3U);
-  EXPECT_EQ(vertices->component(1, 0), 2);
-  EXPECT_EQ(vertices->component(2, 1), 3);
-  EXPECT_EQ(geometry.firstSourceForSemantic(SCNGeometrySourceSemantic::normal), nullptr);
+  const SCNGeometryElement& element = *geometry.geometryElements()[0];
+  ASSERT_EQ(element.indexCount(), 3U);
+  EXPECT_EQ(vertices->component(element.index(1), 0), 2);
+  EXPECT_EQ(vertices->component(element.index(2), 1), 3);
+  const SCNGeometrySource* normals = geometry.firstSourceForSemantic(SCNGeometrySourceSemantic::normal);
+  ASSERT_NE(normals, nullptr);
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(normals->component(i, 2), 1) << "that of the corners, not the file's";
+}
+
+/// One facet as bytes, with a normal that is wrong.
+std::string facetOf(const std::array<float, 9>& corners, std::uint16_t attribute = 0) {
+  std::string bytes = packed(-1.0F) + packed(0.0F) + packed(-1.0F);
+  for (const float value : corners) bytes += packed(value);
+  return bytes + packed(attribute);
+}
+
+/// Two facets that share the edge from (0, 0, 0) to (0, 0, 1), the second one folded up by `height` over a width of 1.
+std::string foldedFile(float height, std::uint16_t secondAttribute = 0) {
+  return std::string(80, ' ') + packed(std::uint32_t{2}) + facetOf({0, 0, 0, -1, 0, 0, 0, 0, 1}) +
+         facetOf({0, 0, 0, 0, 0, 1, 1, height, 0}, secondAttribute);
+}
+
+std::size_t vertexCountOf(const std::string& file) {
+  const auto scene = readSTL(bytesOf(file));
+  return geometryAt(*scene, 0).firstSourceForSemantic(SCNGeometrySourceSemantic::vertex)->vectorCount();
 }
 
 TEST(STLReader, ReadsABinaryFileAlsoWhereItsHeaderSaysSolid) {
@@ -76,22 +101,63 @@ TEST(STLReader, MakesANamedNodeOfEachSolidThatHasFacets) {
 }
 
 TEST(STLReader, TakesColorsWithBlueInTheLowBitsWhereTheTopBitIsSet) {
-  const auto scene = readSTL(bytesOf(binaryFile({0x8000 | 31 << 10, 0})));
+  const auto scene = readSTL(bytesOf(binaryFile({topBit | 31 << 10, 0})));
   const SCNGeometrySource* colors = geometryAt(*scene, 0).firstSourceForSemantic(SCNGeometrySourceSemantic::color);
+  const SCNGeometryElement& element = *geometryAt(*scene, 0).geometryElements()[0];
   ASSERT_NE(colors, nullptr);
-  EXPECT_EQ(colors->component(0, 0), 1);
-  EXPECT_EQ(colors->component(0, 2), 0);
-  EXPECT_EQ(colors->component(3, 2), 1) << "a facet without a mark is white";
+  EXPECT_EQ(colors->component(element.index(0), 0), 1);
+  EXPECT_EQ(colors->component(element.index(0), 2), 0);
+  EXPECT_EQ(colors->component(element.index(3), 2), 1) << "a facet without a mark is white";
 }
 
 TEST(STLReader, TakesColorsWithRedInTheLowBitsWhereTheHeaderHasAColor) {
   const auto scene = readSTL(bytesOf(binaryFile({31, 0x8000}, std::string("COLOR=\x00\x80\xFF\xFF", 10))));
   const SCNGeometrySource* colors = geometryAt(*scene, 0).firstSourceForSemantic(SCNGeometrySourceSemantic::color);
+  const SCNGeometryElement& element = *geometryAt(*scene, 0).geometryElements()[0];
   ASSERT_NE(colors, nullptr);
-  EXPECT_EQ(colors->component(0, 0), 1);
-  EXPECT_EQ(colors->component(0, 2), 0);
-  EXPECT_EQ(colors->component(3, 0), 0) << "the header's colour";
-  EXPECT_EQ(colors->component(3, 1), static_cast<double>(linearFromSRGB8(0x80)));
+  EXPECT_EQ(colors->component(element.index(0), 0), 1);
+  EXPECT_EQ(colors->component(element.index(0), 2), 0);
+  EXPECT_EQ(colors->component(element.index(3), 0), 0) << "the header's colour";
+  EXPECT_EQ(colors->component(element.index(3), 1), static_cast<double>(linearFromSRGB8(0x80)));
+}
+
+TEST(STLReader, TakesTheHeadersColorWhereNoFacetSaysAnything) {
+  const auto scene = readSTL(bytesOf(binaryFile({0, 0}, std::string("COLOR=\x00\x80\xFF\xFF", 10))));
+  const SCNGeometrySource* colors = geometryAt(*scene, 0).firstSourceForSemantic(SCNGeometrySourceSemantic::color);
+  ASSERT_NE(colors, nullptr);
+  EXPECT_EQ(colors->component(0, 2), 1);
+}
+
+TEST(STLReader, JoinsFacetsAtAnEdgeFlatterThanTheCrease) {
+  EXPECT_EQ(vertexCountOf(foldedFile(0.5F)), 4U);
+}
+
+TEST(STLReader, SplitsFacetsAtAnEdgeSharperThanTheCrease) {
+  EXPECT_EQ(vertexCountOf(foldedFile(3)), 6U);
+}
+
+TEST(STLReader, KeepsColorsApartAndTheSurfaceSmooth) {
+  const std::string file = foldedFile(0.5F, topBit | 31);
+  EXPECT_EQ(vertexCountOf(file), 6U);
+  const auto scene = readSTL(bytesOf(file));
+  const SCNGeometry& geometry = geometryAt(*scene, 0);
+  const SCNGeometrySource* normals = geometry.firstSourceForSemantic(SCNGeometrySourceSemantic::normal);
+  const SCNGeometryElement& element = *geometry.geometryElements()[0];
+  EXPECT_EQ(normals->component(element.index(0), 0), normals->component(element.index(3), 0));
+  const SCNGeometrySource* colors = geometry.firstSourceForSemantic(SCNGeometrySourceSemantic::color);
+  EXPECT_EQ(colors->component(element.index(0), 0), 1);
+  EXPECT_EQ(colors->component(element.index(3), 0), 0);
+  EXPECT_EQ(colors->component(element.index(3), 2), 1);
+}
+
+TEST(STLReader, ReadsTextBehindAByteOrderMark) {
+  expectTheFacet(geometryAt(*readSTL(bytesOf("\xEF\xBB\xBFsolid\n" + textFacet())), 0));
+}
+
+TEST(STLReader, PassesOverNormalsThatAreNoNumbers) {
+  expectTheFacet(geometryAt(*readSTL(bytesOf("solid\nfacet normal -1.#IND nan 1,5\nouter loop vertex 0 0 0 "
+                                             "vertex 2 0 0 vertex 0 3 0\nendloop endfacet endsolid")),
+                            0));
 }
 
 TEST(STLReader, AFileWithoutFacetsIsAnEmptyScene) {

@@ -9,14 +9,16 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
+#include "foundation/Parallel.h"
 #include "foundation/Text.h"
 #include "imaging/ByteOrder.h"
 #include "imaging/Color.h"
-#include "loaders/mesh/MeshGeometry.h"
+#include "loaders/mesh/IndexedMesh.h"
 #include "loaders/mesh/MeshReadError.h"
+#include "loaders/mesh/NumberScanner.h"
 #include "loaders/mesh/TextScanner.h"
+#include "loaders/mesh/VertexWelding.h"
 
 namespace ornolith {
 
@@ -25,13 +27,11 @@ namespace {
 constexpr std::size_t headerSize = 80;
 constexpr std::size_t firstFacet = headerSize + 4;
 constexpr std::size_t facetSize = 50;
-constexpr std::size_t normalSize = 12;
-constexpr std::size_t cornersSize = 36;
-constexpr std::uint16_t topBit = 0x8000;
+constexpr std::size_t positionSize = 12;
 constexpr std::size_t cornersOfAFacet = 3;
+constexpr std::uint16_t topBit = 0x8000;
 
 using Bytes = std::span<const std::byte>;
-using Buffer = std::vector<std::byte>;
 using LinearColor = std::array<float, 3>;
 
 bool equalsIgnoringCase(std::string_view text, std::string_view lowercase) {
@@ -39,27 +39,19 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowercase) {
                     [](char a, char b) { return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b; });
 }
 
-/// Adds a node of facets whose corners stand in order in `corners`; colours are one for each corner, or none.
-void addSolid(SCNScene& scene, std::string_view name, Buffer corners, Buffer colors) {
-  const std::size_t vertexCount = corners.size() / normalSize;
-  if (vertexCount == 0) return;
-  const auto source = [&](Buffer data, SCNGeometrySourceSemantic semantic) {
-    return SCNGeometrySource::geometrySourceWithData(std::make_shared<const Buffer>(std::move(data)), semantic,
-                                                     vertexCount, true, 3, sizeof(float), 0, 0);
-  };
-  const bool hasColors = !colors.empty();
-  SCNGeometry::Sources sources{source(std::move(corners), SCNGeometrySourceSemantic::vertex)};
-  if (hasColors) sources.push_back(source(std::move(colors), SCNGeometrySourceSemantic::color));
-  const auto geometry = SCNGeometry::geometryWithSources(
-      std::move(sources), {SCNGeometryElement::geometryElementWithData(nullptr, SCNGeometryPrimitiveType::triangles,
-                                                                       vertexCount / cornersOfAFacet, 4)});
-  geometry->setFirstMaterial(defaultMeshMaterial(hasColors));
+void addSolid(SCNScene& scene, std::string_view name, IndexedMesh mesh) {
+  addMissingNormals(mesh);
+  const auto geometry = geometryOfMesh(std::move(mesh));
   const SCNNode::Pointer node = SCNNode::nodeWithGeometry(geometry);
   if (!name.empty()) {
     geometry->name = repairingUTF8(name);
     node->setName(geometry->name);
   }
   scene.rootNode()->addChildNode(node);
+}
+
+void checkFacetCount(std::size_t count) {
+  if (count > mostWeldedCorners / cornersOfAFacet) throwMalformedMesh("The STL file has too many facets.");
 }
 
 // Binary files.
@@ -72,66 +64,121 @@ std::size_t claimedSize(Bytes bytes) {
   return firstFacet + claimedFacetCount(bytes) * facetSize;
 }
 
-std::uint16_t attributeOf(Bytes bytes, std::size_t facet) {
-  return littleEndian16(bytes, firstFacet + facet * facetSize + normalSize + cornersSize);
+std::uint16_t attributeOf(Bytes facets, std::size_t facet) {
+  return littleEndian16(facets, facet * facetSize + facetSize - 2);
 }
 
-/// The colour of five bits each, by the places of red, green and blue.
-LinearColor colorOf(std::uint16_t attribute, int redShift, int blueShift) {
-  const auto channel = [&](int shift) { return linearFromSRGB(static_cast<float>(attribute >> shift & 31) / 31.0F); };
-  return {channel(redShift), channel(5), channel(blueShift)};
-}
+/// What the facets' attributes say about colours.
+enum class Coloring { none, whereTopBitIsSet, unlessTopBitIsSet, wholeObject };
 
-/// The colour of the whole object that the header names, where it does.
-std::optional<LinearColor> headerColor(Bytes bytes) {
-  constexpr std::string_view mark = "COLOR=";
-  const std::string_view header(reinterpret_cast<const char*>(bytes.data()), headerSize);
-  const std::size_t place = header.find(mark);
-  if (place == std::string_view::npos || place + mark.size() + 4 > headerSize) return std::nullopt;
-  const std::size_t color = place + mark.size();
-  return LinearColor{linearFromSRGB8(byteAt(bytes, color)), linearFromSRGB8(byteAt(bytes, color + 1)),
-                     linearFromSRGB8(byteAt(bytes, color + 2))};
-}
-
-/// One colour for each corner, or nothing where the file marks none.
-Buffer facetColors(Bytes bytes, std::size_t facetCount) {
-  const std::optional<LinearColor> objectColor = headerColor(bytes);
-  bool isMarked = objectColor.has_value();
-  for (std::size_t facet = 0; !isMarked && facet < facetCount; ++facet) {
-    isMarked = (attributeOf(bytes, facet) & topBit) != 0;
-  }
-  if (!isMarked) return {};
-  Buffer colors(facetCount * cornersSize);
-  for (std::size_t facet = 0; facet < facetCount; ++facet) {
-    const std::uint16_t attribute = attributeOf(bytes, facet);
-    const bool hasTopBit = (attribute & topBit) != 0;
-    const LinearColor color = objectColor ? (hasTopBit ? *objectColor : colorOf(attribute, 0, 10))
-                              : hasTopBit ? colorOf(attribute, 10, 0)
-                                          : LinearColor{1, 1, 1};
-    for (std::size_t corner = 0; corner < cornersOfAFacet; ++corner) {
-      std::memcpy(colors.data() + facet * cornersSize + corner * sizeof color, color.data(), sizeof color);
+/// The colours of a binary file's facets.
+class FacetColors {
+ public:
+  FacetColors(Bytes header, Bytes facets, std::size_t facetCount) {
+    for (std::size_t i = 0; i < levels_.size(); ++i) levels_[i] = linearFromSRGB(static_cast<float>(i) / 31.0F);
+    bool someTopBit = false;
+    bool someAttribute = false;
+    for (std::size_t facet = 0; facet < facetCount && !someTopBit; ++facet) {
+      const std::uint16_t attribute = attributeOf(facets, facet);
+      someTopBit = (attribute & topBit) != 0;
+      someAttribute = someAttribute || attribute != 0;
+    }
+    if (const auto color = headerColor(header)) {
+      objectColor_ = *color;
+      coloring_ = someAttribute || someTopBit ? Coloring::unlessTopBitIsSet : Coloring::wholeObject;
+    } else if (someTopBit) {
+      coloring_ = Coloring::whereTopBitIsSet;
     }
   }
-  return colors;
+
+  Coloring coloring() const noexcept { return coloring_; }
+
+  LinearColor of(std::uint16_t attribute) const {
+    const bool hasTopBit = (attribute & topBit) != 0;
+    switch (coloring_) {
+      case Coloring::whereTopBitIsSet:
+        if (hasTopBit) return colorOfFiveBits(attribute, 10, 0);
+        break;
+      case Coloring::unlessTopBitIsSet:
+        return hasTopBit ? objectColor_ : colorOfFiveBits(attribute, 0, 10);
+      case Coloring::wholeObject:
+        return objectColor_;
+      case Coloring::none:
+        break;
+    }
+    return {1, 1, 1};
+  }
+
+ private:
+  /// The colour of the whole object that the header names, where it does.
+  static std::optional<LinearColor> headerColor(Bytes header) {
+    constexpr std::string_view mark = "COLOR=";
+    const std::string_view text(reinterpret_cast<const char*>(header.data()), headerSize);
+    const std::size_t place = text.find(mark);
+    if (place == std::string_view::npos || place + mark.size() + 4 > headerSize) return std::nullopt;
+    const std::size_t color = place + mark.size();
+    return LinearColor{linearFromSRGB8(byteAt(header, color)), linearFromSRGB8(byteAt(header, color + 1)),
+                       linearFromSRGB8(byteAt(header, color + 2))};
+  }
+
+  /// The colour of five bits each, by the places of red and blue.
+  LinearColor colorOfFiveBits(std::uint16_t attribute, int redShift, int blueShift) const {
+    const auto channel = [&](int shift) { return levels_[static_cast<std::size_t>(attribute >> shift & 31)]; };
+    return {channel(redShift), channel(5), channel(blueShift)};
+  }
+
+  Coloring coloring_ = Coloring::none;
+  std::array<float, 32> levels_{};
+  LinearColor objectColor_{1, 1, 1};
+};
+
+/// The vertices of facets whose corners at one place, where these have one colour, are one.
+IndexedMesh meshOfFacets(Bytes facets, const FacetColors& colors) {
+  static_assert(std::endian::native == std::endian::little, "corners are copied as they stand");
+  constexpr std::size_t verticesOfABlock = 1 << 14;
+  const bool hasColors = colors.coloring() != Coloring::none;
+  WeldedCorners welded = weldedCorners(FacetCorners{facets, hasColors});
+  const std::size_t vertexCount = welded.firstCorners.size();
+  IndexedMesh mesh;
+  mesh.triangles = std::move(welded.vertices);
+  mesh.positions.resize(vertexCount * 3);
+  if (hasColors) mesh.colors.resize(vertexCount * 3);
+  parallelFor((vertexCount + verticesOfABlock - 1) / verticesOfABlock, 1, [&](std::size_t block) {
+    const std::size_t end = std::min((block + 1) * verticesOfABlock, vertexCount);
+    for (std::size_t vertex = block * verticesOfABlock; vertex < end; ++vertex) {
+      const std::size_t corner = welded.firstCorners[vertex];
+      const std::size_t facet = corner / cornersOfAFacet;
+      const std::byte* position = facets.data() + facet * facetSize + positionSize * (1 + corner % cornersOfAFacet);
+      std::memcpy(mesh.positions.data() + vertex * 3, position, positionSize);
+      if (!hasColors) continue;
+      const LinearColor color = colors.of(attributeOf(facets, facet));
+      std::copy(color.begin(), color.end(), mesh.colors.begin() + static_cast<std::ptrdiff_t>(vertex * 3));
+    }
+  });
+  return mesh;
 }
 
 void readBinary(Bytes bytes, SCNScene& scene) {
-  static_assert(std::endian::native == std::endian::little, "corners are copied as they stand");
   const std::size_t facetCount = claimedFacetCount(bytes);
   const std::size_t held = (bytes.size() - firstFacet) / facetSize;
   if (facetCount > held) {
     throwMalformedMesh("The STL file's header claims " + std::to_string(facetCount) + " facets, but the file holds " +
                        std::to_string(held) + ".");
   }
-  Buffer corners(facetCount * cornersSize);
-  for (std::size_t facet = 0; facet < facetCount; ++facet) {
-    std::memcpy(corners.data() + facet * cornersSize, bytes.data() + firstFacet + facet * facetSize + normalSize,
-                cornersSize);
-  }
-  addSolid(scene, {}, std::move(corners), facetColors(bytes, facetCount));
+  if (facetCount == 0) return;
+  checkFacetCount(facetCount);
+  const Bytes facets = bytes.subspan(firstFacet, facetCount * facetSize);
+  addSolid(scene, {}, meshOfFacets(facets, FacetColors(bytes.first(headerSize), facets, facetCount)));
 }
 
 // ASCII files.
+
+/// What some editors put before a text in UTF-8.
+Bytes withoutByteOrderMark(Bytes bytes) {
+  const bool hasMark =
+      bytes.size() >= 3 && byteAt(bytes, 0) == 0xEF && byteAt(bytes, 1) == 0xBB && byteAt(bytes, 2) == 0xBF;
+  return bytes.subspan(hasMark ? 3 : 0);
+}
 
 /// True where the bytes begin as the text of an STL file does: "solid", and then "facet" or "endsolid" at the start of
 /// one of the lines after it.
@@ -145,58 +192,102 @@ bool isText(Bytes bytes) {
 
 class TextReader {
  public:
-  TextReader(Bytes bytes, SCNScene& scene) : scanner_(bytes), scene_(scene) {}
+  TextReader(Bytes bytes, SCNScene& scene)
+      : begin_(reinterpret_cast<const char*>(bytes.data())),
+        place_(begin_),
+        end_(begin_ + bytes.size()),
+        scene_(scene) {}
 
   void read() {
-    for (std::string_view word = scanner_.nextToken(); !word.empty(); word = scanner_.nextToken()) {
-      if (equalsIgnoringCase(word, "solid")) {
-        finishSolid();
-        name_ = scanner_.restOfLine();
-      } else if (equalsIgnoringCase(word, "endsolid")) {
-        scanner_.restOfLine();
-        finishSolid();
-      } else if (equalsIgnoringCase(word, "facet")) {
+    for (std::string_view word = nextWord(); !word.empty(); word = nextWord()) {
+      if (equalsIgnoringCase(word, "facet")) {
         readFacet();
+      } else if (equalsIgnoringCase(word, "solid")) {
+        finishSolid();
+        name_ = restOfLine();
+      } else if (equalsIgnoringCase(word, "endsolid")) {
+        restOfLine();
+        finishSolid();
       } else {
-        scanner_.restOfLine();
+        restOfLine();
       }
     }
     finishSolid();
   }
 
  private:
+  static bool isBlank(char letter) noexcept { return static_cast<unsigned char>(letter) <= ' '; }
+
+  std::string_view nextWord() noexcept {
+    while (place_ != end_ && isBlank(*place_)) ++place_;
+    const char* start = place_;
+    while (place_ != end_ && !isBlank(*place_)) ++place_;
+    return {start, static_cast<std::size_t>(place_ - start)};
+  }
+
+  std::string_view restOfLine() noexcept {
+    const char* start = place_;
+    while (place_ != end_ && *place_ != '\n' && *place_ != '\r') ++place_;
+    const char* stop = place_;
+    while (start != stop && isBlank(*start)) ++start;
+    while (start != stop && isBlank(stop[-1])) --stop;
+    return {start, static_cast<std::size_t>(stop - start)};
+  }
+
+  // All words that are no corner are passed over, the normal among them.
   void readFacet() {
     std::size_t cornerCount = 0;
-    for (std::string_view word = scanner_.nextToken(); !equalsIgnoringCase(word, "endfacet");
-         word = scanner_.nextToken()) {
+    for (std::string_view word = nextWord(); !equalsIgnoringCase(word, "endfacet"); word = nextWord()) {
       if (word.empty()) fail("ends inside a facet");
       if (!equalsIgnoringCase(word, "vertex")) continue;
       if (++cornerCount > cornersOfAFacet) fail("has a facet with more than three corners");
-      for (int component = 0; component < 3; ++component) readComponent();
+      for (int component = 0; component < 3; ++component) corners_.push_back(nextNumber());
     }
     if (cornerCount != cornersOfAFacet) fail("has a facet with fewer than three corners");
   }
 
-  void readComponent() {
-    const std::optional<float> value = numberOf<float>(scanner_.nextToken());
-    if (!value) fail("has a corner that is not three numbers");
-    const auto bytes = std::bit_cast<std::array<std::byte, sizeof(float)>>(*value);
-    corners_.insert(corners_.end(), bytes.begin(), bytes.end());
+  float nextNumber() {
+    while (place_ != end_ && isBlank(*place_)) ++place_;
+    float value = 0;
+    const char* stop = scanReal(place_, end_, value);
+    const bool isNumber = stop != place_ && (stop == end_ || isBlank(*stop));
+    if (!isNumber) fail("has a corner that is not three numbers");
+    place_ = stop;
+    return value;
   }
 
   void finishSolid() {
-    addSolid(scene_, name_, std::exchange(corners_, {}), {});
-    name_ = {};
+    const std::string_view name = std::exchange(name_, {});
+    if (corners_.empty()) return;
+    checkFacetCount(corners_.size() / 3 / cornersOfAFacet);
+    WeldedCorners welded = weldedCorners(PackedCorners{std::as_bytes(std::span(corners_))});
+    IndexedMesh mesh;
+    mesh.triangles = std::move(welded.vertices);
+    mesh.positions = selectedVectors(corners_, 3, welded.firstCorners);
+    corners_.clear();
+    if (isAtEnd()) corners_ = {};  // Normals take memory of their own.
+    addSolid(scene_, name, std::move(mesh));
+  }
+
+  bool isAtEnd() noexcept {
+    while (place_ != end_ && isBlank(*place_)) ++place_;
+    return place_ == end_;
   }
 
   [[noreturn]] void fail(const std::string& fault) const {
-    throwMalformedMesh("The STL file " + fault + " (line " + std::to_string(scanner_.line()) + ").");
+    std::size_t line = 1;
+    for (const char* letter = begin_; letter != place_; ++letter) {
+      if (*letter == '\n' || (*letter == '\r' && (letter + 1 == end_ || letter[1] != '\n'))) ++line;
+    }
+    throwMalformedMesh("The STL file " + fault + " (line " + std::to_string(line) + ").");
   }
 
-  TextScanner scanner_;
+  const char* begin_;
+  const char* place_;
+  const char* end_;
   SCNScene& scene_;
   std::string_view name_;
-  Buffer corners_;
+  LargeVector<float> corners_;  // Of the solid's facets, three components each.
 };
 
 }  // namespace
@@ -206,8 +297,8 @@ std::shared_ptr<SCNScene> readSTL(std::span<const std::byte> bytes) {
   const bool canBeBinary = bytes.size() >= firstFacet;
   if (canBeBinary && claimedSize(bytes) == bytes.size()) {
     readBinary(bytes, *scene);
-  } else if (isText(bytes)) {
-    TextReader(bytes, *scene).read();
+  } else if (const Bytes text = withoutByteOrderMark(bytes); isText(text)) {
+    TextReader(text, *scene).read();
   } else if (canBeBinary) {
     readBinary(bytes, *scene);
   } else {

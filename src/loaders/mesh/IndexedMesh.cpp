@@ -1,0 +1,83 @@
+#include "loaders/mesh/IndexedMesh.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/Parallel.h"
+#include "loaders/mesh/MeshGeometry.h"
+#include "loaders/mesh/VertexNormals.h"
+
+namespace ornolith {
+
+namespace {
+
+constexpr double pointRadius = 2;  // Pixels, so that a cloud of points is seen in a large picture too.
+
+std::shared_ptr<const SCNGeometrySource> sourceOf(LargeVector<float> values, SCNGeometrySourceSemantic semantic,
+                                                  std::size_t components) {
+  const std::size_t count = values.size() / components;
+  return SCNGeometrySource::geometrySourceWithData(SharedBytes::takingOver(std::move(values)), semantic, count, true,
+                                                   components, sizeof(float), 0, 0);
+}
+
+std::shared_ptr<SCNGeometryElement> elementOf(LargeVector<std::uint32_t> triangles, std::size_t vertexCount) {
+  if (!triangles.empty()) {
+    const std::size_t count = triangles.size() / 3;
+    return SCNGeometryElement::geometryElementWithData(SharedBytes::takingOver(std::move(triangles)),
+                                                       SCNGeometryPrimitiveType::triangles, count,
+                                                       sizeof(std::uint32_t));
+  }
+  auto points = SCNGeometryElement::geometryElementWithData(nullptr, SCNGeometryPrimitiveType::point, vertexCount,
+                                                            sizeof(std::uint32_t));
+  points->minimumPointScreenSpaceRadius = pointRadius;
+  points->maximumPointScreenSpaceRadius = pointRadius;
+  return points;
+}
+
+}  // namespace
+
+LargeVector<float> selectedVectors(std::span<const float> values, std::size_t components,
+                                   std::span<const std::uint32_t> vertices) {
+  LargeVector<float> result;
+  if (values.empty()) return result;
+  constexpr std::size_t verticesOfABlock = 1 << 14;
+  result.resize(vertices.size() * components);
+  parallelFor((vertices.size() + verticesOfABlock - 1) / verticesOfABlock, 1, [&](std::size_t block) {
+    const std::size_t end = std::min((block + 1) * verticesOfABlock, vertices.size());
+    float* place = result.data() + block * verticesOfABlock * components;
+    for (std::size_t i = block * verticesOfABlock; i < end; ++i) {
+      const float* vector = values.data() + std::size_t{vertices[i]} * components;
+      for (std::size_t component = 0; component < components; ++component) *place++ = vector[component];
+    }
+  });
+  return result;
+}
+
+void addMissingNormals(IndexedMesh& mesh) {
+  if (mesh.triangles.empty() || !mesh.normals.empty()) return;
+  const auto creased = creasedMesh(mesh.positions, mesh.triangles);
+  mesh.triangles.assign(creased.indices.begin(), creased.indices.end());
+  mesh.normals.assign(creased.normals.begin(), creased.normals.end());
+  mesh.positions = selectedVectors(mesh.positions, 3, creased.sourceVertices);
+  mesh.colors = selectedVectors(mesh.colors, mesh.colorComponents, creased.sourceVertices);
+  mesh.texcoords = selectedVectors(mesh.texcoords, 2, creased.sourceVertices);
+}
+
+std::shared_ptr<SCNGeometry> geometryOfMesh(IndexedMesh mesh) {
+  const bool hasColors = !mesh.colors.empty();
+  const std::size_t vertexCount = mesh.vertexCount();
+  SCNGeometry::Sources sources{sourceOf(std::move(mesh.positions), SCNGeometrySourceSemantic::vertex, 3)};
+  if (!mesh.normals.empty()) sources.push_back(sourceOf(std::move(mesh.normals), SCNGeometrySourceSemantic::normal, 3));
+  if (hasColors) {
+    sources.push_back(sourceOf(std::move(mesh.colors), SCNGeometrySourceSemantic::color, mesh.colorComponents));
+  }
+  if (!mesh.texcoords.empty()) {
+    sources.push_back(sourceOf(std::move(mesh.texcoords), SCNGeometrySourceSemantic::texcoord, 2));
+  }
+  auto geometry =
+      SCNGeometry::geometryWithSources(std::move(sources), {elementOf(std::move(mesh.triangles), vertexCount)});
+  geometry->setFirstMaterial(defaultMeshMaterial(hasColors));
+  return geometry;
+}
+
+}  // namespace ornolith

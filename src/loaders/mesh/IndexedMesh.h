@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "foundation/LargeVector.h"
+#include "scenegraph/SCNGeometry.h"
+
+namespace ornolith {
+
+/// Triangles over one list of vertices, or points where there are no triangles. Streams other than the positions are
+/// empty or have as many vectors.
+struct IndexedMesh {
+  LargeVector<float> positions;
+  LargeVector<float> normals;
+  LargeVector<float> colors;        ///< Linear.
+  std::size_t colorComponents = 3;  ///< Four with an alpha.
+  LargeVector<float> texcoords;     ///< From the top left.
+  LargeVector<std::uint32_t> triangles;
+
+  std::size_t vertexCount() const noexcept { return positions.size() / 3; }
+};
+
+/// The vectors of `values`, `components` to each, that the vertices stand for. Empty where `values` is.
+LargeVector<float> selectedVectors(std::span<const float> values, std::size_t components,
+                                   std::span<const std::uint32_t> vertices);
+
+/// Gives a mesh of triangles without normals those of VertexNormals.h, creased by angle; vertices are split for it.
+void addMissingNormals(IndexedMesh& mesh);
+
+/// The mesh as a geometry with the material of a file that has none. The streams are taken over.
+std::shared_ptr<SCNGeometry> geometryOfMesh(IndexedMesh mesh);
+
+}  // namespace ornolith
