@@ -41,7 +41,7 @@ struct RowSpan {
 /// Calls `visit(first pixel, mask of lanes, depths)` for vectors of pixels that hold all pixels that the triangle
 /// covers.
 template <bool isNarrow, typename Floats, typename Visit>
-void visitRows(Floats floats, const TileTriangle& triangle, const TileBounds& tile, const Visit& visit) {
+HWY_INLINE void visitRows(Floats floats, const TileTriangle& triangle, const TileBounds& tile, const Visit& visit) {
   constexpr IntegersOf<Floats> integers;
   const auto lanes = static_cast<std::int32_t>(hn::Lanes(floats));
   const auto zero = hn::Zero(integers);
@@ -78,7 +78,7 @@ void visitRows(Floats floats, const TileTriangle& triangle, const TileBounds& ti
 }
 
 template <typename Visit>
-void visitCorners(const TileTriangle& triangle, const TileBounds& tile, const Visit& visit) {
+HWY_INLINE void visitCorners(const TileTriangle& triangle, const TileBounds& tile, const Visit& visit) {
   if (triangle.top > triangle.bottom) return;
   constexpr NarrowFloats narrow;
   if (triangle.right - triangle.left < static_cast<std::int32_t>(hn::Lanes(narrow))) {
@@ -90,7 +90,7 @@ void visitCorners(const TileTriangle& triangle, const TileBounds& tile, const Vi
 
 /// The same for a record of the form `mask`.
 template <typename Visit>
-void visitMask(const PrimitiveRecord& record, const Visit& visit) {
+HWY_INLINE void visitMask(const PrimitiveRecord& record, const Visit& visit) {
   constexpr NarrowFloats floats;
   constexpr IntegersOf<NarrowFloats> integers;
   const auto lanes = static_cast<std::int32_t>(hn::Lanes(floats));
@@ -115,7 +115,7 @@ void visitMask(const PrimitiveRecord& record, const Visit& visit) {
 }
 
 template <typename Visit>
-void visitTriangle(const PrimitiveRecord& record, const TileBounds& tile, const Visit& visit) {
+HWY_INLINE void visitTriangle(const PrimitiveRecord& record, const TileBounds& tile, const Visit& visit) {
   if (record.form == TriangleForm::mask) {
     visitMask(record, visit);
   } else {

@@ -34,16 +34,16 @@ using IntegerMask = hn::Mask<Integers>;
 
 constexpr std::size_t maximumLanes = hn::MaxLanes(Integers());
 
-IntegerVector set(std::int32_t value) {
+HWY_INLINE IntegerVector set(std::int32_t value) {
   return hn::Set(Integers(), value);
 }
 
 template <typename Vector>
-DoubleVector lowDoubles(Vector v) {
+HWY_INLINE DoubleVector lowDoubles(Vector v) {
   return hn::PromoteTo(Doubles(), hn::LowerHalf(hn::Half<hn::DFromV<Vector> >(), v));
 }
 template <typename Vector>
-DoubleVector highDoubles(Vector v) {
+HWY_INLINE DoubleVector highDoubles(Vector v) {
   return hn::PromoteTo(Doubles(), hn::UpperHalf(hn::Half<hn::DFromV<Vector> >(), v));
 }
 
@@ -55,34 +55,52 @@ struct Corners {
   IntegerVector isRegular;  ///< 1 where all three are.
 };
 
-/// `triangles[i]` is the number of the triangle in lane i.
+/// One screen vertex in each block of a vector: the block `b` holds that of corner `k` of `triangles(4 * b + lane)`.
 template <typename Triangles>
-Corners gatherCorners(const TriangleRun& run, const Triangles& triangles) {
-  constexpr Integers integers;
-  constexpr hn::FixedTag<std::int32_t, 4> vertex;
+HWY_INLINE IntegerVector gatherVertices(const TriangleRun& run, const Triangles& triangles, std::size_t k,
+                                        std::size_t lane) {
   static_assert(sizeof(ScreenVertex) == 16);
-  HWY_ALIGN std::int32_t fields[3][maximumLanes * 4];
-  const std::size_t lanes = hn::Lanes(integers);
-  for (std::size_t i = 0; i < lanes; ++i) {
-    const std::uint32_t* corner = run.indices + std::size_t{triangles(i)} * 3;
-    for (std::size_t k = 0; k < 3; ++k) {
-      const ScreenVertex* source = run.vertices + (corner[k] - run.firstVertex);
-      hn::Store(hn::LoadU(vertex, reinterpret_cast<const std::int32_t*>(source)), vertex, fields[k] + 4 * i);
-    }
+  constexpr hn::FixedTag<std::int32_t, 4> quarter;
+  const auto load = [&](std::size_t block) {
+    const std::uint32_t index = run.indices[std::size_t{triangles(4 * block + lane)} * 3 + k];
+    return hn::LoadU(quarter, reinterpret_cast<const std::int32_t*>(run.vertices + (index - run.firstVertex)));
+  };
+  if constexpr (maximumLanes == 4) {
+    return load(0);
+  } else if constexpr (maximumLanes == 8) {
+    return hn::Combine(Integers(), load(1), load(0));
+  } else {
+    constexpr HalfIntegers half;
+    return hn::Combine(Integers(), hn::Combine(half, load(3), load(2)), hn::Combine(half, load(1), load(0)));
   }
+}
+
+/// `triangles(i)` is the number of the triangle in lane i.
+template <typename Triangles>
+HWY_INLINE Corners gatherCorners(const TriangleRun& run, const Triangles& triangles) {
+  constexpr Integers integers;
+  constexpr hn::Repartition<std::int64_t, Integers> pairs;
   Corners corners;
   corners.isRegular = set(1);
   for (std::size_t k = 0; k < 3; ++k) {
-    IntegerVector depth, isRegular;
-    hn::LoadInterleaved4(integers, fields[k], corners.x[k], corners.y[k], depth, isRegular);
-    corners.depth[k] = hn::BitCast(Floats(), depth);
+    // Four-by-four transposition within each block.
+    const IntegerVector v0 = gatherVertices(run, triangles, k, 0), v1 = gatherVertices(run, triangles, k, 1);
+    const IntegerVector v2 = gatherVertices(run, triangles, k, 2), v3 = gatherVertices(run, triangles, k, 3);
+    const auto xy01 = hn::BitCast(pairs, hn::InterleaveLower(integers, v0, v1));
+    const auto xy23 = hn::BitCast(pairs, hn::InterleaveLower(integers, v2, v3));
+    const auto rest01 = hn::BitCast(pairs, hn::InterleaveUpper(integers, v0, v1));
+    const auto rest23 = hn::BitCast(pairs, hn::InterleaveUpper(integers, v2, v3));
+    corners.x[k] = hn::BitCast(integers, hn::InterleaveLower(pairs, xy01, xy23));
+    corners.y[k] = hn::BitCast(integers, hn::InterleaveUpper(pairs, xy01, xy23));
+    corners.depth[k] = hn::BitCast(Floats(), hn::InterleaveLower(pairs, rest01, rest23));
+    const auto isRegular = hn::BitCast(integers, hn::InterleaveUpper(pairs, rest01, rest23));
     corners.isRegular = hn::And(corners.isRegular, isRegular);
   }
   return corners;
 }
 
 /// -1, 0 or 1: the sign of the doubled area. Products of 23 bits each are exact in double precision.
-IntegerVector orientations(const Corners& c) {
+HWY_INLINE IntegerVector orientations(const Corners& c) {
   const IntegerVector x1 = hn::Sub(c.x[1], c.x[0]), y1 = hn::Sub(c.y[1], c.y[0]);
   const IntegerVector x2 = hn::Sub(c.x[2], c.x[0]), y2 = hn::Sub(c.y[2], c.y[0]);
   const auto half = [](DoubleVector px1, DoubleVector py1, DoubleVector px2, DoubleVector py2) {
@@ -136,7 +154,7 @@ struct CoverageMasks {
 };
 
 /// Where `fits` is set, coordinates differ by less than 2^12 from each other and from the box's pixels.
-CoverageMasks coverageMasks(const Corners& c, const PixelBoxes& boxes, IntegerMask fits) {
+HWY_INLINE CoverageMasks coverageMasks(const Corners& c, const PixelBoxes& boxes, IntegerMask fits) {
   constexpr Integers integers;
   const IntegerVector columns = hn::IfThenElseZero(fits, hn::Add(hn::Sub(boxes.right, boxes.left), set(1)));
   const IntegerVector rows = hn::IfThenElseZero(fits, hn::Add(hn::Sub(boxes.bottom, boxes.top), set(1)));
@@ -179,8 +197,8 @@ struct HalfPlanes {
 };
 
 /// The same sums as those of a triangle that is brought to a tile on its own.
-HalfPlanes depthPlanes(const DoubleVector (&x)[3], const DoubleVector (&y)[3], const DoubleVector (&z)[3],
-                       DoubleVector tileX, DoubleVector tileY) {
+HWY_INLINE HalfPlanes depthPlanes(const DoubleVector (&x)[3], const DoubleVector (&y)[3], const DoubleVector (&z)[3],
+                                  DoubleVector tileX, DoubleVector tileY) {
   constexpr Doubles doubles;
   const DoubleVector unit = hn::Set(doubles, 1.0 / subpixelOne), half = hn::Set(doubles, 0.5);
   const DoubleVector x1 = hn::Mul(hn::Sub(x[1], x[0]), unit), y1 = hn::Mul(hn::Sub(y[1], y[0]), unit);
@@ -196,7 +214,7 @@ HalfPlanes depthPlanes(const DoubleVector (&x)[3], const DoubleVector (&y)[3], c
   return {hn::DemoteTo(floats, origin), hn::DemoteTo(floats, gradientX), hn::DemoteTo(floats, gradientY)};
 }
 
-DepthPlanes depthPlanes(const Corners& c, const PixelBoxes& boxes) {
+HWY_INLINE DepthPlanes depthPlanes(const Corners& c, const PixelBoxes& boxes) {
   const IntegerVector tileX = hn::And(boxes.left, set(-tileSide)), tileY = hn::And(boxes.top, set(-tileSide));
   const HalfPlanes low = depthPlanes({lowDoubles(c.x[0]), lowDoubles(c.x[1]), lowDoubles(c.x[2])},
                                      {lowDoubles(c.y[0]), lowDoubles(c.y[1]), lowDoubles(c.y[2])},
@@ -249,7 +267,10 @@ class RunSetup {
       const IntegerMask isKept = hn::Or(hn::Eq(corners.isRegular, set(0)), isDrawn);
       const IntegerVector number = hn::Iota(integers, static_cast<std::int32_t>(done));
       const IntegerMask isInRun = hn::Lt(number, set(static_cast<std::int32_t>(size)));
-      count_ += hn::CompressStore(number, hn::And(isKept, isInRun), integers, candidates_ + count_);
+      // Storing the compressed vector whole is many times faster than a compressing store on some processors.
+      const IntegerMask isTaken = hn::And(isKept, isInRun);
+      hn::StoreU(hn::Compress(number, isTaken), integers, candidates_ + count_);
+      count_ += hn::CountTrue(integers, isTaken);
     }
     for (std::size_t i = 0; i < count_; ++i) candidates_[i] += static_cast<std::int32_t>(first);
     // Lanes behind the last repeat it.
