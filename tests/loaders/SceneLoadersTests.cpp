@@ -8,6 +8,7 @@
 #include "loaders/SceneLoadError.h"
 #include "loaders/SceneLoaders.h"
 #include "support/FailureOf.h"
+#include "support/TemporaryFolder.h"
 
 namespace ornolith {
 namespace {
@@ -30,8 +31,14 @@ TEST(SceneLoadError, CasesCompareByTheirPayload) {
 }
 
 TEST(SceneLoaders, FormatsWithoutAReaderEndInASentenceThatNamesTheFormat) {
-  EXPECT_EQ(failureOf([] { loadSceneKitScene(FileURL("/tmp/a.OBJ"), {}); }), "This build cannot read OBJ files.");
+  EXPECT_EQ(failureOf([] { loadSceneKitScene(FileURL("/tmp/a.DAE"), {}); }), "This build cannot read DAE files.");
   EXPECT_EQ(failureOf([] { loadSceneKitScene(FileURL("/tmp/a.usdz"), {}); }), "This build cannot read USDZ files.");
+}
+
+TEST(SceneLoaders, AnOBJFileIsReadWhateverTheCaseOfItsExtension) {
+  const testsupport::TemporaryFolder folder;
+  const FileURL url(folder.makeFile("a.OBJ", "o Blatt\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"));
+  EXPECT_EQ(loadSceneKitScene(url, {})->rootNode()->childNodes().at(0)->name(), "Blatt");
 }
 
 TEST(SceneLoaders, AMeshFileWithoutGeometryIsRefusedByItsName) {

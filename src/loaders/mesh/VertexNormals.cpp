@@ -20,17 +20,22 @@ simd_double3 unit(simd_double3 v) {
   return size > 0 && std::isfinite(size) ? v / size : simd_double3{};
 }
 
-/// The triangles of one place that share a normal. Their first facets lie more than the crease angle apart, so that no
-/// more than some dozen groups fit around a place.
+/// How many groups of a place are looked through for one that a facet belongs to. No more than some dozen facets fit
+/// around a place that lie further apart than the crease angle; only files of smoothing groups alone come beyond.
+constexpr std::size_t groupsSearched = 64;
+
+/// The triangles of one place that share a normal.
 struct Group {
+  std::uint32_t smoothingGroup;
   simd_double3 firstFacet;
   simd_double3 sum;
 };
 
 class Creasing {
  public:
-  Creasing(std::span<const float> positions, std::span<const std::uint32_t> triangles)
-      : positions_(positions), triangles_(triangles) {}
+  Creasing(std::span<const float> positions, std::span<const std::uint32_t> triangles,
+           std::span<const std::uint32_t> smoothingGroups)
+      : positions_(positions), triangles_(triangles), smoothingGroups_(smoothingGroups) {}
 
   CreasedMesh run() {
     sortVerticesByPlace();
@@ -99,11 +104,8 @@ class Creasing {
     const simd_double3 areaNormal = cross(toNext, toLast);
     const simd_double3 facet = unit(areaNormal);
     const bool hasFacet = facet != simd_double3{};
-    std::size_t group = 0;
-    if (hasFacet) {
-      while (group < groups_.size() && dot(groups_[group].firstFacet, facet) < creaseCosine) ++group;
-    }
-    if (group == groups_.size()) groups_.push_back({facet, {}});
+    const std::uint32_t smoothingGroup = smoothingGroups_.empty() ? creasedByAngle : smoothingGroups_[corner / 3];
+    const std::size_t group = groupOf(smoothingGroup, facet, hasFacet);
     if (hasFacet) {
       const double cosine = std::clamp(dot(unit(toNext), unit(toLast)), -1.0, 1.0);
       groups_[group].sum = groups_[group].sum + areaNormal * math::acos(cosine);
@@ -111,14 +113,26 @@ class Creasing {
     groupOfCorner_[corner] = static_cast<std::uint32_t>(group);
   }
 
+  std::size_t groupOf(std::uint32_t smoothingGroup, simd_double3 facet, bool hasFacet) {
+    std::size_t group = groups_.size() > groupsSearched ? groups_.size() - groupsSearched : 0;
+    if (smoothingGroup == flatFacet) group = groups_.size();
+    for (; group < groups_.size(); ++group) {
+      if (groups_[group].smoothingGroup != smoothingGroup) continue;
+      if (smoothingGroup != creasedByAngle || !hasFacet || dot(groups_[group].firstFacet, facet) >= creaseCosine) break;
+    }
+    if (group == groups_.size()) groups_.push_back({smoothingGroup, facet, {}});
+    return group;
+  }
+
   void emitVertices(std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i < end; ++i) {
-      newVertices_.assign(groups_.size(), noVertex);
+      if (newVertices_.size() < groups_.size()) newVertices_.resize(groups_.size(), noVertex);
       for (const std::size_t corner : cornersOf(order_[i])) {
         std::uint32_t& vertex = newVertices_[groupOfCorner_[corner]];
         if (vertex == noVertex) vertex = emitVertex(order_[i], groups_[groupOfCorner_[corner]].sum);
         result_.indices[corner] = vertex;
       }
+      for (const std::size_t corner : cornersOf(order_[i])) newVertices_[groupOfCorner_[corner]] = noVertex;
     }
   }
 
@@ -134,6 +148,7 @@ class Creasing {
 
   std::span<const float> positions_;
   std::span<const std::uint32_t> triangles_;
+  std::span<const std::uint32_t> smoothingGroups_;
   std::vector<std::uint32_t> order_;
   std::vector<std::size_t> firstCorner_;  // For each vertex where its corners begin in `corners_`, and the end.
   std::vector<std::size_t> corners_;
@@ -145,8 +160,9 @@ class Creasing {
 
 }  // namespace
 
-CreasedMesh creasedMesh(std::span<const float> positions, std::span<const std::uint32_t> triangles) {
-  return Creasing(positions, triangles).run();
+CreasedMesh creasedMesh(std::span<const float> positions, std::span<const std::uint32_t> triangles,
+                        std::span<const std::uint32_t> smoothingGroups) {
+  return Creasing(positions, triangles, smoothingGroups).run();
 }
 
 }  // namespace ornolith

@@ -13,11 +13,19 @@ struct CreasedMesh {
   std::vector<std::uint32_t> indices;         ///< The given corners, as new vertices.
 };
 
+/// What the smoothing group of a triangle may be, beside a group's number: every triangle shaded by itself, or creases
+/// where the surface bends by more than 60 degrees.
+inline constexpr std::uint32_t flatFacet = 0;
+inline constexpr std::uint32_t creasedByAngle = 0xFFFFFFFF;
+
 /// Normals for a mesh that has none. `positions` holds three components for each vertex, `triangles` three vertices for
-/// each triangle, all in range. At each place the triangles whose normals lie within 60 degrees of the first one of
-/// their group share a normal: the mean of the facets' normals, weighted by area and by the angle at the corner.
-/// Vertices at one place count as one in this, so that a seam of other attributes stays smooth. Vertices that no
-/// triangle uses are dropped. Takes time in proportion to the corners, but for sorting the vertices by place.
-CreasedMesh creasedMesh(std::span<const float> positions, std::span<const std::uint32_t> triangles);
+/// each triangle, all in range. At each place the triangles of one smoothing group share a normal, and of those that
+/// are creased by angle the ones whose normals lie within 60 degrees of the first of them: the mean of the facets'
+/// normals, weighted by area and by the angle at the corner. Vertices at one place count as one in this, so that a seam
+/// of other attributes stays smooth. Vertices that no triangle uses are dropped. `smoothingGroups` has one for each
+/// triangle, or is empty where all are creased by angle. Takes time in proportion to the corners, but for sorting the
+/// vertices by place.
+CreasedMesh creasedMesh(std::span<const float> positions, std::span<const std::uint32_t> triangles,
+                        std::span<const std::uint32_t> smoothingGroups = {});
 
 }  // namespace ornolith

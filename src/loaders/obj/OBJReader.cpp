@@ -1,11 +1,113 @@
 #include "loaders/obj/OBJReader.h"
 
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "foundation/FileMapping.h"
+#include "foundation/Text.h"
+#include "loaders/mesh/MeshGeometry.h"
 #include "loaders/mesh/MeshReadError.h"
+#include "loaders/obj/OBJGeometry.h"
+#include "loaders/obj/OBJStatements.h"
 
 namespace ornolith {
 
-std::shared_ptr<SCNScene> readOBJ(std::span<const std::byte> /*bytes*/) {
-  throwMalformedMesh("This build cannot read OBJ files.");
+namespace {
+
+using MaterialList = std::vector<std::shared_ptr<SCNMaterial>>;
+
+std::string_view textOf(std::span<const std::byte> bytes) {
+  std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) {
+    throwMalformedMesh("The OBJ file is written in UTF-16; only ASCII and UTF-8 can be read.");
+  }
+  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+  return text;
+}
+
+/// The material of each name: the libraries' or the default one.
+MaterialList materialsFor(const std::vector<std::string_view>& names, const OBJMaterials& known, bool hasColors) {
+  MaterialList list;
+  OBJMaterials defaults;
+  for (const std::string_view rest : names) {
+    const std::string name = objMaterialName(rest);
+    if (const auto found = known.find(name); found != known.end()) {
+      list.push_back(found->second);
+      continue;
+    }
+    std::shared_ptr<SCNMaterial>& material = defaults[name];
+    if (!material) {
+      material = defaultMeshMaterial(hasColors);
+      material->name = name;
+    }
+    list.push_back(material);
+  }
+  return list;
+}
+
+/// Finds or makes the nodes of objects and groups.
+class NodeTree {
+ public:
+  explicit NodeTree(SCNNode::Pointer root) : root_(std::move(root)) {}
+
+  SCNNode::Pointer nodeOf(const OBJPart& part) {
+    SCNNode::Pointer node = root_;
+    if (!part.object.empty()) node = child(objects_, part.object, node, part.object);
+    if (!part.group.empty()) node = child(groups_, std::pair(part.object, part.group), node, part.group);
+    if (node == root_) {
+      node = SCNNode::node();
+      root_->addChildNode(node);
+    }
+    return node;
+  }
+
+ private:
+  template <typename Map, typename Key>
+  static SCNNode::Pointer child(Map& nodes, const Key& key, const SCNNode::Pointer& parent, std::string_view name) {
+    SCNNode::Pointer& node = nodes[key];
+    if (!node) {
+      node = SCNNode::node();
+      node->setName(repairingUTF8(name));
+      parent->addChildNode(node);
+    }
+    return node;
+  }
+
+  SCNNode::Pointer root_;
+  std::map<std::string_view, SCNNode::Pointer> objects_;
+  std::map<std::pair<std::string_view, std::string_view>, SCNNode::Pointer> groups_;
+};
+
+}  // namespace
+
+std::shared_ptr<SCNScene> readOBJ(std::span<const std::byte> bytes, const OBJMaterials& materials) {
+  const OBJStatements statements = readOBJStatements(textOf(bytes));
+  const OBJParts parts = sortIntoParts(statements);
+  const bool hasColors = !statements.colors.empty();
+  auto scene = SCNScene::scene();
+  OBJGeometryBuilder builder(statements);
+  if (parts.parts.empty() && !statements.positions.empty()) {
+    scene->rootNode()->addChildNode(SCNNode::nodeWithGeometry(builder.buildPointCloud(defaultMeshMaterial(hasColors))));
+    return scene;
+  }
+  const MaterialList list = materialsFor(parts.materialNames, materials, hasColors);
+  NodeTree tree(scene->rootNode());
+  for (const OBJPart& part : parts.parts) {
+    const SCNNode::Pointer node = tree.nodeOf(part);
+    node->geometry = builder.build(part, list);
+    node->geometry->name = node->name().value_or("");
+  }
+  return scene;
+}
+
+std::shared_ptr<SCNScene> loadOBJScene(const FileURL& url, const std::vector<FileURL>& assetDirectories) {
+  const auto prepared = SceneKitOBJMaterialNormalization::prepare(url, assetDirectories);
+  const FileMapping file(url);
+  std::shared_ptr<SCNScene> scene = readOBJ(file.bytes(), readOBJMaterials(prepared));
+  SceneKitOBJMaterialNormalization::apply(prepared, *scene);
+  return scene;
 }
 
 }  // namespace ornolith

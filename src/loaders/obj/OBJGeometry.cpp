@@ -1,0 +1,403 @@
+#include "loaders/obj/OBJGeometry.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <map>
+#include <numeric>
+#include <utility>
+
+#include "foundation/LinearAlgebra.h"
+#include "imaging/Color.h"
+#include "loaders/mesh/MeshReadError.h"
+#include "loaders/mesh/VertexNormals.h"
+#include "scenegraph/PolygonTriangulation.h"
+
+namespace ornolith {
+
+namespace {
+
+using Indices = std::vector<std::uint32_t>;
+using Buffer = std::vector<std::byte>;
+
+constexpr std::uint32_t noVertex = 0xFFFFFFFF;
+
+/// How many vertices of one position are looked through for one that a corner equals. Only files that share a position
+/// among very many seams have more, and then some vertices are repeated.
+constexpr int verticesSearched = 32;
+
+/// The vertices of a part: what each takes from the file's lists.
+struct Vertices {
+  Indices positions;
+  Indices texcoords;  // `noOBJIndex` where there is none.
+  Indices normals;    // The same.
+  Indices nextOfPosition;
+
+  std::size_t count() const noexcept { return positions.size(); }
+};
+
+/// The primitives of one material in a part, over the part's vertices.
+struct Slot {
+  std::uint32_t material = 0;
+  Indices triangles;
+  Indices smoothingGroups;  // One for each triangle, where the part's differ.
+  Indices lines;
+  Indices points;
+};
+
+simd_double3 positionAt(const std::vector<float>& positions, std::uint32_t index) {
+  const float* p = positions.data() + std::size_t{index} * 3;
+  return {p[0], p[1], p[2]};
+}
+
+/// True where the fan from the first corner of four turns one way.
+bool isPlainQuad(const std::array<simd_double3, 4>& corners) {
+  const simd_double3 diagonal = corners[2] - corners[0];
+  return dot(cross(corners[1] - corners[0], diagonal), cross(diagonal, corners[3] - corners[0])) > 0;
+}
+
+/// Collects the corners of one part as vertices and primitives over them.
+class PartCollector {
+ public:
+  PartCollector(const OBJStatements& statements, Indices& firstOfPosition)
+      : statements_(statements), firstOfPosition_(firstOfPosition) {}
+  PartCollector(const PartCollector&) = delete;
+  PartCollector& operator=(const PartCollector&) = delete;
+  ~PartCollector() { forgetVertices(); }
+
+  /// Vertices that are added later equal none of those before.
+  void forgetVertices() {
+    for (std::size_t i = firstKept_; i < vertices_.count(); ++i) firstOfPosition_[vertices_.positions[i]] = noVertex;
+    firstKept_ = vertices_.count();
+  }
+
+  void addFaces(const OBJPart& part) {
+    hasSmoothingGroups_ = std::any_of(part.faces.begin(), part.faces.end(),
+                                      [](const OBJPiece& piece) { return piece.smoothingGroup != creasedByAngle; });
+    for (const OBJPiece& piece : part.faces) {
+      const OBJStretch& stretch = statements_.stretches[piece.stretch];
+      forEachPrimitive(piece, stretch.faceRuns, [&](std::size_t corner, std::uint32_t count) {
+        if (count >= 3) addFace(stretch.faces, corner, count, piece);
+      });
+    }
+  }
+
+  /// Lines and points, and the faces that are one of these.
+  void addLinesAndPoints(const OBJPart& part) {
+    for (const OBJPiece& piece : part.faces) {
+      const OBJStretch& stretch = statements_.stretches[piece.stretch];
+      forEachPrimitive(piece, stretch.faceRuns, [&](std::size_t corner, std::uint32_t count) {
+        if (count < 3) addLine(stretch.faces, corner, count, slotOf(piece.material));
+      });
+    }
+    for (const OBJPiece& piece : part.lines) {
+      const OBJStretch& stretch = statements_.stretches[piece.stretch];
+      forEachPrimitive(piece, stretch.lineRuns, [&](std::size_t corner, std::uint32_t count) {
+        addLine(stretch.lines, corner, count, slotOf(piece.material));
+      });
+    }
+    for (const OBJPiece& piece : part.points) {
+      const OBJStretch& stretch = statements_.stretches[piece.stretch];
+      for (std::size_t i = 0; i < piece.cornerCount; ++i) {
+        addLine(stretch.points, piece.firstCorner + i, 1, slotOf(piece.material));
+      }
+    }
+  }
+
+  Vertices& vertices() { return vertices_; }
+  /// Puts others in the place of the vertices, all of which are forgotten; the slots refer to these now.
+  void setVertices(Vertices vertices) {
+    vertices_ = std::move(vertices);
+    firstKept_ = vertices_.count();
+  }
+  std::vector<Slot>& slots() { return slots_; }
+  bool hasSmoothingGroups() const noexcept { return hasSmoothingGroups_; }
+
+ private:
+  template <typename Visit>
+  static void forEachPrimitive(const OBJPiece& piece, const std::vector<OBJRun>& runs, const Visit& visit) {
+    std::size_t corner = piece.firstCorner;
+    const std::size_t end = piece.firstCorner + piece.cornerCount;
+    std::size_t before = piece.primitivesOfRunBefore;
+    for (std::size_t run = piece.firstRun; corner < end; ++run, before = 0) {
+      const std::uint32_t size = runs[run].cornersPerPrimitive;
+      for (std::size_t i = before; i < runs[run].primitiveCount && corner < end; ++i, corner += size) {
+        visit(corner, size);
+      }
+    }
+  }
+
+  Slot& slotOf(std::uint32_t material) {
+    if (lastSlot_ < slots_.size() && slots_[lastSlot_].material == material) return slots_[lastSlot_];
+    const auto [position, isNew] = slotNumbers_.try_emplace(material, slots_.size());
+    if (isNew)
+      slots_.push_back({.material = material, .triangles = {}, .smoothingGroups = {}, .lines = {}, .points = {}});
+    lastSlot_ = position->second;
+    return slots_[lastSlot_];
+  }
+
+  std::uint32_t vertexOf(const OBJCorners& corners, std::size_t corner) {
+    const std::uint32_t position = corners.positions[corner];
+    const std::uint32_t texcoord = corners.texcoords.empty() ? noOBJIndex : corners.texcoords[corner];
+    const std::uint32_t normal = corners.normals.empty() ? noOBJIndex : corners.normals[corner];
+    const std::uint32_t first = firstOfPosition_[position];
+    std::uint32_t vertex = first;
+    for (int i = 0; i < verticesSearched && vertex != noVertex; ++i, vertex = vertices_.nextOfPosition[vertex]) {
+      if (vertices_.texcoords[vertex] == texcoord && vertices_.normals[vertex] == normal) return vertex;
+    }
+    if (vertices_.count() >= noVertex) throwMalformedMesh("The OBJ file has more vertices than can be drawn.");
+    const auto added = static_cast<std::uint32_t>(vertices_.count());
+    vertices_.positions.push_back(position);
+    vertices_.texcoords.push_back(texcoord);
+    vertices_.normals.push_back(normal);
+    vertices_.nextOfPosition.push_back(first);
+    firstOfPosition_[position] = added;
+    return added;
+  }
+
+  void addFace(const OBJCorners& corners, std::size_t first, std::uint32_t count, const OBJPiece& piece) {
+    Slot& slot = slotOf(piece.material);
+    face_.clear();
+    for (std::uint32_t i = 0; i < count; ++i) face_.push_back(vertexOf(corners, first + i));
+    const std::size_t before = slot.triangles.size();
+    if (count == 3) {
+      slot.triangles.insert(slot.triangles.end(), face_.begin(), face_.end());
+    } else {
+      addPolygon(slot.triangles);
+    }
+    if (hasSmoothingGroups_) {
+      slot.smoothingGroups.insert(slot.smoothingGroups.end(), (slot.triangles.size() - before) / 3,
+                                  piece.smoothingGroup);
+    }
+  }
+
+  void addPolygon(Indices& triangles) {
+    const auto place = [&](std::size_t i) { return positionAt(statements_.positions, vertices_.positions[face_[i]]); };
+    if (face_.size() == 4 && isPlainQuad({place(0), place(1), place(2), place(3)})) {
+      triangles.insert(triangles.end(), {face_[0], face_[1], face_[2], face_[0], face_[2], face_[3]});
+      return;
+    }
+    places_.clear();
+    cut_.clear();
+    for (std::size_t i = 0; i < face_.size(); ++i) places_.push_back(place(i));
+    triangulator_.triangulate(places_, cut_);
+    for (const std::uint32_t corner : cut_) triangles.push_back(face_[corner]);
+  }
+
+  /// A line over the corners, or a point.
+  void addLine(const OBJCorners& corners, std::size_t first, std::uint32_t count, Slot& slot) {
+    std::uint32_t last = vertexOf(corners, first);
+    if (count == 1) slot.points.push_back(last);
+    for (std::uint32_t i = 1; i < count; ++i) {
+      const std::uint32_t next = vertexOf(corners, first + i);
+      slot.lines.insert(slot.lines.end(), {last, next});
+      last = next;
+    }
+  }
+
+  const OBJStatements& statements_;
+  Indices& firstOfPosition_;
+  Vertices vertices_;
+  std::size_t firstKept_ = 0;
+  std::vector<Slot> slots_;
+  std::map<std::uint32_t, std::size_t> slotNumbers_;
+  std::size_t lastSlot_ = 0;
+  bool hasSmoothingGroups_ = false;
+  PolygonTriangulator triangulator_;
+  Indices face_;
+  Indices cut_;
+  std::vector<simd_double3> places_;
+};
+
+template <std::size_t Components>
+void write(Buffer& buffer, std::size_t vertex, const std::array<float, Components>& values) {
+  std::memcpy(buffer.data() + vertex * sizeof(values), values.data(), sizeof(values));
+}
+
+/// For each vertex the vector that its index means, or `missing`.
+template <std::size_t Components>
+Buffer gathered(const std::vector<float>& list, const Indices& indices, const std::array<float, Components>& missing) {
+  Buffer buffer(indices.size() * Components * sizeof(float));
+  for (std::size_t i = 0; i < indices.size(); ++i) {
+    const bool isMissing = indices[i] == noOBJIndex;
+    const float* values = isMissing ? missing.data() : list.data() + std::size_t{indices[i]} * Components;
+    std::memcpy(buffer.data() + i * Components * sizeof(float), values, Components * sizeof(float));
+  }
+  return buffer;
+}
+
+Buffer texcoordsOf(const OBJStatements& statements, const Indices& indices) {
+  Buffer buffer(indices.size() * 2 * sizeof(float));
+  for (std::size_t i = 0; i < indices.size(); ++i) {
+    if (indices[i] == noOBJIndex) continue;
+    const float* uv = statements.texcoords.data() + std::size_t{indices[i]} * 2;
+    write<2>(buffer, i, {uv[0], 1 - uv[1]});  // From the top, as the scene counts.
+  }
+  return buffer;
+}
+
+Buffer colorsOf(const OBJStatements& statements, const Indices& indices, float scale) {
+  Buffer buffer(indices.size() * 3 * sizeof(float));
+  for (std::size_t i = 0; i < indices.size(); ++i) {
+    const float* rgb = statements.colors.data() + std::size_t{indices[i]} * 3;
+    const auto linear = [scale](float value) { return value > 0 ? linearFromSRGB(std::min(value * scale, 1.0F)) : 0; };
+    write<3>(buffer, i, {linear(rgb[0]), linear(rgb[1]), linear(rgb[2])});
+  }
+  return buffer;
+}
+
+constexpr std::array<float, 3> normalOfLines = {0, 0, 1};
+
+bool isSmoothed(const Indices& normals, const std::uint32_t* triangle) {
+  return normals[triangle[0]] != noOBJIndex && normals[triangle[1]] != noOBJIndex && normals[triangle[2]] != noOBJIndex;
+}
+
+/// Computes the normals of the triangles that lack one at a corner, and gives the normals of all vertices. The part's
+/// vertices are split where the surface has creases.
+Buffer completeNormals(const OBJStatements& statements, PartCollector& part) {
+  Vertices& vertices = part.vertices();
+  const bool isComplete =
+      std::find(vertices.normals.begin(), vertices.normals.end(), noOBJIndex) == vertices.normals.end();
+  if (isComplete) return gathered<3>(statements.normals, vertices.normals, normalOfLines);
+
+  Indices lacking;
+  Indices smoothingGroups;
+  for (const Slot& slot : part.slots()) {
+    for (std::size_t i = 0; i < slot.triangles.size(); i += 3) {
+      if (isSmoothed(vertices.normals, &slot.triangles[i])) continue;
+      lacking.insert(lacking.end(), &slot.triangles[i], &slot.triangles[i] + 3);
+      if (part.hasSmoothingGroups()) smoothingGroups.push_back(slot.smoothingGroups[i / 3]);
+    }
+  }
+  std::vector<float> positions(vertices.count() * 3);
+  for (std::size_t i = 0; i < vertices.count(); ++i) {
+    std::memcpy(&positions[i * 3], &statements.positions[std::size_t{vertices.positions[i]} * 3], 3 * sizeof(float));
+  }
+  const CreasedMesh creased = creasedMesh(positions, lacking, smoothingGroups);
+
+  // First the vertices that have a normal, then the new ones.
+  Vertices completed;
+  Indices keptAs(vertices.count(), noVertex);
+  const auto keep = [&](std::uint32_t vertex) {
+    completed.positions.push_back(vertices.positions[vertex]);
+    completed.texcoords.push_back(vertices.texcoords[vertex]);
+    completed.normals.push_back(vertices.normals[vertex]);
+  };
+  for (std::uint32_t vertex = 0; vertex < vertices.count(); ++vertex) {
+    if (vertices.normals[vertex] == noOBJIndex) continue;
+    keptAs[vertex] = static_cast<std::uint32_t>(completed.count());
+    keep(vertex);
+  }
+  const auto firstNew = static_cast<std::uint32_t>(completed.count());
+  for (const std::uint32_t source : creased.sourceVertices) keep(source);
+  std::size_t next = 0;
+  for (Slot& slot : part.slots()) {
+    for (std::size_t i = 0; i < slot.triangles.size(); i += 3) {
+      const bool isKept = isSmoothed(vertices.normals, &slot.triangles[i]);
+      for (std::size_t corner = i; corner < i + 3; ++corner) {
+        slot.triangles[corner] = isKept ? keptAs[slot.triangles[corner]] : firstNew + creased.indices[next++];
+      }
+    }
+  }
+  Buffer normals = gathered<3>(statements.normals, completed.normals, normalOfLines);
+  std::memcpy(normals.data() + std::size_t{firstNew} * 3 * sizeof(float), creased.normals.data(),
+              creased.normals.size() * sizeof(float));
+  completed.nextOfPosition.assign(completed.count(), noVertex);
+  part.setVertices(std::move(completed));
+  return normals;
+}
+
+std::shared_ptr<SCNGeometryElement> elementOver(const Indices& indices, SCNGeometryPrimitiveType type,
+                                                std::size_t perPrimitive) {
+  const std::span<const std::byte> bytes = std::as_bytes(std::span(indices));
+  return SCNGeometryElement::geometryElementWithData(std::make_shared<const Buffer>(bytes.begin(), bytes.end()), type,
+                                                     indices.size() / perPrimitive, sizeof(std::uint32_t));
+}
+
+void makePointsVisible(SCNGeometryElement& points) {
+  points.minimumPointScreenSpaceRadius = 2;
+  points.maximumPointScreenSpaceRadius = 2;
+}
+
+std::shared_ptr<const SCNGeometrySource> sourceOver(Buffer values, SCNGeometrySourceSemantic semantic,
+                                                    std::size_t components) {
+  const std::size_t count = values.size() / (components * sizeof(float));
+  return SCNGeometrySource::geometrySourceWithData(std::make_shared<const Buffer>(std::move(values)), semantic, count,
+                                                   true, components, sizeof(float), 0, 0);
+}
+
+}  // namespace
+
+OBJGeometryBuilder::OBJGeometryBuilder(const OBJStatements& statements)
+    : statements_(statements), firstOfPosition_(statements.positions.size() / 3, noVertex) {
+  // Some exporters count colours up to 255.
+  constexpr float bytesForOne = 255;
+  const bool countsInBytes =
+      std::any_of(statements.colors.begin(), statements.colors.end(), [](float value) { return value > 1; });
+  if (countsInBytes) colorScale_ = 1 / bytesForOne;
+}
+
+std::shared_ptr<SCNGeometry> OBJGeometryBuilder::build(const OBJPart& part,
+                                                       std::span<const std::shared_ptr<SCNMaterial>> materials) {
+  PartCollector collector(statements_, firstOfPosition_);
+  collector.addFaces(part);
+  collector.forgetVertices();
+  Buffer normals = completeNormals(statements_, collector);
+  collector.addLinesAndPoints(part);
+  collector.forgetVertices();
+
+  const Vertices& vertices = collector.vertices();
+  const std::size_t vertexOfFaces = normals.size() / (3 * sizeof(float));
+  SCNGeometry::Sources sources{
+      sourceOver(gathered<3>(statements_.positions, vertices.positions, {}), SCNGeometrySourceSemantic::vertex, 3)};
+  if (vertexOfFaces > 0) {
+    normals.resize(vertices.count() * 3 * sizeof(float));
+    for (std::size_t i = vertexOfFaces; i < vertices.count(); ++i) write(normals, i, normalOfLines);
+    sources.push_back(sourceOver(std::move(normals), SCNGeometrySourceSemantic::normal, 3));
+  }
+  if (!statements_.colors.empty()) {
+    sources.push_back(
+        sourceOver(colorsOf(statements_, vertices.positions, colorScale_), SCNGeometrySourceSemantic::color, 3));
+  }
+  const bool hasTexcoords = std::any_of(vertices.texcoords.begin(), vertices.texcoords.end(),
+                                        [](std::uint32_t index) { return index != noOBJIndex; });
+  if (hasTexcoords) {
+    sources.push_back(sourceOver(texcoordsOf(statements_, vertices.texcoords), SCNGeometrySourceSemantic::texcoord, 2));
+  }
+
+  SCNGeometry::Elements elements;
+  SCNGeometry::Materials elementMaterials;
+  const auto addElement = [&](const Slot& slot, const Indices& indices, SCNGeometryPrimitiveType type,
+                              std::size_t perPrimitive) {
+    if (indices.empty()) return;
+    elements.push_back(elementOver(indices, type, perPrimitive));
+    elementMaterials.push_back(materials[slot.material]);
+    if (type == SCNGeometryPrimitiveType::point) makePointsVisible(*elements.back());
+  };
+  for (const Slot& slot : collector.slots()) addElement(slot, slot.triangles, SCNGeometryPrimitiveType::triangles, 3);
+  for (const Slot& slot : collector.slots()) addElement(slot, slot.lines, SCNGeometryPrimitiveType::line, 2);
+  for (const Slot& slot : collector.slots()) addElement(slot, slot.points, SCNGeometryPrimitiveType::point, 1);
+  auto geometry = SCNGeometry::geometryWithSources(std::move(sources), std::move(elements));
+  geometry->setMaterials(std::move(elementMaterials));
+  return geometry;
+}
+
+std::shared_ptr<SCNGeometry> OBJGeometryBuilder::buildPointCloud(std::shared_ptr<SCNMaterial> material) const {
+  Indices all(statements_.positions.size() / 3);
+  std::iota(all.begin(), all.end(), 0U);
+  SCNGeometry::Sources sources{
+      sourceOver(gathered<3>(statements_.positions, all, {}), SCNGeometrySourceSemantic::vertex, 3)};
+  if (statements_.normals.size() == statements_.positions.size()) {
+    sources.push_back(sourceOver(gathered<3>(statements_.normals, all, {}), SCNGeometrySourceSemantic::normal, 3));
+  }
+  if (!statements_.colors.empty()) {
+    sources.push_back(sourceOver(colorsOf(statements_, all, colorScale_), SCNGeometrySourceSemantic::color, 3));
+  }
+  auto points = SCNGeometryElement::geometryElementWithData(nullptr, SCNGeometryPrimitiveType::point, all.size(), 4);
+  makePointsVisible(*points);
+  auto geometry = SCNGeometry::geometryWithSources(std::move(sources), {std::move(points)});
+  geometry->setFirstMaterial(std::move(material));
+  return geometry;
+}
+
+}  // namespace ornolith

@@ -1,0 +1,441 @@
+#include "loaders/obj/OBJStatements.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "foundation/Parallel.h"
+#include "foundation/Text.h"
+#include "loaders/mesh/MeshReadError.h"
+#include "loaders/mesh/NumberScanner.h"
+
+namespace ornolith {
+
+namespace {
+
+constexpr std::size_t stretchSize = std::size_t{4} << 20;
+
+// While a stretch is read, nobody knows how many vertices stand before it. A negative index, which counts back from the
+// corner's own line, is kept as its distance from the stretch's first vertex, with the top bit set.
+constexpr std::uint32_t relativeBit = 0x80000000;
+constexpr std::int64_t relativeBias = std::int64_t{1} << 30;
+constexpr std::int64_t maximumIndex = relativeBias - 1;
+
+bool isLineEnd(char letter) noexcept {
+  return letter == '\n' || letter == '\r';
+}
+
+bool isSpace(char letter) noexcept {
+  return letter == ' ' || letter == '\t' || letter == '\v' || letter == '\f';
+}
+
+/// A fault, and the place of it.
+struct Fault {
+  const char* place = nullptr;
+  std::string sentence;
+};
+
+/// How many vertices, texture coordinates and normals stand before a stretch.
+struct Counts {
+  std::size_t positions = 0;
+  std::size_t texcoords = 0;
+  std::size_t normals = 0;
+};
+
+/// Reads the lines of one stretch. The text ends in a line end, so that no loop over a line's letters needs another
+/// bound.
+class StretchReader {
+ public:
+  explicit StretchReader(std::string_view text) : p_(text.data()), end_(text.data() + text.size()) {
+    constexpr std::size_t bytesPerVertexGuess = 64;
+    stretch_.positions.reserve(text.size() / bytesPerVertexGuess * 3);
+    stretch_.faces.positions.reserve(text.size() / bytesPerVertexGuess * 3);
+  }
+
+  OBJStretch run() {
+    while (p_ < end_) {
+      readLine();
+      while (p_ < end_ && !isLineEnd(*p_)) skipLetter();
+      while (p_ < end_ && (isLineEnd(*p_) || isSpace(*p_))) ++p_;
+    }
+    return std::move(stretch_);
+  }
+
+ private:
+  [[noreturn]] static void fail(const char* place, std::string sentence) { throw Fault{place, std::move(sentence)}; }
+
+  /// The end of the continuation that begins at `p`, or `p` where none does.
+  const char* behindContinuation(const char* p) const {
+    const char* q = p;
+    if (*q != '\\') return p;
+    do ++q;
+    while (q < end_ && isSpace(*q));
+    if (q == end_ || !isLineEnd(*q)) return p;
+    return *q == '\r' && q + 1 < end_ && q[1] == '\n' ? q + 2 : q + 1;
+  }
+
+  void skipLetter() {
+    const char* next = *p_ == '\\' ? behindContinuation(p_) : p_;
+    p_ = next == p_ ? p_ + 1 : next;
+  }
+
+  void skipSpaces() {
+    while (p_ < end_) {
+      if (isSpace(*p_)) {
+        ++p_;
+      } else if (*p_ == '\\') {
+        const char* next = behindContinuation(p_);
+        if (next == p_) return;
+        p_ = next;
+      } else {
+        return;
+      }
+    }
+  }
+
+  bool isAtLineEnd() {
+    skipSpaces();
+    return p_ == end_ || isLineEnd(*p_) || *p_ == '#';
+  }
+
+  bool isAtWordEnd() const { return p_ == end_ || isSpace(*p_) || isLineEnd(*p_) || *p_ == '\\'; }
+
+  void skipWord() {
+    while (p_ < end_ && !isAtWordEnd()) ++p_;
+    if (p_ < end_ && *p_ == '\\' && behindContinuation(p_) == p_) {
+      ++p_;
+      skipWord();
+    }
+  }
+
+  std::string_view rest() {
+    skipSpaces();
+    const char* const begin = p_;
+    while (p_ < end_ && !isLineEnd(*p_)) ++p_;
+    const char* last = p_;
+    while (last > begin && isSpace(last[-1])) --last;
+    return {begin, static_cast<std::size_t>(last - begin)};
+  }
+
+  void readLine() {
+    const char* const begin = p_;
+    while (!isAtWordEnd()) ++p_;
+    const std::string_view keyword(begin, static_cast<std::size_t>(p_ - begin));
+    if (keyword == "v") {
+      readPosition();
+    } else if (keyword == "f" || keyword == "fo") {
+      readFace();
+    } else if (keyword == "vn") {
+      readNumbers(stretch_.normals, 3, 3);
+    } else if (keyword == "vt") {
+      readNumbers(stretch_.texcoords, 2, 1);
+    } else if (keyword == "l") {
+      readLineStrip();
+    } else if (keyword == "p") {
+      while (!isAtLineEnd()) readCorner(stretch_.points);
+    } else if (keyword == "o") {
+      change(OBJStateKind::object);
+    } else if (keyword == "g") {
+      change(OBJStateKind::group);
+    } else if (keyword == "usemtl") {
+      change(OBJStateKind::material);
+    } else if (keyword == "s") {
+      change(OBJStateKind::smoothing);
+    }
+  }
+
+  // Numbers.
+
+  float readNumber() {
+    float value = 0;
+    const char* const begin = p_;
+    p_ = scanReal(begin, end_, value);
+    if (p_ == begin) fail(begin, "a number is missing");
+    if (!isAtWordEnd()) value = oddNumber(begin, value);
+    return value;
+  }
+
+  /// What exporters write that is not quite a number: a decimal comma, and "1.#QNAN" or "-1.#IND" for no number. Of
+  /// anything else the front counts.
+  float oddNumber(const char* begin, float front) {
+    const char mark = *p_;
+    if (mark == ',' && p_ + 1 < end_ && number_scanner::isDigit(p_[1])) {
+      const char* const comma = p_;
+      skipWord();
+      std::string text(begin, p_);
+      text[static_cast<std::size_t>(comma - begin)] = '.';
+      float value = 0;
+      return scanReal(text.data(), text.data() + text.size(), value) == text.data() + text.size() ? value : front;
+    }
+    const bool isInfinite = mark == '#' && p_ + 1 < end_ && p_[1] == 'I' && p_ + 3 < end_ && p_[3] == 'F';
+    skipWord();
+    if (mark != '#') return front;
+    if (!isInfinite) return std::numeric_limits<float>::quiet_NaN();
+    return *begin == '-' ? -std::numeric_limits<float>::infinity() : std::numeric_limits<float>::infinity();
+  }
+
+  void readNumbers(std::vector<float>& list, std::size_t wanted, std::size_t needed) {
+    std::array<float, 3> numbers{};
+    for (std::size_t i = 0; i < wanted; ++i) {
+      if (isAtLineEnd()) {
+        if (i < needed) fail(p_, "a number is missing");
+        break;
+      }
+      numbers[i] = readNumber();
+    }
+    list.insert(list.end(), numbers.begin(), numbers.begin() + static_cast<std::ptrdiff_t>(wanted));
+  }
+
+  void readPosition() {
+    std::array<float, 7> numbers{};
+    std::size_t count = 0;
+    for (; count < numbers.size() && !isAtLineEnd(); ++count) numbers[count] = readNumber();
+    if (count < 3) fail(p_, "a vertex has fewer than three coordinates");
+    stretch_.positions.insert(stretch_.positions.end(), numbers.begin(), numbers.begin() + 3);
+    // Behind the position stand a weight, or a colour with an opacity or without, or a weight and a colour.
+    if (count >= 6) {
+      const std::size_t vertexCount = stretch_.positions.size() / 3;
+      stretch_.colors.resize((vertexCount - 1) * 3, 1.0F);
+      stretch_.colors.insert(stretch_.colors.end(), numbers.begin() + 3, numbers.begin() + 6);
+    } else if (!stretch_.colors.empty()) {
+      stretch_.colors.insert(stretch_.colors.end(), 3, 1.0F);
+    }
+  }
+
+  // Corners.
+
+  /// The index from 0 that the file's number means.
+  std::uint32_t index(std::int64_t number, std::size_t countSoFar, const char* place) const {
+    if (number > 0) {
+      if (number > maximumIndex) fail(place, "an index is out of range");
+      return static_cast<std::uint32_t>(number - 1);
+    }
+    const std::int64_t distance = static_cast<std::int64_t>(countSoFar) + number;
+    if (number == 0 || number < -maximumIndex || distance < -maximumIndex || distance >= maximumIndex) {
+      fail(place, "an index is out of range");
+    }
+    return relativeBit | static_cast<std::uint32_t>(distance + relativeBias);
+  }
+
+  /// An index behind a "/", or nothing. Some exporters write 0 for none.
+  std::uint32_t furtherIndex(std::size_t countSoFar) {
+    std::int64_t number = 0;
+    const char* const begin = p_;
+    p_ = scanInteger(begin, end_, number);
+    return number == 0 ? noOBJIndex : index(number, countSoFar, begin);
+  }
+
+  static void addFurther(std::vector<std::uint32_t>& list, std::size_t cornersBefore, std::uint32_t index) {
+    if (list.empty()) {
+      if (index == noOBJIndex) return;
+      list.resize(cornersBefore, noOBJIndex);
+    }
+    list.push_back(index);
+  }
+
+  void readCorner(OBJCorners& corners) {
+    std::int64_t number = 0;
+    const char* const begin = p_;
+    p_ = scanInteger(begin, end_, number);
+    if (p_ == begin) fail(begin, "an index is missing");
+    const std::uint32_t position = index(number, stretch_.positions.size() / 3, begin);
+    std::uint32_t texcoord = noOBJIndex;
+    std::uint32_t normal = noOBJIndex;
+    if (p_ < end_ && *p_ == '/') {
+      ++p_;
+      texcoord = furtherIndex(stretch_.texcoords.size() / 2);
+      if (p_ < end_ && *p_ == '/') {
+        ++p_;
+        normal = furtherIndex(stretch_.normals.size() / 3);
+      }
+    }
+    if (!isAtWordEnd()) fail(begin, "an index is not a whole number");
+    const std::size_t before = corners.positions.size();
+    corners.positions.push_back(position);
+    addFurther(corners.texcoords, before, texcoord);
+    addFurther(corners.normals, before, normal);
+  }
+
+  static void addRun(std::vector<OBJRun>& runs, std::size_t corners) {
+    const auto size = static_cast<std::uint32_t>(corners);
+    if (runs.empty() || runs.back().cornersPerPrimitive != size) runs.push_back({size, 0});
+    ++runs.back().primitiveCount;
+  }
+
+  void readFace() {
+    const std::size_t before = stretch_.faces.count();
+    while (!isAtLineEnd()) readCorner(stretch_.faces);
+    const std::size_t corners = stretch_.faces.count() - before;
+    if (corners > 0) addRun(stretch_.faceRuns, corners);
+  }
+
+  void readLineStrip() {
+    const std::size_t before = stretch_.lines.count();
+    while (!isAtLineEnd()) readCorner(stretch_.lines);
+    const std::size_t corners = stretch_.lines.count() - before;
+    if (corners > 0) addRun(stretch_.lineRuns, corners);
+  }
+
+  // Statements that hold for what follows.
+
+  void change(OBJStateKind kind) {
+    OBJStateChange next{.kind = kind,
+                        .value = rest(),
+                        .faceCorners = stretch_.faces.count(),
+                        .lineCorners = stretch_.lines.count(),
+                        .pointCorners = stretch_.points.count()};
+    // Those that nothing stands behind are forgotten, so that a file of nothing else costs no memory.
+    std::vector<OBJStateChange>& changes = stretch_.changes;
+    std::size_t first = changes.size();
+    while (first > 0 && changes[first - 1].faceCorners == next.faceCorners &&
+           changes[first - 1].lineCorners == next.lineCorners && changes[first - 1].pointCorners == next.pointCorners) {
+      --first;
+    }
+    const auto isReplaced = [kind](const OBJStateChange& earlier) {
+      return earlier.kind == kind || (kind == OBJStateKind::object && earlier.kind == OBJStateKind::group);
+    };
+    changes.erase(std::remove_if(changes.begin() + static_cast<std::ptrdiff_t>(first), changes.end(), isReplaced),
+                  changes.end());
+    changes.push_back(next);
+  }
+
+  const char* p_;
+  const char* end_;
+  OBJStretch stretch_;
+};
+
+/// One stretch's text, or the fault in it.
+struct Stretch {
+  std::string_view text;
+  std::optional<Fault> fault;
+};
+
+bool endsInContinuation(std::string_view line) {
+  while (!line.empty() && (isLineEnd(line.back()) || isSpace(line.back()))) line.remove_suffix(1);
+  return !line.empty() && line.back() == '\\';
+}
+
+/// Cuts the text behind line ends that no line goes on over.
+std::vector<Stretch> cutIntoStretches(std::string_view text) {
+  std::vector<Stretch> stretches;
+  std::size_t begin = 0;
+  while (begin < text.size()) {
+    std::size_t end = std::min(begin + stretchSize, text.size());
+    while (end < text.size()) {
+      end = std::min(text.find('\n', end), text.size() - 1) + 1;
+      const std::size_t lookBack = std::min<std::size_t>(end - begin, 64);
+      if (!endsInContinuation(text.substr(end - lookBack, lookBack))) break;
+    }
+    stretches.push_back({text.substr(begin, end - begin), std::nullopt});
+    begin = end;
+  }
+  return stretches;
+}
+
+void throwFirstFault(const std::vector<Stretch>& stretches, std::string_view text) {
+  for (const Stretch& stretch : stretches) {
+    if (!stretch.fault) continue;
+    const std::string_view before = text.substr(0, static_cast<std::size_t>(stretch.fault->place - text.data()));
+    std::size_t line = 1;
+    for (std::size_t i = 0; i < before.size(); ++i) {
+      if (before[i] == '\n' || (before[i] == '\r' && (i + 1 == text.size() || text[i + 1] != '\n'))) ++line;
+    }
+    throwMalformedMesh("The OBJ file is damaged: " + stretch.fault->sentence + " in line " + std::to_string(line) +
+                       ".");
+  }
+}
+
+/// Turns distances from the stretch's first vertex into indices and checks them all.
+void settleIndices(std::vector<std::uint32_t>& indices, std::size_t before, std::size_t count, bool mayBeMissing,
+                   const char* kind) {
+  for (std::uint32_t& index : indices) {
+    if (index < count) continue;
+    if (mayBeMissing && index == noOBJIndex) continue;
+    if ((index & relativeBit) != 0 && index != noOBJIndex) {
+      const std::int64_t settled =
+          static_cast<std::int64_t>(before) + static_cast<std::int64_t>(index & ~relativeBit) - relativeBias;
+      if (settled >= 0 && static_cast<std::uint64_t>(settled) < count) {
+        index = static_cast<std::uint32_t>(settled);
+        continue;
+      }
+    }
+    throwMalformedMesh("The OBJ file is damaged: it refers to a " + std::string(kind) +
+                       " that it does not have; it has " + std::to_string(count) + ".");
+  }
+}
+
+void settleCorners(OBJCorners& corners, const Counts& before, const OBJStatements& statements) {
+  settleIndices(corners.positions, before.positions, statements.positions.size() / 3, false, "vertex");
+  settleIndices(corners.texcoords, before.texcoords, statements.texcoords.size() / 2, true, "texture coordinate");
+  settleIndices(corners.normals, before.normals, statements.normals.size() / 3, true, "normal");
+}
+
+void append(std::vector<float>& all, std::vector<float>& part) {
+  all.insert(all.end(), part.begin(), part.end());
+  part = {};
+}
+
+template <typename Member>
+std::size_t total(const std::vector<OBJStretch>& stretches, Member member) {
+  std::size_t sum = 0;
+  for (const OBJStretch& stretch : stretches) sum += (stretch.*member).size();
+  return sum;
+}
+
+/// Moves what the corners refer to out of the stretches, and settles the corners' indices.
+void join(OBJStatements& statements) {
+  std::vector<OBJStretch>& stretches = statements.stretches;
+  std::vector<Counts> before(stretches.size());
+  const bool hasColors = total(stretches, &OBJStretch::colors) > 0;
+  statements.texcoords.reserve(total(stretches, &OBJStretch::texcoords));
+  statements.normals.reserve(total(stretches, &OBJStretch::normals));
+  statements.positions.reserve(total(stretches, &OBJStretch::positions));
+  if (hasColors) statements.colors.reserve(statements.positions.capacity());
+  for (std::size_t i = 0; i < stretches.size(); ++i) {
+    before[i] = {.positions = statements.positions.size() / 3,
+                 .texcoords = statements.texcoords.size() / 2,
+                 .normals = statements.normals.size() / 3};
+    append(statements.positions, stretches[i].positions);
+    append(statements.colors, stretches[i].colors);
+    if (hasColors) statements.colors.resize(statements.positions.size(), 1.0F);
+    append(statements.texcoords, stretches[i].texcoords);
+    append(statements.normals, stretches[i].normals);
+  }
+  std::vector<std::exception_ptr> faults(stretches.size());
+  parallelFor(stretches.size(), 1, [&](std::size_t i) {
+    try {
+      settleCorners(stretches[i].faces, before[i], statements);
+      settleCorners(stretches[i].lines, before[i], statements);
+      settleCorners(stretches[i].points, before[i], statements);
+    } catch (const MeshReadError&) {
+      faults[i] = std::current_exception();
+    }
+  });
+  for (const std::exception_ptr& fault : faults) {
+    if (fault) std::rethrow_exception(fault);
+  }
+}
+
+}  // namespace
+
+OBJStatements readOBJStatements(std::string_view text) {
+  std::vector<Stretch> stretches = cutIntoStretches(text);
+  OBJStatements statements;
+  statements.stretches.resize(stretches.size());
+  parallelFor(stretches.size(), 1, [&](std::size_t i) {
+    try {
+      statements.stretches[i] = StretchReader(stretches[i].text).run();
+    } catch (Fault& fault) {
+      stretches[i].fault = std::move(fault);
+    }
+  });
+  throwFirstFault(stretches, text);
+  join(statements);
+  return statements;
+}
+
+}  // namespace ornolith

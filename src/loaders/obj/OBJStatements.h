@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace ornolith {
+
+/// An index that a corner does not have.
+inline constexpr std::uint32_t noOBJIndex = 0xFFFFFFFF;
+
+/// Corners of faces, lines or points: indices from 0 into the file's positions, texture coordinates and normals. The
+/// last two lists are empty where no corner has such an index.
+struct OBJCorners {
+  std::vector<std::uint32_t> positions;
+  std::vector<std::uint32_t> texcoords;
+  std::vector<std::uint32_t> normals;
+
+  std::size_t count() const noexcept { return positions.size(); }
+};
+
+/// Primitives one after the other with equally many corners.
+struct OBJRun {
+  std::uint32_t cornersPerPrimitive = 0;
+  std::size_t primitiveCount = 0;
+};
+
+enum class OBJStateKind : std::uint8_t { object, group, material, smoothing };
+
+/// A statement that holds for the primitives behind it, until the next of its kind.
+struct OBJStateChange {
+  OBJStateKind kind = OBJStateKind::object;
+  std::string_view value;  ///< The rest of the line, without blanks around it; it lies in the text.
+  // How many corners stand before it, of each kind of primitive.
+  std::size_t faceCorners = 0;
+  std::size_t lineCorners = 0;
+  std::size_t pointCorners = 0;
+};
+
+/// What one stretch of an OBJ file's lines says.
+struct OBJStretch {
+  std::vector<float> positions;  ///< Three for each vertex.
+  std::vector<float> colors;     ///< Three for each vertex, sRGB, or none where no vertex has one.
+  std::vector<float> texcoords;  ///< Two for each, as the file counts them: from the bottom.
+  std::vector<float> normals;    ///< Three for each.
+  OBJCorners faces;
+  std::vector<OBJRun> faceRuns;
+  OBJCorners lines;
+  std::vector<OBJRun> lineRuns;
+  OBJCorners points;
+  std::vector<OBJStateChange> changes;
+};
+
+/// The whole of an OBJ file. The stretches hold corners and changes; what the corners refer to stands together here.
+struct OBJStatements {
+  std::vector<float> positions;
+  std::vector<float> colors;
+  std::vector<float> texcoords;
+  std::vector<float> normals;
+  std::vector<OBJStretch> stretches;
+};
+
+/// Reads the statements of an OBJ file; `text` must outlive them. Lines end in LF, CR LF or CR, and go on behind a
+/// backslash at their end. Read are v (with colours behind the position), vt, vn, f, fo, l, p, o, g, usemtl and s; all
+/// others are skipped. Every index of a corner lies in range. Long texts are read in stretches, on several threads.
+/// Throws `MeshReadError` with the number of the line, the first in the file.
+OBJStatements readOBJStatements(std::string_view text);
+
+}  // namespace ornolith
