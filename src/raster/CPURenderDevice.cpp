@@ -41,7 +41,7 @@ class CPURenderDevice final : public device::RenderDevice {
     parallelFor(chunkCount_, 1, [&](std::size_t i) { chunks_[i].build(prepared_, projection, grid); });
 
     const LightRig lights = LightRig::make(frame);
-    const TileInputs inputs{prepared_, projection, grid, {chunks_.data(), chunkCount_}, lights, tables()};
+    const TileInputs inputs{prepared_, projection, grid, {chunks_.data(), chunkCount_}, lights, tables(), output()};
     parallelFor(grid.tileCount(), 1, [&](std::size_t tile) {
       std::unique_ptr<TileRenderer> renderer = takeRenderer();
       renderer->render(inputs, tile, image);
@@ -63,6 +63,11 @@ class CPURenderDevice final : public device::RenderDevice {
   const TexelTables& tables() {
     if (!tables_) tables_.emplace();
     return *tables_;
+  }
+
+  const OutputTable& output() {
+    if (!output_) output_.emplace();
+    return *output_;
   }
 
   std::vector<const TexturePyramid*> pyramidsOf(const device::FrameDescription& frame) {
@@ -129,6 +134,7 @@ class CPURenderDevice final : public device::RenderDevice {
   }
 
   std::optional<TexelTables> tables_;
+  std::optional<OutputTable> output_;
   TextureCache textures_;
   PreparedFrame prepared_;
   std::vector<PrimitiveChunk> chunks_;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "imaging/Color.h"
 #include "raster/PixelMath.h"
 
 namespace ornolith::raster {
@@ -40,7 +39,7 @@ void TileRenderer::begin(const TileInputs& inputs, std::size_t tile) {
 void TileRenderer::clearBuffers() {
   isTouched_ = true;
   visibility_.clear(inputs_->projection.farthestDepth());
-  for (std::size_t c = 0; c < 4; ++c) color_[c].fill(background_[c]);
+  colors_.clear(background_);
 }
 
 void TileRenderer::draw(const PrimitiveRecord* records, std::span<const std::uint32_t> entries) {
@@ -157,74 +156,42 @@ void TileRenderer::flushBatch() {
   if (batch_.count == 0) return;
   const PreparedItem& item = inputs_->frame.items[batchItem_];
   shadeBatch(item.plan, inputs_->lights, rays_, inputs_->tables, scratch_, batch_);
-  isBlending_ ? blendOver(item) : storeOpaque(item);
+  if (isBlending_) {
+    blendFragments(batch_, item.material->blendMode, colors_);
+  } else {
+    storeFragments(batch_, item.material->blendMode == device::BlendMode::replace, colors_);
+  }
   batch_.count = 0;
-}
-
-void TileRenderer::storeOpaque(const PreparedItem& item) {
-  const bool keepsAlpha = item.material->blendMode == device::BlendMode::replace;
-  for (std::size_t i = 0; i < batch_.count; ++i) {
-    const std::size_t pixel = batch_.pixel[i];
-    const float alpha = keepsAlpha ? batch_.result.w[i] : 1.0f;
-    color_[0][pixel] = batch_.result.x[i] * alpha;
-    color_[1][pixel] = batch_.result.y[i] * alpha;
-    color_[2][pixel] = batch_.result.z[i] * alpha;
-    color_[3][pixel] = alpha;
-  }
-}
-
-void TileRenderer::blendOver(const PreparedItem& item) {
-  const device::BlendMode mode = item.material->blendMode;
-  for (std::size_t i = 0; i < batch_.count; ++i) {
-    const std::size_t pixel = batch_.pixel[i];
-    const float alpha = batch_.result.w[i];
-    const float keepColor = mode == device::BlendMode::add     ? 1.0f
-                            : mode == device::BlendMode::alpha ? 1.0f - alpha
-                                                               : 0.0f;
-    // Light that is added covers as much of what is behind as its opacity says.
-    const float keepAlpha = mode == device::BlendMode::replace ? 0.0f : 1.0f - alpha;
-    color_[0][pixel] = batch_.result.x[i] * alpha + color_[0][pixel] * keepColor;
-    color_[1][pixel] = batch_.result.y[i] * alpha + color_[1][pixel] * keepColor;
-    color_[2][pixel] = batch_.result.z[i] * alpha + color_[2][pixel] * keepColor;
-    color_[3][pixel] = alpha + color_[3][pixel] * keepAlpha;
-  }
 }
 
 namespace {
 
-/// One pixel of the picture from light multiplied by alpha.
-std::array<std::uint8_t, 4> encodePixel(float red, float green, float blue, float coverage) noexcept {
-  const float alpha = saturate(coverage);
-  const float scale = alpha > 0.0f ? 1.0f / alpha : 0.0f;
-  const float alphaCode = alpha * 255.0f + 0.5f;
-  return {sRGB8FromLinear(red * scale), sRGB8FromLinear(green * scale), sRGB8FromLinear(blue * scale),
-          static_cast<std::uint8_t>(alphaCode)};
-}
+using EncodedRow = std::array<std::uint8_t, 4 * tileSide>;
 
-std::uint8_t* rowOf(Image& image, const TileBounds& bounds, std::int32_t y) noexcept {
-  return image.pixels.data() + static_cast<std::size_t>(bounds.y + y) * image.rowBytes() +
-         static_cast<std::size_t>(bounds.x) * 4;
+void writeRow(const EncodedRow& row, const TileBounds& bounds, std::int32_t y, Image& image) noexcept {
+  std::memcpy(image.pixels.data() + static_cast<std::size_t>(bounds.y + y) * image.rowBytes() +
+                  static_cast<std::size_t>(bounds.x) * 4,
+              row.data(), static_cast<std::size_t>(bounds.width) * 4);
 }
 
 }  // namespace
 
 void TileRenderer::resolve(Image& image) const {
+  constexpr std::size_t rowSize = 4 * tileSide;
+  EncodedRow row;
   for (std::int32_t y = 0; y < bounds_.height; ++y) {
-    std::uint8_t* out = rowOf(image, bounds_, y);
-    for (std::int32_t x = 0; x < bounds_.width; ++x, out += 4) {
-      const std::size_t pixel = pixelIndex(x, y);
-      const auto encoded = encodePixel(color_[0][pixel], color_[1][pixel], color_[2][pixel], color_[3][pixel]);
-      std::memcpy(out, encoded.data(), encoded.size());
-    }
+    const auto colors = std::span(colors_.values).subspan(static_cast<std::size_t>(y) * rowSize).first<rowSize>();
+    encodePixels(inputs_->output, colors, row);
+    writeRow(row, bounds_, y, image);
   }
 }
 
 void TileRenderer::fillWithBackground(Image& image) const {
-  const auto encoded = encodePixel(background_[0], background_[1], background_[2], background_[3]);
-  for (std::int32_t y = 0; y < bounds_.height; ++y) {
-    std::uint8_t* out = rowOf(image, bounds_, y);
-    for (std::int32_t x = 0; x < bounds_.width; ++x, out += 4) std::memcpy(out, encoded.data(), encoded.size());
-  }
+  std::array<float, 4 * tileSide> colors;
+  for (std::size_t i = 0; i < colors.size(); ++i) colors[i] = background_[i % 4];
+  EncodedRow row;
+  encodePixels(inputs_->output, colors, row);
+  for (std::int32_t y = 0; y < bounds_.height; ++y) writeRow(row, bounds_, y, image);
 }
 
 }  // namespace ornolith::raster

@@ -9,6 +9,7 @@
 #include "raster/Coverage.h"
 #include "raster/FragmentBatch.h"
 #include "raster/Interpolation.h"
+#include "raster/PixelOutput.h"
 #include "raster/PrimitiveChunk.h"
 #include "raster/Shading.h"
 
@@ -22,6 +23,7 @@ struct TileInputs {
   std::span<const PrimitiveChunk> chunks;
   const LightRig& lights;
   const TexelTables& tables;
+  const OutputTable& output;
 };
 
 /// Draws one tile after another; its memory is kept. Per tile: the opaque primitives into a visibility buffer, then the
@@ -42,8 +44,6 @@ class TileRenderer {
   void dropTransparent(const PrimitiveRecord& record, const PreparedItem& item);
   void appendToBatch(const PrimitiveRecord& record, std::span<const std::uint16_t> pixels);
   void flushBatch();
-  void storeOpaque(const PreparedItem& item);
-  void blendOver(const PreparedItem& item);
   void resolve(Image& image) const;
   void fillWithBackground(Image& image) const;
 
@@ -62,9 +62,8 @@ class TileRenderer {
   std::uint32_t batchItem_ = 0;
   bool isBlending_ = false;
   bool isTouched_ = false;             ///< Some primitive may lie in the tile: its buffers are in use.
-  std::array<float, 4> background_{};  ///< As `color_`.
-  /// Linear light multiplied by alpha, and alpha.
-  alignas(64) std::array<std::array<float, tilePixels>, 4> color_;
+  std::array<float, 4> background_{};  ///< As a pixel of `colors_`.
+  TileColors colors_;
 };
 
 }  // namespace ornolith::raster

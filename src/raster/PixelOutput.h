@@ -1,0 +1,49 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "raster/FragmentBatch.h"
+#include "raster/TileGrid.h"
+#include "scenegraph/device/FrameDescription.h"
+
+namespace ornolith::raster {
+
+/// The picture of one tile before it is encoded: for each pixel linear red, green and blue multiplied by alpha, and
+/// alpha.
+struct TileColors {
+  alignas(64) std::array<float, 4 * tilePixels> values;
+
+  void clear(const std::array<float, 4>& color) noexcept;
+};
+
+/// Linear light to 8-bit sRGB in one look-up: floats are cut into buckets of 2^16 in which the code rises by one at
+/// most. An entry is the code times 2^16, so much more that the low 16 bits of a float, added to it, carry over exactly
+/// where the code rises.
+class OutputTable {
+ public:
+  OutputTable();
+
+  static constexpr std::uint32_t firstBucket = 0x3900;  ///< Of 2^-13, below which everything has the code 0.
+  static constexpr std::uint32_t lastBucket = 0x3f80;   ///< Of 1.
+  const std::int32_t* entries() const noexcept { return entries_.data(); }
+
+ private:
+  std::array<std::int32_t, lastBucket - firstBucket + 1> entries_{};
+};
+
+/// Puts the results of a batch into its pixels: the light of opaque surfaces, or, where `keepsAlpha`, light and opacity
+/// as they are.
+void storeFragments(const FragmentBatch& batch, bool keepsAlpha, TileColors& colors) noexcept;
+
+/// Lays the results of a batch over its pixels, one after the other. Light that is added covers as much of what is
+/// behind as its opacity says.
+void blendFragments(const FragmentBatch& batch, device::BlendMode mode, TileColors& colors) noexcept;
+
+/// Encodes 64 pixels as straight 8-bit RGBA, just as `sRGB8FromLinear` would one by one.
+void encodePixels(const OutputTable& table, std::span<const float, 4 * tileSide> colors,
+                  std::span<std::uint8_t, 4 * tileSide> codes) noexcept;
+
+}  // namespace ornolith::raster
