@@ -1,6 +1,7 @@
 #include "raster/CPURenderDevice.h"
 
 #include <algorithm>
+#include <array>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -9,6 +10,8 @@
 #include <vector>
 
 #include "foundation/Parallel.h"
+#include "raster/PixelMath.h"
+#include "raster/PixelOutput.h"
 #include "raster/PrimitiveChunk.h"
 #include "raster/TextureCache.h"
 #include "raster/TileRenderer.h"
@@ -41,7 +44,10 @@ class CPURenderDevice final : public device::RenderDevice {
     parallelFor(chunkCount_, 1, [&](std::size_t i) { chunks_[i].build(prepared_, projection, grid); });
 
     const LightRig lights = LightRig::make(frame);
-    const TileInputs inputs{prepared_, projection, grid, {chunks_.data(), chunkCount_}, lights, tables(), output()};
+    const std::array<float, 4> background = premultiplied(frame.background);
+    const EncodedRow backgroundRow = encoded(background);
+    const TileInputs inputs{prepared_, projection, grid,         {chunks_.data(), chunkCount_}, lights, tables(),
+                            output(),  background, backgroundRow};
     parallelFor(grid.tileCount(), 1, [&](std::size_t tile) {
       std::unique_ptr<TileRenderer> renderer = takeRenderer();
       renderer->render(inputs, tile, image);
@@ -63,6 +69,19 @@ class CPURenderDevice final : public device::RenderDevice {
   const TexelTables& tables() {
     if (!tables_) tables_.emplace();
     return *tables_;
+  }
+
+  static std::array<float, 4> premultiplied(simd_float4 color) {
+    const float alpha = saturate(color.w);
+    return {color.x * alpha, color.y * alpha, color.z * alpha, alpha};
+  }
+
+  EncodedRow encoded(const std::array<float, 4>& color) {
+    std::array<float, 4 * tileSide> colors;
+    for (std::size_t i = 0; i < colors.size(); ++i) colors[i] = color[i % 4];
+    EncodedRow row;
+    encodePixels(output(), colors, row);
+    return row;
   }
 
   const OutputTable& output() {

@@ -50,6 +50,19 @@ struct TriangleSequence {
 std::uint32_t drawTriangles(const TriangleSequence& triangles, VisibilityBuffer& buffer, const PrimitiveRecord** seen,
                             std::uint32_t seenCount) noexcept;
 
+/// Neighbouring pixels of a row that show the same primitive.
+struct PixelRun {
+  std::uint32_t primitive;
+  std::uint16_t first;  ///< Number of the pixel within the tile.
+  std::uint16_t count;
+};
+
+/// Room for the runs of any tile.
+using PixelRuns = std::array<PixelRun, tilePixels>;
+
+/// The runs of the tile's pixels that show a primitive, row by row; how many there are.
+std::size_t findRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs) noexcept;
+
 /// The pixels of the tile that a record of any kind covers and, where `readsDepth`, the depth test lets through. Each
 /// pixel occurs once.
 ///

@@ -154,8 +154,7 @@ void blendFragments(const FragmentBatch& batch, device::BlendMode mode, TileColo
   HWY_DYNAMIC_DISPATCH(blend)(batch, mode, colors);
 }
 
-void encodePixels(const OutputTable& table, std::span<const float, 4 * tileSide> colors,
-                  std::span<std::uint8_t, 4 * tileSide> codes) noexcept {
+void encodePixels(const OutputTable& table, std::span<const float, 4 * tileSide> colors, EncodedRow& codes) noexcept {
   HWY_DYNAMIC_DISPATCH(encode)(table.entries(), colors.data(), codes.data());
 }
 

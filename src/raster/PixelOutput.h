@@ -19,6 +19,9 @@ struct TileColors {
   void clear(const std::array<float, 4>& color) noexcept;
 };
 
+/// 64 pixels of straight 8-bit RGBA.
+using EncodedRow = std::array<std::uint8_t, 4 * tileSide>;
+
 /// Linear light to 8-bit sRGB in one look-up: floats are cut into buckets of 2^16 in which the code rises by one at
 /// most. An entry is the code times 2^16, so much more that the low 16 bits of a float, added to it, carry over exactly
 /// where the code rises.
@@ -42,8 +45,7 @@ void storeFragments(const FragmentBatch& batch, bool keepsAlpha, TileColors& col
 /// behind as its opacity says.
 void blendFragments(const FragmentBatch& batch, device::BlendMode mode, TileColors& colors) noexcept;
 
-/// Encodes 64 pixels as straight 8-bit RGBA, just as `sRGB8FromLinear` would one by one.
-void encodePixels(const OutputTable& table, std::span<const float, 4 * tileSide> colors,
-                  std::span<std::uint8_t, 4 * tileSide> codes) noexcept;
+/// Encodes 64 pixels, just as `sRGB8FromLinear` would one by one.
+void encodePixels(const OutputTable& table, std::span<const float, 4 * tileSide> colors, EncodedRow& codes) noexcept;
 
 }  // namespace ornolith::raster

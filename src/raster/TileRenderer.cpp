@@ -8,14 +8,15 @@
 namespace ornolith::raster {
 
 void TileRenderer::render(const TileInputs& inputs, std::size_t tile, Image& image) {
-  begin(inputs, tile);
+  bool isTouched = false;
   for (const PrimitiveChunk& chunk : inputs.chunks) {
     const std::span<const std::uint32_t> entries = chunk.recordsOf(tile, binScratch_);
     if (entries.empty()) continue;
-    if (!isTouched_) clearBuffers();
+    if (!isTouched) begin(inputs, tile);
+    isTouched = true;
     draw(chunk.records(), entries);
   }
-  if (!isTouched_) return fillWithBackground(image);
+  if (!isTouched) return fillWithBackground(inputs, tile, image);
   if (!isBlending_) shadeOpaque();
   flushBatch();
   resolve(image);
@@ -30,16 +31,8 @@ void TileRenderer::begin(const TileInputs& inputs, std::size_t tile) {
   records_.clear();
   batch_.count = 0;
   isBlending_ = false;
-  isTouched_ = false;
-  const simd_float4 color = description.background;
-  const float alpha = saturate(color.w);
-  background_ = {color.x * alpha, color.y * alpha, color.z * alpha, alpha};
-}
-
-void TileRenderer::clearBuffers() {
-  isTouched_ = true;
-  visibility_.clear(inputs_->projection.farthestDepth());
-  colors_.clear(background_);
+  visibility_.clear(inputs.projection.farthestDepth());
+  colors_.clear(inputs.background);
 }
 
 void TileRenderer::draw(const PrimitiveRecord* records, std::span<const std::uint32_t> entries) {
@@ -84,19 +77,15 @@ void TileRenderer::drawOpaque(const PrimitiveRecord& record, const PreparedItem&
 
 void TileRenderer::shadeOpaque() {
   // Sort the visible pixels by primitive; primitives stand in drawing order, so that this groups them by item as well.
+  const std::span<const PixelRun> runs = std::span(runs_).first(findRuns(visibility_, bounds_, runs_));
   runEnds_.assign(records_.size() + 1, 0);
-  const auto forEachVisible = [&](const auto& visit) {
-    for (std::int32_t y = 0; y < bounds_.height; ++y) {
-      for (std::int32_t x = 0; x < bounds_.width; ++x) {
-        const auto pixel = static_cast<std::uint16_t>(pixelIndex(x, y));
-        const std::uint32_t primitive = visibility_.primitive[pixel];
-        if (primitive != noPrimitive) visit(primitive, pixel);
-      }
-    }
-  };
-  forEachVisible([&](std::uint32_t primitive, std::uint16_t) { ++runEnds_[primitive + 1]; });
+  for (const PixelRun& run : runs) runEnds_[run.primitive + 1] += run.count;
   for (std::size_t i = 1; i < runEnds_.size(); ++i) runEnds_[i] += runEnds_[i - 1];
-  forEachVisible([&](std::uint32_t primitive, std::uint16_t pixel) { sortedPixels_[runEnds_[primitive]++] = pixel; });
+  for (const PixelRun& run : runs) {
+    std::uint32_t& end = runEnds_[run.primitive];
+    for (std::uint32_t i = 0; i < run.count; ++i) sortedPixels_[end + i] = static_cast<std::uint16_t>(run.first + i);
+    end += run.count;
+  }
 
   std::uint32_t begin = 0;
   for (std::size_t i = 0; i < records_.size(); ++i) {
@@ -166,8 +155,6 @@ void TileRenderer::flushBatch() {
 
 namespace {
 
-using EncodedRow = std::array<std::uint8_t, 4 * tileSide>;
-
 void writeRow(const EncodedRow& row, const TileBounds& bounds, std::int32_t y, Image& image) noexcept {
   std::memcpy(image.pixels.data() + static_cast<std::size_t>(bounds.y + y) * image.rowBytes() +
                   static_cast<std::size_t>(bounds.x) * 4,
@@ -186,12 +173,9 @@ void TileRenderer::resolve(Image& image) const {
   }
 }
 
-void TileRenderer::fillWithBackground(Image& image) const {
-  std::array<float, 4 * tileSide> colors;
-  for (std::size_t i = 0; i < colors.size(); ++i) colors[i] = background_[i % 4];
-  EncodedRow row;
-  encodePixels(inputs_->output, colors, row);
-  for (std::int32_t y = 0; y < bounds_.height; ++y) writeRow(row, bounds_, y, image);
+void TileRenderer::fillWithBackground(const TileInputs& inputs, std::size_t tile, Image& image) {
+  const TileBounds bounds = inputs.grid.bounds(tile);
+  for (std::int32_t y = 0; y < bounds.height; ++y) writeRow(inputs.backgroundRow, bounds, y, image);
 }
 
 }  // namespace ornolith::raster

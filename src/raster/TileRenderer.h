@@ -24,6 +24,8 @@ struct TileInputs {
   const LightRig& lights;
   const TexelTables& tables;
   const OutputTable& output;
+  std::array<float, 4> background;  ///< As a pixel of `TileColors`.
+  const EncodedRow& backgroundRow;
 };
 
 /// Draws one tile after another; its memory is kept. Per tile: the opaque primitives into a visibility buffer, then the
@@ -34,7 +36,6 @@ class TileRenderer {
 
  private:
   void begin(const TileInputs& inputs, std::size_t tile);
-  void clearBuffers();
   void draw(const PrimitiveRecord* records, std::span<const std::uint32_t> entries);
   void drawOpaqueTriangles(const PrimitiveRecord* records, std::span<const std::uint32_t> run,
                            const PreparedItem& item);
@@ -45,7 +46,7 @@ class TileRenderer {
   void appendToBatch(const PrimitiveRecord& record, std::span<const std::uint16_t> pixels);
   void flushBatch();
   void resolve(Image& image) const;
-  void fillWithBackground(Image& image) const;
+  static void fillWithBackground(const TileInputs& inputs, std::size_t tile, Image& image);
 
   const TileInputs* inputs_ = nullptr;
   TileBounds bounds_{};
@@ -54,6 +55,7 @@ class TileRenderer {
   std::vector<std::uint32_t> binScratch_;
   std::vector<const PrimitiveRecord*> records_;  ///< The opaque ones; the visibility buffer holds indices into it.
   std::vector<std::uint32_t> runEnds_;
+  PixelRuns runs_;
   std::array<std::uint16_t, tilePixels> sortedPixels_;
   FragmentList fragments_;
   FragmentBatch batch_;
@@ -61,8 +63,6 @@ class TileRenderer {
   ShadingScratch scratch_;
   std::uint32_t batchItem_ = 0;
   bool isBlending_ = false;
-  bool isTouched_ = false;             ///< Some primitive may lie in the tile: its buffers are in use.
-  std::array<float, 4> background_{};  ///< As a pixel of `colors_`.
   TileColors colors_;
 };
 

@@ -184,6 +184,42 @@ void collect(const PrimitiveRecord& record, const TileBounds& tile, bool readsDe
   fragments.count = count;
 }
 
+/// A bit for each pixel of a row that differs from its left neighbour, and for the first.
+HWY_INLINE std::uint64_t changesInRow(const std::uint32_t* row) {
+  constexpr hn::ScalableTag<std::uint32_t> numbers;
+  const std::size_t lanes = hn::Lanes(numbers);
+  std::uint64_t changes = 1;
+  for (std::size_t x = 0; x < tileSide; x += lanes) {
+    // Before the first pixel stands nothing to compare with: there, one pixel on is compared.
+    const std::size_t shift = x == 0 ? 1 : 0;
+    const auto differs = hn::Ne(hn::LoadU(numbers, row + x + shift), hn::LoadU(numbers, row + x + shift - 1));
+    std::uint8_t bytes[8] = {};
+    hn::StoreMaskBits(numbers, differs, bytes);
+    const std::uint64_t bits = bytes[0] | static_cast<std::uint64_t>(bytes[1]) << 8;
+    changes |= bits << (x + shift);
+  }
+  return changes;
+}
+
+std::size_t listRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs) {
+  std::size_t count = 0;
+  const std::uint64_t inTile = ~std::uint64_t{0} >> (tileSide - tile.width);
+  for (std::int32_t y = 0; y < tile.height; ++y) {
+    const std::uint32_t* row = buffer.primitive.data() + pixelIndex(0, y);
+    std::uint64_t changes = changesInRow(row) & inTile;
+    while (changes != 0) {
+      const auto first = static_cast<std::uint32_t>(hwy::Num0BitsBelowLS1Bit_Nonzero64(changes));
+      changes &= changes - 1;
+      const std::uint32_t end = changes != 0 ? static_cast<std::uint32_t>(hwy::Num0BitsBelowLS1Bit_Nonzero64(changes))
+                                             : static_cast<std::uint32_t>(tile.width);
+      if (row[first] == noPrimitive) continue;
+      runs[count++] = {row[first], static_cast<std::uint16_t>(pixelIndex(0, y) + first),
+                       static_cast<std::uint16_t>(end - first)};
+    }
+  }
+  return count;
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace ornolith::raster
 HWY_AFTER_NAMESPACE();
@@ -194,10 +230,15 @@ namespace ornolith::raster {
 
 HWY_EXPORT(drawAll);
 HWY_EXPORT(collect);
+HWY_EXPORT(listRuns);
 
 std::uint32_t drawTriangles(const TriangleSequence& triangles, VisibilityBuffer& buffer, const PrimitiveRecord** seen,
                             std::uint32_t seenCount) noexcept {
   return HWY_DYNAMIC_DISPATCH(drawAll)(triangles, buffer, seen, seenCount);
+}
+
+std::size_t findRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs) noexcept {
+  return HWY_DYNAMIC_DISPATCH(listRuns)(buffer, tile, runs);
 }
 
 void collectTriangle(const PrimitiveRecord& record, const TileBounds& tile, bool readsDepth,
