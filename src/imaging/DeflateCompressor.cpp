@@ -21,11 +21,16 @@ constexpr int searchDepth = 10;
 constexpr int hastySearchDepth = 3;
 constexpr std::size_t contentLength = 64;
 
+/// A match shorter than this takes more bits than its bytes as literals where it lies as far back as this, as the last
+/// byte of a pixel and small differences take few.
+constexpr std::size_t worthwhileLength = 6;
+constexpr std::size_t shortMatchDistance = 1024;
+
 /// Of a long match this many bytes are remembered at its begin and at its end.
 constexpr std::size_t rememberedBytes = 16;
 
-/// The bytes of literals less those of matches that the search bears; for each time as many it then skips a byte more
-/// after a place without a match, up to the most.
+/// The bytes of literals less those that matches gain that the search bears; for each time as many it then skips a byte
+/// more after a place without a match, up to the most.
 constexpr std::size_t patience = 128;
 constexpr std::size_t longestSkip = 12;
 
@@ -109,7 +114,7 @@ std::size_t DeflateCompressor::fillBlock(std::size_t position) {
     if (match.length > 0) {
       addMatch(position, match);
       position += match.length;
-      misses -= std::min(misses, match.length);
+      misses -= std::min(misses, match.length - hashedBytes);
       continue;
     }
     const std::size_t step = std::min(1 + std::min(misses / patience, longestSkip), size - position);
@@ -156,7 +161,7 @@ DeflateCompressor::Match DeflateCompressor::findMatch(std::size_t position, int 
     link = previous_[(position - distance) % windowBytes];
     distance += link;
   }
-  return best.distance > 0 ? best : Match{};
+  return best.length >= worthwhileLength || (best.distance > 0 && best.distance < shortMatchDistance) ? best : Match{};
 }
 
 void DeflateCompressor::addMatch(std::size_t position, Match match) {
