@@ -1,10 +1,10 @@
 #include "loaders/SceneLoaders.h"
 
 #include "foundation/FileMapping.h"
+#include "loaders/SceneLoadError.h"
 #include "loaders/mesh/PLYReader.h"
 #include "loaders/mesh/STLReader.h"
 #include "loaders/obj/OBJReader.h"
-#include "loaders/SceneLoadError.h"
 
 namespace ornolith {
 
@@ -19,7 +19,8 @@ std::shared_ptr<SCNScene> loadModelIOScene(const FileURL& url, ModelFormat forma
     throw SceneLoadError(scene_load_error::UnsupportedModelIOFormat{format});
   }
   const FileMapping file(url);
-  std::shared_ptr<SCNScene> scene = format == ModelFormat::stl ? readSTL(file.bytes()) : readPLY(file.bytes());
+  std::shared_ptr<SCNScene> scene =
+      format == ModelFormat::stl ? readSTL(file.bytes()) : readPLY(file.bytes(), url.deletingLastPathComponent());
   if (scene->rootNode()->childCount() == 0) throw SceneLoadError(scene_load_error::EmptyModelIOScene{url});
   return scene;
 }

@@ -32,11 +32,13 @@ constexpr std::array<std::pair<std::string_view, PLYType>, 16> typeNames{{{"char
 
 class HeaderReader {
  public:
-  explicit HeaderReader(std::span<const std::byte> bytes) : scanner_(bytes), fileSize_(bytes.size()) {}
+  explicit HeaderReader(std::span<const std::byte> bytes)
+      : text_(reinterpret_cast<const char*>(bytes.data()), bytes.size()), scanner_(bytes) {}
 
   PLYHeader read() {
     if (scanner_.restOfLine() != "ply")
       throwMalformedMesh("The file does not begin with the line \"ply\" of a PLY file.");
+    const bool endsLinesInCR = text_.substr(scanner_.position() - 1, 1) == "\r";
     bool hasFormat = false;
     while (true) {
       if (scanner_.isAtEnd()) fail("ends inside");
@@ -51,10 +53,14 @@ class HeaderReader {
         readElement(words);
       } else if (keyword == "property") {
         readProperty(words);
+      } else if (keyword == "comment" && words.nextToken() == "TextureFile") {
+        header_.textureFiles.emplace_back(words.restOfLine());
       }
     }
     if (!hasFormat) fail("names no format in");
     header_.size = scanner_.position();
+    // Where lines end in CR alone, an LF behind the last one is the first byte of the rows.
+    if (endsLinesInCR && text_[header_.size - 1] == '\n') --header_.size;
     for (const PLYElement& element : header_.elements) checkCount(element);
     return std::move(header_);
   }
@@ -107,7 +113,7 @@ class HeaderReader {
       leastRowSize += header_.format == PLYFormat::ascii ? 2 : sizeOf(property.countType.value_or(property.type));
     }
     if (leastRowSize == 0) return;
-    const std::uint64_t room = fileSize_ - header_.size + (header_.format == PLYFormat::ascii ? 1 : 0);
+    const std::uint64_t room = text_.size() - header_.size + (header_.format == PLYFormat::ascii ? 1 : 0);
     if (element.count > room / leastRowSize) {
       throwMalformedMesh("The PLY file's header claims " + std::to_string(element.count) + " rows of the element \"" +
                          element.name + "\", but the file holds no more than " + std::to_string(room / leastRowSize) +
@@ -119,8 +125,8 @@ class HeaderReader {
     throwMalformedMesh("The PLY file " + fault + " its header (before line " + std::to_string(scanner_.line()) + ").");
   }
 
+  std::string_view text_;
   TextScanner scanner_;
-  std::size_t fileSize_;
   PLYHeader header_;
 };
 

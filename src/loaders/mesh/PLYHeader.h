@@ -30,7 +30,8 @@ struct PLYElement {
 struct PLYHeader {
   PLYFormat format = PLYFormat::ascii;
   std::vector<PLYElement> elements;
-  std::size_t size = 0;  ///< Bytes up to the first row.
+  std::vector<std::string> textureFiles;  ///< As the comments "TextureFile" name them.
+  std::size_t size = 0;                   ///< Bytes up to the first row.
 };
 
 /// Reads a PLY file's header. The rows that it claims fit into the rest of the file by the fewest bytes that each can

@@ -2,8 +2,10 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 
+#include "foundation/FileURL.h"
 #include "scenegraph/SCNScene.h"
 
 namespace ornolith {
@@ -11,8 +13,11 @@ namespace ornolith {
 /// Reads the bytes of a PLY file, ASCII or binary in either byte order, into a scene with one node: the polygons of the
 /// element "face" and the strips of "tristrips" over the element "vertex", or its points where there are neither.
 /// Vertices have x, y, z and, where they are there, normals, texture coordinates and colours under their customary
-/// names; everything else is skipped. Colours, bytes or fractions, are sRGB. Missing normals are computed
-/// (VertexNormals.h). The scene is empty where there are no vertices. Throws `MeshReadError`.
-std::shared_ptr<SCNScene> readPLY(std::span<const std::byte> bytes);
+/// names; faces may have a colour, where vertices have none, and texture coordinates of their corners. Everything else
+/// is skipped. Colours, bytes or fractions, are sRGB. Missing normals are computed (VertexNormals.h). The first texture
+/// that the header's comments name is shown where it is a file below `resourceFolder`. The scene is empty where there
+/// are no vertices. Throws `MeshReadError`.
+std::shared_ptr<SCNScene> readPLY(std::span<const std::byte> bytes,
+                                  const std::optional<FileURL>& resourceFolder = std::nullopt);
 
 }  // namespace ornolith
