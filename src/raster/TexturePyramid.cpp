@@ -6,6 +6,7 @@
 
 #include "foundation/Parallel.h"
 #include "imaging/Color.h"
+#include "raster/TextureHalving.h"
 
 namespace ornolith::raster {
 namespace {
@@ -32,7 +33,12 @@ class LevelHalver {
 
   void writeRow(std::uint32_t row, std::uint8_t* out) const {
     const Taps rows = tapsFor(row, source_.height);
-    if (!weighsByAlpha_ && source_.width % 2 == 0 && source_.height % 2 == 0) return writeEvenRow(rows.first, out);
+    if (source_.width % 2 == 0 && source_.height % 2 == 0) {
+      const std::uint8_t* above = texel(0, rows.first);
+      const std::uint8_t* below = above + std::size_t{source_.width} * 4;
+      if (weighsByAlpha_) return writeEvenWeighted(above, below, out);
+      return isSRGB_ ? writeEvenColors(above, below, out) : averageTexels(above, below, width_, out);
+    }
     for (std::uint32_t x = 0; x < width_; ++x) writeTexel(rows, tapsFor(x, source_.width), out + std::size_t{x} * 4);
   }
 
@@ -45,14 +51,29 @@ class LevelHalver {
     return isSRGB_ ? tables_.sRGBFrom16[value] : static_cast<std::uint8_t>((value + 128) / 257);
   }
 
-  void writeEvenRow(std::uint32_t firstRow, std::uint8_t* out) const {
-    const std::uint8_t* above = texel(0, firstRow);
-    const std::uint8_t* below = above + std::size_t{source_.width} * 4;
+  void writeEvenColors(const std::uint8_t* above, const std::uint8_t* below, std::uint8_t* out) const {
+    const auto& linear = tables_.linear16;
     for (std::uint32_t x = 0; x < width_; ++x, above += 8, below += 8, out += 4) {
       for (std::size_t c = 0; c < 3; ++c) {
-        out[c] = encode((decode(above[c]) + decode(above[c + 4]) + decode(below[c]) + decode(below[c + 4]) + 2) / 4);
+        const std::uint32_t sum =
+            std::uint32_t{linear[above[c]]} + linear[above[c + 4]] + linear[below[c]] + linear[below[c + 4]];
+        out[c] = tables_.sRGBFrom16[(sum + 2) / 4];
       }
       out[3] = static_cast<std::uint8_t>((above[3] + above[7] + below[3] + below[7] + 2) / 4);
+    }
+  }
+
+  void writeEvenWeighted(const std::uint8_t* above, const std::uint8_t* below, std::uint8_t* out) const {
+    const auto& linear = tables_.linear16;
+    for (std::uint32_t x = 0; x < width_; ++x, above += 8, below += 8, out += 4) {
+      const std::uint32_t a = above[3], b = above[7], c = below[3], d = below[7];
+      const std::uint32_t total = a + b + c + d;
+      for (std::size_t k = 0; k < 3; ++k) {
+        const std::uint32_t sum =
+            a * linear[above[k]] + b * linear[above[k + 4]] + c * linear[below[k]] + d * linear[below[k + 4]];
+        out[k] = total == 0 ? std::uint8_t{0} : tables_.sRGBFrom16[(sum + total / 2) / total];
+      }
+      out[3] = static_cast<std::uint8_t>((total + 2) / 4);
     }
   }
 
@@ -90,7 +111,6 @@ class LevelHalver {
 TexelTables::TexelTables() : sRGBFrom16(65536) {
   for (std::size_t i = 0; i < 256; ++i) {
     linearFromSRGB[i] = linearFromSRGB8(static_cast<std::uint8_t>(i));
-    unit[i] = static_cast<float>(i) / 255.0f;
     const float scaled = linearFromSRGB[i] * 65535.0f + 0.5f;
     linear16[i] = static_cast<std::uint16_t>(scaled);
   }

@@ -14,7 +14,6 @@ struct TexelTables {
   TexelTables();
 
   std::array<float, 256> linearFromSRGB;    ///< Colour samples: linear light.
-  std::array<float, 256> unit;              ///< Data samples and alpha: value / 255.
   std::array<std::uint16_t, 256> linear16;  ///< Colour samples as linear light times 65535, rounded.
   std::vector<std::uint8_t> sRGBFrom16;     ///< 65536 entries: the nearest colour sample of a linear 16-bit value.
 };

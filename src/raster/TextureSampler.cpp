@@ -320,34 +320,48 @@ void finishSamples(const TextureRead& read, FloatVector spacing, std::size_t i, 
   store(load(sample.z, i) * scale, sample.z, i);
 }
 
+/// Where one vector of fragments reads the textures of a group.
+struct Request {
+  FloatVector u, v;
+  FilterPlan filter;
+  FloatVector fineLevel;
+};
+
+HWY_INLINE Request makeRequest(const TextureRead& read, const CoordinateLanes& coordinates, std::size_t i) {
+  const MipLevel& base = read.pyramid->levels().front();
+  const auto lastLevel = static_cast<float>(read.pyramid->levels().size() - 1);
+  const Footprints footprints = footprintsOf(coordinates, read.slot->transform, i);
+  const FilterPlan filter =
+      planFilter(footprints, static_cast<float>(base.width), static_cast<float>(base.height), lastLevel);
+  return {footprints.u, footprints.v, filter, fastFloor(filter.level)};
+}
+
 /// Samples textures that share footprints, for one vector of fragments.
-void sampleShared(std::span<const TextureRead> reads, const TexelTables& tables, const CoordinateLanes& coordinates,
-                  std::size_t i, std::span<Lane4> samples) {
+void sampleShared(std::span<const TextureRead> reads, const TexelTables& tables, const Request& request, std::size_t i,
+                  std::span<Lane4> samples) {
   const device::MaterialSlot& slot = *reads.front().slot;
   const TexturePyramid& pyramid = *reads.front().pyramid;
   const LevelTables& levels = pyramid.levelTables();
-  const auto lastLevel = static_cast<float>(pyramid.levels().size() - 1);
-  const Footprints footprints = footprintsOf(coordinates, slot.transform, i);
-  const FilterPlan plan =
-      planFilter(footprints, static_cast<float>(levels.width[0]), static_cast<float>(levels.height[0]), lastLevel);
-  const FloatVector whole = fastFloor(plan.level);
-  const Levels fine = lookUpLevels(levels, hn::ConvertTo(Integers(), whole));
-  const Levels coarse = lookUpLevels(levels, hn::ConvertTo(Integers(), smaller(whole + all(1.0f), all(lastLevel))));
+  const FilterPlan& filter = request.filter;
+  const FloatVector coarseLevel =
+      smaller(request.fineLevel + all(1.0f), all(static_cast<float>(pyramid.levels().size() - 1)));
+  const Levels fine = lookUpLevels(levels, hn::ConvertTo(Integers(), request.fineLevel));
+  const Levels coarse = lookUpLevels(levels, hn::ConvertTo(Integers(), coarseLevel));
   Probe probe;
-  probe.share = plan.level - whole;
+  probe.share = filter.level - request.fineLevel;
   probe.needsCoarse = !hn::AllTrue(Floats(), hn::Eq(probe.share, hn::Zero(Floats())));
 
   for (const TextureRead& read : reads) {
     for (int c = 0; c < 4; ++c) store(hn::Zero(Floats()), laneOf(samples[read.sample], c), i);
   }
-  const FloatVector spacing = all(1.0f) / plan.sampleCount;
+  const FloatVector spacing = all(1.0f) / filter.sampleCount;
   for (int k = 0; k < maximumAnisotropy; ++k) {
     const FloatVector number = all(static_cast<float>(k));
-    probe.isActive = hn::Lt(number, plan.sampleCount);
+    probe.isActive = hn::Lt(number, filter.sampleCount);
     if (hn::AllFalse(Floats(), probe.isActive)) break;
     const FloatVector along = (number + all(0.5f)) * spacing - all(0.5f);
-    const FloatVector u = footprints.u + plan.stepU * along;
-    const FloatVector v = footprints.v + plan.stepV * along;
+    const FloatVector u = request.u + filter.stepU * along;
+    const FloatVector v = request.v + filter.stepV * along;
     probe.fine = placesOf(fine, slot.wrapS, slot.wrapT, u, v);
     probe.coarse = probe.needsCoarse ? placesOf(coarse, slot.wrapS, slot.wrapT, u, v) : probe.fine;
     addProbe(reads, tables, probe, i, samples);
@@ -360,9 +374,10 @@ void sampleAll(std::span<const TextureRead> reads, const TexelTables& tables,
   while (!reads.empty()) {
     std::size_t size = 1;
     while (size < reads.size() && reads[size].sharesFootprints) ++size;
-    const CoordinateLanes& lanes = coordinates[reads.front().coordinateSet];
+    const std::span<const TextureRead> group = reads.first(size);
+    const CoordinateLanes& places = coordinates[group.front().coordinateSet];
     for (std::size_t i = 0; i < count; i += hn::Lanes(Floats())) {
-      sampleShared(reads.first(size), tables, lanes, i, samples);
+      sampleShared(group, tables, makeRequest(group.front(), places, i), i, samples);
     }
     reads = reads.subspan(size);
   }

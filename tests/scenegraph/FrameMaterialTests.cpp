@@ -165,6 +165,66 @@ TEST_F(FrameMaterialTest, TextureSettingsAreCarriedOver) {
   EXPECT_EQ(m[1] * 1 + m[3] * 10 + m[5], 3 + 70 + 13);
 }
 
+TEST_F(FrameMaterialTest, FactorsAndComponentsAreCarriedOver) {
+  material.lightingModelName = SCNLightingModelPhysicallyBased;
+  const auto image = onePixel(1, 2, 3, 255);
+  material.diffuse.factor = {0.5F, 0.25F, 3, 0.75F};
+  material.roughness.contents = image;
+  material.roughness.factor.x = 0.5F;
+  material.roughness.textureComponents = SCNColorMask::green;
+  material.metalness.contents = image;
+  material.metalness.textureComponents = SCNColorMask::blue;
+  material.clearCoat.contents = image;
+  material.clearCoat.textureComponents = SCNColorMask::alpha;
+  material.clearCoatRoughness.contents = 0.25;
+  const device::Material described = describe();
+  EXPECT_EQ(described.diffuse.factor, (simd_float4{0.5F, 0.25F, 3, 0.75F}));
+  EXPECT_EQ(described.roughness.factor.x, 0.5F);
+  EXPECT_EQ(described.roughness.component, device::TextureComponent::green);
+  EXPECT_EQ(described.metalness.component, device::TextureComponent::blue);
+  EXPECT_EQ(described.clearCoat.component, device::TextureComponent::alpha);
+  EXPECT_EQ(described.ambientOcclusion.component, device::TextureComponent::red);
+  EXPECT_EQ(described.metalness.texture, described.roughness.texture);
+  EXPECT_EQ(described.clearCoat.texture, described.roughness.texture);
+  EXPECT_EQ(described.clearCoatRoughness.value.x, 0.25F);
+}
+
+TEST_F(FrameMaterialTest, ANewMaterialHasNoCoatAndReflectsAsGlassDoes) {
+  const device::Material described = describe();
+  EXPECT_EQ(described.clearCoat.value.x, 0);
+  EXPECT_EQ(described.clearCoat.texture, -1);
+  EXPECT_EQ(described.dielectricF0, (simd_float3{0.04F, 0.04F, 0.04F}));
+  EXPECT_EQ(described.dielectricF90, 1);
+  material.dielectricF0 = {2, -1, 0.5F};
+  material.dielectricF90 = 0.25F;
+  EXPECT_EQ(describe().dielectricF0, (simd_float3{1, 0, 0.5F}));
+  EXPECT_EQ(describe().dielectricF90, 0.25F);
+}
+
+TEST_F(FrameMaterialTest, AMaskIsNoBlending) {
+  material.diffuse.contents = onePixel(255, 0, 0, 100);
+  EXPECT_TRUE(blends());
+  material.alphaMode = SCNAlphaMode::mask;
+  EXPECT_FALSE(blends());
+  EXPECT_TRUE(textures[0].hasTransparency);
+  material.transparency = 0.5;
+  EXPECT_TRUE(blends());
+}
+
+TEST_F(FrameMaterialTest, AFactorOfAlphaBelowOneBlends) {
+  material.diffuse.contents = onePixel(255, 0, 0, 255);
+  EXPECT_FALSE(blends());
+  material.diffuse.factor.w = 0.5F;
+  EXPECT_TRUE(blends());
+  material.diffuse.contents = NSColor{1, 1, 1, 1};
+  EXPECT_TRUE(blends());
+}
+
+TEST_F(FrameMaterialTest, ACutoffAboveOneLetsNothingPass) {
+  material.alphaCutoff = 1.5;
+  EXPECT_GT(describe().alphaCutoff, 1);
+}
+
 TEST_F(FrameMaterialTest, OnlyPropertiesThatTheLightingModelReadsAreLoaded) {
   material.lightingModelName = SCNLightingModelConstant;
   const auto image = onePixel(1, 2, 3, 255);
