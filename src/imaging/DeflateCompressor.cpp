@@ -32,7 +32,7 @@ constexpr std::size_t rememberedBytes = 16;
 /// The bytes of literals less those that matches gain that the search bears; for each time as many it then skips a byte
 /// more after a place without a match, up to the most.
 constexpr std::size_t patience = 128;
-constexpr std::size_t longestSkip = 12;
+constexpr std::size_t longestSkip = 7;
 
 /// Where a block ends, as what follows may be of another kind.
 constexpr std::size_t blockTokens = 20'000;
