@@ -10,6 +10,7 @@ import struct
 import sys
 import zlib
 
+import gltf_models
 from fbx_writer import Array, Long, Name, Node, ascii_document, binary_document
 from shapes import Mesh, box, cylinder, helix, lathe, sphere
 
@@ -21,13 +22,14 @@ TICKS_PER_SECOND = 46186158000
 
 
 def png(width, height, pixel):
-    """An 8-bit RGB PNG; `pixel(x, y)` gives three 0..255 values."""
+    """An 8-bit PNG; `pixel(x, y)` gives three 0..255 values, or four with an alpha."""
+    kind = 6 if len(pixel(0, 0)) == 4 else 2
     rows = b"".join(b"\x00" + bytes(c for x in range(width) for c in pixel(x, y)) for y in range(height))
 
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+    def chunk(name, data):
+        return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
 
-    header = struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)
+    header = struct.pack(">IIBBBBB", width, height, 8, kind, 0, 0, 0)
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows, 9)) + chunk(b"IEND", b"")
 
 
@@ -100,6 +102,75 @@ def checker(size, cells):
     def pixel(x, y):
         dark = (x * cells // size + y * cells // size) % 2
         return (52, 78, 128) if dark else (236, 232, 220)
+
+    return png(size, size, pixel)
+
+
+def leaf(size):
+    """A leaf with holes on a transparent ground, soft at its edge."""
+
+    def pixel(x, y):
+        u, v = (x + 0.5) / size * 2 - 1, (y + 0.5) / size * 2 - 1
+        inside = 0.78 * math.sqrt(max(0.0, 1 - v * v)) * (1 - 0.35 * v) - abs(u)
+        for hole_u, hole_v, radius in ((0.25, 0.3, 0.14), (-0.3, -0.1, 0.11), (0.2, -0.45, 0.08)):
+            inside = min(inside, math.hypot(u - hole_u, v - hole_v) - radius)
+        alpha = max(0.0, min(1.0, inside / 0.16))
+        vein = min(abs(u), abs((u * 1.3 + v * 4 + (0.5 if u > 0 else 0)) % 1.0 - 0.5) + abs(u) * 0.1) < 0.06
+        tone = 0.75 + 0.25 * noise(x / 9.0, y / 9.0, 31)
+        base = (176, 206, 96) if vein else (70, 140, 52)
+        return tuple(round(c * tone) for c in base) + (round(255 * alpha),)
+
+    return png(size, size, pixel)
+
+
+def stud_slope(u, v):
+    """The slopes along u and v of a round stud in the middle of a tile, and whether the place is on it."""
+    du, dv = u - 0.5, v - 0.5
+    radius = math.hypot(du, dv)
+    if radius >= 0.36 or radius < 1e-9:
+        return 0.0, 0.0, radius < 0.36
+    steep = -1.1 * math.sin(math.pi * min(radius / 0.36, 1.0))
+    return steep * du / radius, steep * dv / radius, True
+
+
+def stud_normals(size):
+    """A map of normals, green upwards in the image."""
+
+    def pixel(x, y):
+        along, down, _ = stud_slope((x + 0.5) / size, (y + 0.5) / size)
+        length = math.sqrt(along * along + down * down + 1)
+        return tuple(round(127.5 + 127.5 * c / length) for c in (-along, down, 1.0))
+
+    return png(size, size, pixel)
+
+
+def stud_surface(size):
+    """Occlusion in red, roughness in green, metalness in blue: shiny metal studs on a dull ground."""
+
+    def pixel(x, y):
+        u, v = (x + 0.5) / size, (y + 0.5) / size
+        on_stud = stud_slope(u, v)[2]
+        edge = abs(math.hypot(u - 0.5, v - 0.5) - 0.38)
+        return (round(255 * min(1.0, 0.35 + edge * 9)), 80 if on_stud else 215, 255 if on_stud else 0)
+
+    return png(size, size, pixel)
+
+
+def marks(size):
+    """A picture without any symmetry: an arrow to the top, a red corner at the top left, a blue one at the right."""
+
+    def pixel(x, y):
+        u, v = (x + 0.5) / size, (y + 0.5) / size
+        if min(u, v, 1 - u, 1 - v) < 0.05:
+            return (60, 60, 60)
+        if u < 0.3 and v < 0.3:
+            return (205, 60, 45)
+        if u > 0.75 and v < 0.25:
+            return (50, 80, 190)
+        head = 0.18 < v < 0.5 and abs(u - 0.5) < (v - 0.18) * 0.75
+        if head or (0.5 <= v < 0.85 and abs(u - 0.5) < 0.08):
+            return (35, 120, 70)
+        return (228, 222, 205)
 
     return png(size, size, pixel)
 
@@ -328,11 +399,13 @@ def translation_matrix(x, y, z):
 # The models.
 
 
-def desk_lamp():
-    """A rigid hierarchy: desk > base > lower arm > upper arm > head > bulb, with a camera, a light and a hidden spare bulb."""
-    s = Scene()
+def desk_lamp(s, embedded_oak=None):
+    """A rigid hierarchy: desk > base > lower arm > upper arm > head > bulb, with a camera, a light and a hidden spare bulb.
+
+    `s` takes it, an FBX or a glTF scene.
+    """
     oak_material = s.material("Oak", (0.8, 0.8, 0.8), (0.08, 0.08, 0.08), 12.0)
-    s.texture("Oak Planks", oak_material, "C:\\models\\lamp\\textures\\oak.png", "textures\\oak.png")
+    s.texture("Oak Planks", oak_material, "C:\\models\\lamp\\textures\\oak.png", "textures\\oak.png", embedded_oak)
     lacquer = s.material("Red Lacquer", (0.62, 0.045, 0.03), (0.5, 0.5, 0.5), 60.0)
     steel = s.material("Brushed Steel", (0.50, 0.52, 0.55), (0.6, 0.6, 0.6), 40.0)
     rubber = s.material("Rubber", (0.03, 0.03, 0.035), (0.05, 0.05, 0.05), 6.0)
@@ -494,6 +567,83 @@ def animated():
     return s
 
 
+# Plain meshes.
+
+
+def obj_document(name, parts, library):
+    """`parts`: (object name, group name, mesh, material name by slot). Corners refer to positions, coordinates and normals."""
+    lines, counts = [f"# {name}", f"mtllib {library}"], [0, 0, 0]
+    for object_name, group, mesh, materials in parts:
+        lines += [f"o {object_name}", f"g {group}"]
+        corners = [corner for _, polygon in mesh.polygons for corner in polygon]
+        columns = [unique([corner[k] for corner in corners], 5) for k in range(3)]
+        for key, (values, _) in zip(("v", "vn", "vt"), columns):
+            lines += [key + " " + " ".join(f"{c:.10g}" for c in value) for value in values]
+        place, slot = 0, None
+        for material, polygon in mesh.polygons:
+            if material != slot:
+                lines.append(f"usemtl {materials[material]}")
+                slot = material
+            face = []
+            for k in range(place, place + len(polygon)):
+                p, n, t = (columns[c][1][k] + counts[c] + 1 for c in range(3))
+                face.append(f"{p}/{t}/{n}")
+            lines.append("f " + " ".join(face))
+            place += len(polygon)
+        counts = [count + len(column[0]) for count, column in zip(counts, columns)]
+    return ("\n".join(lines) + "\n").encode("ascii")
+
+
+def mtl_document(materials):
+    """`materials`: (name, diffuse colour, specular exponent, file of the colour's texture or None)."""
+    lines = []
+    for name, color, exponent, texture in materials:
+        lines += [f"newmtl {name}", "Kd " + " ".join(f"{c:g}" for c in color), "Ks 0.2 0.2 0.2", f"Ns {exponent:g}", "illum 2"]
+        if texture:
+            lines.append(f"map_Kd {texture}")
+        lines.append("")
+    return "\n".join(lines).encode("ascii")
+
+
+def toy_chest():
+    """A crate with a ball on it: two objects, three materials."""
+    ball = sphere(11, 12, 24).moved((0, 50, 0))
+    stripes = Mesh([(1 if abs(corners[0][0][1] - 50) < 3 else 0, corners) for _, corners in ball.polygons])
+    return [("Crate", "Body", box(40, 40, 40), ["Planks"]), ("Ball", "Toy", stripes, ["Red", "Ivory"])]
+
+
+def triangles(mesh):
+    for _, corners in mesh.polygons:
+        for k in range(1, len(corners) - 1):
+            yield corners[0], corners[k], corners[k + 1]
+
+
+def binary_stl(mesh):
+    """Facet normals are left for the reader to compute, as many exporters leave them."""
+    facets = list(triangles(mesh))
+    data = b"Made by examples/generate.py".ljust(80) + struct.pack("<I", len(facets))
+    for facet in facets:
+        data += struct.pack("<3f", 0, 0, 0) + b"".join(struct.pack("<3f", *p) for p, _, _ in facet) + b"\0\0"
+    return data
+
+
+def ascii_ply(mesh, color):
+    positions, index = unique([p for _, corners in mesh.polygons for p, _, _ in corners], 4)
+    lines = ["ply", "format ascii 1.0", "comment made by examples/generate.py", f"element vertex {len(positions)}"]
+    lines += [f"property float {axis}" for axis in "xyz"] + [f"property uchar {c}" for c in ("red", "green", "blue")]
+    lines += [f"element face {len(mesh.polygons)}", "property list uchar int vertex_indices", "end_header"]
+    lines += [" ".join([f"{c:.10g}" for c in p] + [str(round(255 * c)) for c in color(p)]) for p in positions]
+    place = 0
+    for _, corners in mesh.polygons:
+        lines.append(" ".join(str(k) for k in [len(corners), *index[place : place + len(corners)]]))
+        place += len(corners)
+    return ("\n".join(lines) + "\n").encode("ascii")
+
+
+def knob():
+    return lathe([(0, 0), (9, 0), (9.6, 0.6), (9.6, 3), (6, 5), (4, 9), (4.6, 12), (7.4, 15), (8, 18), (6.4, 21), (3, 22.6), (0, 23)], 28)
+
+
 def write(name, data):
     path = os.path.join(FOLDER, name)
     os.makedirs(os.path.dirname(path), exist_ok=True)
@@ -505,7 +655,9 @@ def write(name, data):
 def main():
     write("textures/oak.png", oak(192))
     write("textures/crate.png", crate(128))
-    write("desk-lamp.fbx", binary_document(desk_lamp().document()))
+    lamp = Scene()
+    desk_lamp(lamp)
+    write("desk-lamp.fbx", binary_document(lamp.document()))
     write("textured-box.fbx", ascii_document(textured_box().document()))
     write("embedded-texture.fbx", binary_document(embedded_texture().document()))
     write("mirrored.fbx", ascii_document(mirrored().document()))
@@ -513,6 +665,30 @@ def main():
     write("vertex-colors.fbx", binary_document(vertex_colors().document()))
     write("skinned.fbx", binary_document(skinned().document()))
     write("animated.fbx", binary_document(animated().document()))
+
+    lamp = gltf_models.Scene()
+    desk_lamp(lamp, oak(192))
+    write("desk-lamp.glb", lamp.document.glb())
+    manifest, binary = gltf_models.textured_box("textures/crate.png").gltf("textured-box.bin")
+    write("textured-box.gltf", manifest)
+    write("textured-box.bin", binary)
+    write("normal-map.glb", gltf_models.normal_map(stud_normals(64), stud_surface(64)).glb())
+    write("vertex-colors.glb", gltf_models.vertex_colors().glb())
+    write("skinned.glb", gltf_models.skinned().glb())
+    write("morph.glb", gltf_models.morph().glb())
+    write("animated.glb", gltf_models.animated().glb())
+    write("alpha-modes.glb", gltf_models.alpha_modes(leaf(96)).glb())
+    write("texture-transforms.glb", gltf_models.texture_transforms(marks(64)).glb())
+    write("sparse.glb", gltf_models.sparse().glb())
+    write("variants.glb", gltf_models.variants().glb())
+    write("materials.glb", gltf_models.materials(checker(64, 8)).glb())
+    write("primitives.glb", gltf_models.primitives().glb())
+
+    write("toy-chest.obj", obj_document("A crate with a ball on it", toy_chest(), "toy-chest.mtl"))
+    write("toy-chest.mtl", mtl_document([("Planks", (1, 1, 1), 10, "textures/crate.png"), ("Red", (0.75, 0.12, 0.08), 60, None),
+                                         ("Ivory", (0.92, 0.88, 0.78), 60, None)]))
+    write("knob.stl", binary_stl(knob()))
+    write("vertex-colors.ply", ascii_ply(sphere(10, 16, 24), lambda p: tuple(0.5 + c / 20.0 for c in p)))
 
 
 if __name__ == "__main__":
