@@ -3,6 +3,7 @@
 #include <sys/auxv.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 #include <vector>
@@ -45,6 +46,14 @@ class Hash {
  private:
   std::array<std::uint64_t, 2> multipliers_{0x9E3779B97F4A7C15U, 0xC2B2AE3D27D4EB4FU};
 };
+
+/// The bits of a position, in which equal coordinates are equal and what is no number is orderly too.
+std::array<std::uint32_t, 3> placeBits(const std::byte* position) noexcept {
+  std::array<std::uint32_t, 3> bits{};
+  std::memcpy(bits.data(), position, positionSize);
+  for (std::uint32_t& component : bits) component = component == 0x80000000 ? 0 : component;
+  return bits;
+}
 
 Key keyOf(const std::byte* position, std::uint32_t word) noexcept {
   const auto [x, y, z] = placeBits(position);
@@ -228,13 +237,6 @@ class Welding {
 };
 
 }  // namespace
-
-std::array<std::uint32_t, 3> placeBits(const std::byte* bytes) noexcept {
-  std::array<std::uint32_t, 3> bits{};
-  std::memcpy(bits.data(), bytes, positionSize);
-  for (std::uint32_t& component : bits) component = component == 0x80000000 ? 0 : component;
-  return bits;
-}
 
 WeldedCorners weldedCorners(const PackedCorners& corners) {
   const Packed packed(corners);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -35,9 +34,5 @@ struct FacetCorners {
 /// 32 bytes a vertex. Needs no more than `mostWeldedCorners` corners. The result does not depend on the threads.
 WeldedCorners weldedCorners(const PackedCorners& corners);
 WeldedCorners weldedCorners(const FacetCorners& corners);
-
-/// The bits of a position, in which equal coordinates are equal and what is no number is orderly too. `bytes` are
-/// twelve.
-std::array<std::uint32_t, 3> placeBits(const std::byte* bytes) noexcept;
 
 }  // namespace ornolith
