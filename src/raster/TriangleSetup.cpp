@@ -55,15 +55,16 @@ struct Corners {
   IntegerVector isRegular;  ///< 1 where all three are.
 };
 
-/// One screen vertex in each block of a vector: the block `b` holds that of corner `k` of `triangles(4 * b + lane)`.
-template <typename Triangles>
-HWY_INLINE IntegerVector gatherVertices(const TriangleRun& run, const Triangles& triangles, std::size_t k,
+/// One screen vertex in each block of a vector: the block `b` holds that of corner `k` of the triangle in lane
+/// `4 * b + lane`. `cornersOf(i)` are the three indices of the triangle in lane i.
+template <typename CornersOf>
+HWY_INLINE IntegerVector gatherVertices(const TriangleRun& run, const CornersOf& cornersOf, std::size_t k,
                                         std::size_t lane) {
   static_assert(sizeof(ScreenVertex) == 16);
   constexpr hn::FixedTag<std::int32_t, 4> quarter;
   const auto load = [&](std::size_t block) {
-    const std::uint32_t index = run.indices[std::size_t{triangles(4 * block + lane)} * 3 + k];
-    return hn::LoadU(quarter, reinterpret_cast<const std::int32_t*>(run.vertices + (index - run.firstVertex)));
+    const std::uint32_t index = cornersOf(4 * block + lane)[k] - run.firstVertex;
+    return hn::LoadU(quarter, reinterpret_cast<const std::int32_t*>(run.vertices + index));
   };
   if constexpr (maximumLanes == 4) {
     return load(0);
@@ -75,17 +76,16 @@ HWY_INLINE IntegerVector gatherVertices(const TriangleRun& run, const Triangles&
   }
 }
 
-/// `triangles(i)` is the number of the triangle in lane i.
-template <typename Triangles>
-HWY_INLINE Corners gatherCorners(const TriangleRun& run, const Triangles& triangles) {
+template <typename CornersOf>
+HWY_INLINE Corners gatherCorners(const TriangleRun& run, const CornersOf& cornersOf) {
   constexpr Integers integers;
   constexpr hn::Repartition<std::int64_t, Integers> pairs;
   Corners corners;
   corners.isRegular = set(1);
   for (std::size_t k = 0; k < 3; ++k) {
     // Four-by-four transposition within each block.
-    const IntegerVector v0 = gatherVertices(run, triangles, k, 0), v1 = gatherVertices(run, triangles, k, 1);
-    const IntegerVector v2 = gatherVertices(run, triangles, k, 2), v3 = gatherVertices(run, triangles, k, 3);
+    const IntegerVector v0 = gatherVertices(run, cornersOf, k, 0), v1 = gatherVertices(run, cornersOf, k, 1);
+    const IntegerVector v2 = gatherVertices(run, cornersOf, k, 2), v3 = gatherVertices(run, cornersOf, k, 3);
     const auto xy01 = hn::BitCast(pairs, hn::InterleaveLower(integers, v0, v1));
     const auto xy23 = hn::BitCast(pairs, hn::InterleaveLower(integers, v2, v3));
     const auto rest01 = hn::BitCast(pairs, hn::InterleaveUpper(integers, v0, v1));
@@ -255,9 +255,7 @@ class RunSetup {
     const IntegerVector wantsPositive = set(run_.drawsPositive ? -1 : 0);
     const IntegerVector wantsNegative = set(run_.drawsNegative ? -1 : 0);
     for (std::uint32_t done = 0; done < size; done += static_cast<std::uint32_t>(lanes_)) {
-      const std::uint32_t last = size - 1;
-      const Corners corners = gatherCorners(
-          run_, [&](std::size_t i) { return first + HWY_MIN(done + static_cast<std::uint32_t>(i), last); });
+      const Corners corners = cornersInRow(first + done, HWY_MIN(size - done, static_cast<std::uint32_t>(lanes_)));
       const IntegerVector orientation = orientations(corners);
       // -1 times the sign bit of what is wanted: 0 stays out on both sides.
       const IntegerVector wanted = hn::Or(hn::And(hn::BroadcastSignBit(orientation), wantsNegative),
@@ -277,10 +275,19 @@ class RunSetup {
     for (std::size_t i = count_; i < count_ + lanes_ && count_ > 0; ++i) candidates_[i] = candidates_[count_ - 1];
   }
 
+  /// The corners of `count` triangles from `first`; where they are fewer than lanes, the last one is repeated.
+  Corners cornersInRow(std::uint32_t first, std::uint32_t count) const {
+    const std::uint32_t* const indices = run_.indices + std::size_t{first} * 3;
+    if (count == lanes_) return gatherCorners(run_, [indices](std::size_t i) { return indices + i * 3; });
+    return gatherCorners(run_, [indices, count](std::size_t i) {
+      return indices + HWY_MIN(i, static_cast<std::size_t>(count - 1)) * 3;
+    });
+  }
+
   void makeRecords(std::size_t begin) {
     const std::size_t size = HWY_MIN(lanes_, count_ - begin);
-    Corners corners =
-        gatherCorners(run_, [&](std::size_t i) { return static_cast<std::uint32_t>(candidates_[begin + i]); });
+    Corners corners = gatherCorners(
+        run_, [&](std::size_t i) { return run_.indices + static_cast<std::size_t>(candidates_[begin + i]) * 3; });
     if (!hn::AllTrue(Integers(), hn::Ne(corners.isRegular, set(0)))) {
       for (std::size_t i = 0; i < size; ++i) addPlain_(static_cast<std::uint32_t>(candidates_[begin + i]));
       return;

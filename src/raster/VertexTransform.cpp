@@ -12,8 +12,8 @@ namespace HWY_NAMESPACE {
 #if HWY_TARGET == HWY_SCALAR
 
 /// Without vectors, the plain code does all.
-std::uint32_t transformVectors(const TransformRun&, ScreenVertex*) {
-  return 0;
+bool transformVectors(const TransformRun&, ScreenVertex*) {
+  return false;
 }
 
 #else
@@ -99,34 +99,37 @@ class Kernel {
   hn::Vec<Integers> offsetX_, offsetY_;
 };
 
-/// Transforms whole vectors of vertices; the number of those done.
-std::uint32_t transformVectors(const TransformRun& run, ScreenVertex* out) {
+/// Transforms the vertices from `first` of the run whose number is at most that of the lanes.
+HWY_INLINE void transformSome(const TransformRun& run, const Kernel& kernel, std::uint32_t first, std::uint32_t count,
+                              ScreenVertex* out) {
+  constexpr Floats floats;
+  HWY_ALIGN float position[3][hn::MaxLanes(Floats())] = {};
+  HWY_ALIGN ScreenVertex results[hn::MaxLanes(Floats())];
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const float* source = run.positions[run.first + first + i];
+    for (std::size_t axis = 0; axis < 3; ++axis) position[axis][i] = source[axis];
+  }
+  kernel.apply(hn::Load(floats, position[0]), hn::Load(floats, position[1]), hn::Load(floats, position[2]), results);
+  for (std::uint32_t i = 0; i < count; ++i) out[first + i] = results[i];
+}
+
+/// Whether the run was transformed.
+bool transformVectors(const TransformRun& run, ScreenVertex* out) {
   const Kernel kernel(run);
-  const Floats floats;
+  constexpr Floats floats;
   const auto lanes = static_cast<std::uint32_t>(hn::Lanes(floats));
-  const device::VertexStream& positions = run.positions;
   std::uint32_t done = 0;
-  if (positions.stride == 3) {
+  if (run.positions.stride == 3) {
     for (; run.count - done >= lanes; done += lanes) {
       hn::Vec<Floats> px, py, pz;
-      hn::LoadInterleaved3(floats, positions[run.first + done], px, py, pz);
+      hn::LoadInterleaved3(floats, run.positions[run.first + done], px, py, pz);
       kernel.apply(px, py, pz, out + done);
     }
-    return done;
   }
-  HWY_ALIGN float x[hn::MaxLanes(Floats())];
-  HWY_ALIGN float y[hn::MaxLanes(Floats())];
-  HWY_ALIGN float z[hn::MaxLanes(Floats())];
-  for (; run.count - done >= lanes; done += lanes) {
-    for (std::uint32_t i = 0; i < lanes; ++i) {
-      const float* position = positions[run.first + done + i];
-      x[i] = position[0];
-      y[i] = position[1];
-      z[i] = position[2];
-    }
-    kernel.apply(hn::Load(floats, x), hn::Load(floats, y), hn::Load(floats, z), out + done);
+  for (; done < run.count; done += HWY_MIN(lanes, run.count - done)) {
+    transformSome(run, kernel, done, HWY_MIN(lanes, run.count - done), out);
   }
-  return done;
+  return true;
 }
 
 #endif
@@ -142,8 +145,8 @@ namespace ornolith::raster {
 HWY_EXPORT(transformVectors);
 
 void transformRun(const TransformRun& run, ScreenVertex* out) {
-  const std::uint32_t done = HWY_DYNAMIC_DISPATCH(transformVectors)(run, out);
-  for (std::uint32_t i = done; i < run.count; ++i) {
+  if (HWY_DYNAMIC_DISPATCH(transformVectors)(run, out)) return;
+  for (std::uint32_t i = 0; i < run.count; ++i) {
     out[i] = screenVertex(run.transform.apply(run.positions[run.first + i]), run.projection, run.imageWidth,
                           run.imageHeight);
   }
