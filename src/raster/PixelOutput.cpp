@@ -45,27 +45,29 @@ HWY_INLINE void forEachFragment(const FragmentBatch& batch, TileColors& colors, 
 
 void store(const FragmentBatch& batch, bool keepsAlpha, TileColors& colors) {
   constexpr Floats floats;
-  const auto& [red, green, blue, opacity] = batch.result;
+  const Lane4& result = batch.result;
   const auto prepare = [&](std::size_t i, float* values, float*) {
-    const FloatVector alpha = keepsAlpha ? hn::Load(floats, &opacity[i]) : hn::Set(floats, 1.0f);
-    hn::StoreInterleaved4(hn::Mul(hn::Load(floats, &red[i]), alpha), hn::Mul(hn::Load(floats, &green[i]), alpha),
-                          hn::Mul(hn::Load(floats, &blue[i]), alpha), alpha, floats, values);
+    const FloatVector alpha = keepsAlpha ? hn::Load(floats, &result.w[i]) : hn::Set(floats, 1.0f);
+    hn::StoreInterleaved4(hn::Mul(hn::Load(floats, &result.x[i]), alpha),
+                          hn::Mul(hn::Load(floats, &result.y[i]), alpha),
+                          hn::Mul(hn::Load(floats, &result.z[i]), alpha), alpha, floats, values);
   };
   forEachFragment(batch, colors, prepare, [](auto value, auto, const float*) { return value; });
 }
 
 void blend(const FragmentBatch& batch, device::BlendMode mode, TileColors& colors) {
   constexpr Floats floats;
-  const auto& [red, green, blue, opacity] = batch.result;
+  const Lane4& result = batch.result;
   const auto prepare = [&](std::size_t i, float* values, float* factors) {
-    const FloatVector alpha = hn::Load(floats, &opacity[i]);
+    const FloatVector alpha = hn::Load(floats, &result.w[i]);
     const FloatVector rest = hn::Sub(hn::Set(floats, 1.0f), alpha);
     const FloatVector keepsColor = mode == device::BlendMode::add     ? hn::Set(floats, 1.0f)
                                    : mode == device::BlendMode::alpha ? rest
                                                                       : hn::Zero(floats);
     const FloatVector keepsAlpha = mode == device::BlendMode::replace ? hn::Zero(floats) : rest;
-    hn::StoreInterleaved4(hn::Mul(hn::Load(floats, &red[i]), alpha), hn::Mul(hn::Load(floats, &green[i]), alpha),
-                          hn::Mul(hn::Load(floats, &blue[i]), alpha), alpha, floats, values);
+    hn::StoreInterleaved4(hn::Mul(hn::Load(floats, &result.x[i]), alpha),
+                          hn::Mul(hn::Load(floats, &result.y[i]), alpha),
+                          hn::Mul(hn::Load(floats, &result.z[i]), alpha), alpha, floats, values);
     hn::StoreInterleaved4(keepsColor, keepsColor, keepsColor, keepsAlpha, floats, factors);
   };
   forEachFragment(batch, colors, prepare, [](auto value, auto factor, const float* out) {
