@@ -2,33 +2,71 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <numeric>
 
+#include "foundation/LargeVector.h"
 #include "foundation/LinearAlgebra.h"
 #include "foundation/Math.h"
+#include "loaders/mesh/VertexWelding.h"
 
 namespace ornolith {
 
 namespace {
 
 constexpr double creaseCosine = 0.5;  // 60 degrees.
+constexpr std::uint32_t none = 0xFFFFFFFF;
 
-simd_double3 unit(simd_double3 v) {
-  const double size = length(v);
-  return size > 0 && std::isfinite(size) ? v / size : simd_double3{};
+/// How many groups of a place are looked through for one that a facet belongs to, and how many vertices of a source for
+/// one with a group. No more than some dozen facets fit around a place that lie further apart than the crease angle;
+/// only files of ever new smoothing groups come beyond, and get groups or vertices that could be one.
+constexpr int mostSearched = 64;
+
+/// acos(x) for x in 0..1, within 2e-8 (M. Abramowitz and I. Stegun, "Handbook of mathematical functions", 4.4.46).
+double arcCosineOfPositive(double x) {
+  constexpr double c[] = {1.5707963050, -0.2145988016, 0.0889789874, -0.0501743046,
+                          0.0308918810, -0.0170881256, 0.0066700901, -0.0012624911};
+  const double series = c[0] + x * (c[1] + x * (c[2] + x * (c[3] + x * (c[4] + x * (c[5] + x * (c[6] + x * c[7]))))));
+  return std::sqrt(1 - x) * series;
 }
 
-/// How many groups of a place are looked through for one that a facet belongs to. No more than some dozen facets fit
-/// around a place that lie further apart than the crease angle; only files of smoothing groups alone come beyond.
-constexpr std::size_t groupsSearched = 64;
+/// The angle whose cosine is given.
+double arcCosine(double cosine) {
+  const double angle = arcCosineOfPositive(std::min(std::abs(cosine), 1.0));
+  return cosine < 0 ? math::pi - angle : angle;
+}
+
+/// What a triangle adds to the normals at its corners.
+struct Facet {
+  bool hasArea = false;
+  simd_double3 normal;      // Of unit length.
+  simd_double3 areaNormal;  // As long as twice the area.
+  std::array<double, 3> angles{};
+};
+
+Facet facetOf(const std::array<simd_double3, 3>& corners) {
+  const simd_double3 a = corners[1] - corners[0];
+  const simd_double3 b = corners[2] - corners[0];
+  const simd_double3 c = corners[2] - corners[1];
+  Facet facet;
+  facet.areaNormal = cross(a, b);
+  const double area = length(facet.areaNormal);
+  if (!(area > 0) || !std::isfinite(area)) return facet;
+  const double squareA = dot(a, a);
+  facet.hasArea = true;
+  facet.normal = facet.areaNormal * (1 / area);
+  facet.angles[0] = arcCosine(dot(a, b) / std::sqrt(squareA * dot(b, b)));
+  facet.angles[1] = arcCosine(-dot(a, c) / std::sqrt(squareA * dot(c, c)));
+  facet.angles[2] = std::max(math::pi - facet.angles[0] - facet.angles[1], 0.0);
+  return facet;
+}
 
 /// The triangles of one place that share a normal.
 struct Group {
-  std::uint32_t smoothingGroup;
-  simd_double3 firstFacet;
   simd_double3 sum;
+  simd_float3 firstFacet;
+  std::uint32_t smoothingGroup;
+  std::uint32_t nextOfPlace;
 };
 
 class Creasing {
@@ -38,123 +76,117 @@ class Creasing {
       : positions_(positions), triangles_(triangles), smoothingGroups_(smoothingGroups) {}
 
   CreasedMesh run() {
-    sortVerticesByPlace();
-    listCornersOfVertices();
-    result_.indices.resize(triangles_.size());
-    groupOfCorner_.resize(triangles_.size());
-    for (std::size_t begin = 0, end = 0; begin < order_.size(); begin = end) {
-      end = begin + 1;
-      while (end < order_.size() && placeOf(order_[end]) == placeOf(order_[begin])) ++end;
-      groupCorners(begin, end);
-      emitVertices(begin, end);
-    }
+    numberPlaces();
+    groupCorners();
+    emitVertices();
     return std::move(result_);
   }
 
  private:
-  using Place = std::array<std::uint32_t, 3>;
-
-  // The bits of a position, in which equal numbers are equal and what is no number is orderly too.
-  Place placeOf(std::uint32_t vertex) const {
-    const float* position = positions_.data() + std::size_t{vertex} * 3;
-    const auto bits = [](float value) { return std::bit_cast<std::uint32_t>(value == 0 ? 0.0F : value); };
-    return {bits(position[0]), bits(position[1]), bits(position[2])};
-  }
-
   simd_double3 positionOf(std::uint32_t vertex) const {
     const float* position = positions_.data() + std::size_t{vertex} * 3;
     return {position[0], position[1], position[2]};
   }
 
-  void sortVerticesByPlace() {
-    order_.resize(positions_.size() / 3);
-    std::iota(order_.begin(), order_.end(), 0U);
-    std::sort(order_.begin(), order_.end(), [&](std::uint32_t a, std::uint32_t b) {
-      const Place placeA = placeOf(a);
-      const Place placeB = placeOf(b);
-      return placeA != placeB ? placeA < placeB : a < b;
-    });
-  }
-
-  void listCornersOfVertices() {
-    firstCorner_.assign(order_.size() + 1, 0);
-    for (const std::uint32_t vertex : triangles_) ++firstCorner_[vertex + 1];
-    std::partial_sum(firstCorner_.begin(), firstCorner_.end(), firstCorner_.begin());
-    corners_.resize(triangles_.size());
-    std::vector<std::size_t> next(firstCorner_.begin(), firstCorner_.end() - 1);
-    for (std::size_t corner = 0; corner < triangles_.size(); ++corner) corners_[next[triangles_[corner]]++] = corner;
-  }
-
-  std::span<const std::size_t> cornersOf(std::uint32_t vertex) const {
-    return std::span(corners_).subspan(firstCorner_[vertex], firstCorner_[vertex + 1] - firstCorner_[vertex]);
-  }
-
-  void groupCorners(std::size_t begin, std::size_t end) {
-    groups_.clear();
-    for (std::size_t i = begin; i < end; ++i) {
-      for (const std::size_t corner : cornersOf(order_[i])) addCorner(corner);
+  /// Vertices with equal coordinates stand at one place.
+  void numberPlaces() {
+    const std::size_t vertexCount = positions_.size() / 3;
+    if (vertexCount <= mostWeldedCorners) {
+      places_ = weldedCorners(PackedCorners{std::as_bytes(positions_)}).vertices;
+    } else {
+      places_.resize(vertexCount);
+      std::iota(places_.begin(), places_.end(), 0U);
     }
   }
 
-  void addCorner(std::size_t corner) {
-    const std::size_t first = corner - corner % 3;
-    const simd_double3 here = positionOf(triangles_[corner]);
-    const simd_double3 toNext = positionOf(triangles_[first + (corner + 1) % 3]) - here;
-    const simd_double3 toLast = positionOf(triangles_[first + (corner + 2) % 3]) - here;
-    const simd_double3 areaNormal = cross(toNext, toLast);
-    const simd_double3 facet = unit(areaNormal);
-    const bool hasFacet = facet != simd_double3{};
-    const std::uint32_t smoothingGroup = smoothingGroups_.empty() ? creasedByAngle : smoothingGroups_[corner / 3];
-    const std::size_t group = groupOf(smoothingGroup, facet, hasFacet);
-    if (hasFacet) {
-      const double cosine = std::clamp(dot(unit(toNext), unit(toLast)), -1.0, 1.0);
-      groups_[group].sum = groups_[group].sum + areaNormal * math::acos(cosine);
-    }
-    groupOfCorner_[corner] = static_cast<std::uint32_t>(group);
-  }
-
-  std::size_t groupOf(std::uint32_t smoothingGroup, simd_double3 facet, bool hasFacet) {
-    std::size_t group = groups_.size() > groupsSearched ? groups_.size() - groupsSearched : 0;
-    if (smoothingGroup == flatFacet) group = groups_.size();
-    for (; group < groups_.size(); ++group) {
-      if (groups_[group].smoothingGroup != smoothingGroup) continue;
-      if (smoothingGroup != creasedByAngle || !hasFacet || dot(groups_[group].firstFacet, facet) >= creaseCosine) break;
-    }
-    if (group == groups_.size()) groups_.push_back({smoothingGroup, facet, {}});
-    return group;
-  }
-
-  void emitVertices(std::size_t begin, std::size_t end) {
-    for (std::size_t i = begin; i < end; ++i) {
-      if (newVertices_.size() < groups_.size()) newVertices_.resize(groups_.size(), noVertex);
-      for (const std::size_t corner : cornersOf(order_[i])) {
-        std::uint32_t& vertex = newVertices_[groupOfCorner_[corner]];
-        if (vertex == noVertex) vertex = emitVertex(order_[i], groups_[groupOfCorner_[corner]].sum);
-        result_.indices[corner] = vertex;
+  void groupCorners() {
+    lastGroupOfPlace_.assign(places_.size(), none);
+    groups_.reserve(places_.size());
+    groupOfCorner_.resize(triangles_.size());
+    for (std::size_t first = 0; first + 2 < triangles_.size(); first += 3) {
+      const Facet facet = facetOf(
+          {positionOf(triangles_[first]), positionOf(triangles_[first + 1]), positionOf(triangles_[first + 2])});
+      const std::uint32_t smoothingGroup = smoothingGroups_.empty() ? creasedByAngle : smoothingGroups_[first / 3];
+      for (std::size_t i = 0; i < 3; ++i) {
+        const std::uint32_t group = groupAt(places_[triangles_[first + i]], smoothingGroup, facet);
+        if (facet.hasArea) groups_[group].sum = groups_[group].sum + facet.areaNormal * facet.angles[i];
+        groupOfCorner_[first + i] = group;
       }
-      for (const std::size_t corner : cornersOf(order_[i])) newVertices_[groupOfCorner_[corner]] = noVertex;
     }
   }
 
-  std::uint32_t emitVertex(std::uint32_t source, simd_double3 sum) {
-    simd_double3 normal = unit(sum);
-    if (normal == simd_double3{}) normal = {0, 0, 1};  // Of triangles without an area alone, which show nothing.
-    for (std::size_t axis = 0; axis < 3; ++axis) result_.normals.push_back(static_cast<float>(normal[axis]));
-    result_.sourceVertices.push_back(source);
-    return static_cast<std::uint32_t>(result_.sourceVertices.size() - 1);
+  std::uint32_t groupAt(std::uint32_t place, std::uint32_t smoothingGroup, const Facet& facet) {
+    std::uint32_t& last = lastGroupOfPlace_[place];
+    if (smoothingGroup != flatFacet) {
+      std::uint32_t group = last;
+      for (int i = 0; i < mostSearched && group != none; ++i, group = groups_[group].nextOfPlace) {
+        if (isOf(groups_[group], smoothingGroup, facet)) return group;
+      }
+    }
+    const auto added = static_cast<std::uint32_t>(groups_.size());
+    groups_.push_back({.sum = {},
+                       .firstFacet = {static_cast<float>(facet.normal.x), static_cast<float>(facet.normal.y),
+                                      static_cast<float>(facet.normal.z)},
+                       .smoothingGroup = smoothingGroup,
+                       .nextOfPlace = last});
+    last = added;
+    return added;
   }
 
-  static constexpr std::uint32_t noVertex = 0xFFFFFFFF;
+  /// A triangle without an area, which shows nothing, belongs anywhere.
+  static bool isOf(const Group& group, std::uint32_t smoothingGroup, const Facet& facet) {
+    if (group.smoothingGroup != smoothingGroup) return false;
+    if (smoothingGroup != creasedByAngle || !facet.hasArea) return true;
+    const simd_double3 first = {group.firstFacet.x, group.firstFacet.y, group.firstFacet.z};
+    return dot(first, facet.normal) >= creaseCosine;
+  }
+
+  /// One vertex for each given vertex and group.
+  void emitVertices() {
+    lastGroupOfPlace_ = {};
+    LargeVector<std::uint32_t> lastOfSource(places_.size());
+    std::fill(lastOfSource.begin(), lastOfSource.end(), none);
+    result_.indices.resize(triangles_.size());
+    result_.sourceVertices.reserve(places_.size());
+    for (std::size_t corner = 0; corner < triangles_.size(); ++corner) {
+      const std::uint32_t source = triangles_[corner];
+      const std::uint32_t group = groupOfCorner_[corner];
+      std::uint32_t vertex = lastOfSource[source];
+      for (int i = 0; vertex != none && groupOfVertex_[vertex] != group; ++i) {
+        vertex = i < mostSearched ? nextOfSource_[vertex] : none;
+      }
+      if (vertex == none) {
+        vertex = static_cast<std::uint32_t>(result_.sourceVertices.size());
+        result_.sourceVertices.push_back(source);
+        groupOfVertex_.push_back(group);
+        nextOfSource_.push_back(lastOfSource[source]);
+        lastOfSource[source] = vertex;
+      }
+      result_.indices[corner] = vertex;
+    }
+    result_.normals.resize(result_.sourceVertices.size() * 3);
+    for (std::size_t vertex = 0; vertex < groupOfVertex_.size(); ++vertex) setNormal(vertex);
+  }
+
+  void setNormal(std::size_t vertex) {
+    const simd_double3 sum = groups_[groupOfVertex_[vertex]].sum;
+    const double size = length(sum);
+    // Of triangles without an area alone.
+    const simd_double3 normal = size > 0 && std::isfinite(size) ? sum / size : simd_double3{0, 0, 1};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      result_.normals[vertex * 3 + axis] = static_cast<float>(normal[axis]);
+    }
+  }
 
   std::span<const float> positions_;
   std::span<const std::uint32_t> triangles_;
   std::span<const std::uint32_t> smoothingGroups_;
-  std::vector<std::uint32_t> order_;
-  std::vector<std::size_t> firstCorner_;  // For each vertex where its corners begin in `corners_`, and the end.
-  std::vector<std::size_t> corners_;
-  std::vector<std::uint32_t> groupOfCorner_;
-  std::vector<Group> groups_;
-  std::vector<std::uint32_t> newVertices_;  // For each group of the place, the current vertex's new one.
+  LargeVector<std::uint32_t> places_;  // Of each vertex.
+  LargeVector<std::uint32_t> lastGroupOfPlace_;
+  LargeVector<Group> groups_;
+  LargeVector<std::uint32_t> groupOfCorner_;
+  LargeVector<std::uint32_t> groupOfVertex_;
+  LargeVector<std::uint32_t> nextOfSource_;  // For each new vertex the one before of the same given vertex.
   CreasedMesh result_;
 };
 

@@ -2,15 +2,16 @@
 
 #include <cstdint>
 #include <span>
-#include <vector>
+
+#include "foundation/LargeVector.h"
 
 namespace ornolith {
 
 /// A mesh whose vertices are split along its creases.
 struct CreasedMesh {
-  std::vector<float> normals;                 ///< Three components of unit length for each new vertex.
-  std::vector<std::uint32_t> sourceVertices;  ///< The given vertex that each new vertex repeats.
-  std::vector<std::uint32_t> indices;         ///< The given corners, as new vertices.
+  LargeVector<float> normals;                 ///< Three components of unit length for each new vertex.
+  LargeVector<std::uint32_t> sourceVertices;  ///< The given vertex that each new vertex repeats.
+  LargeVector<std::uint32_t> indices;         ///< The given corners, as new vertices.
 };
 
 /// What the smoothing group of a triangle may be, beside a group's number: every triangle shaded by itself, or creases
@@ -23,8 +24,7 @@ inline constexpr std::uint32_t creasedByAngle = 0xFFFFFFFF;
 /// are creased by angle the ones whose normals lie within 60 degrees of the first of them: the mean of the facets'
 /// normals, weighted by area and by the angle at the corner. Vertices at one place count as one in this, so that a seam
 /// of other attributes stays smooth. Vertices that no triangle uses are dropped. `smoothingGroups` has one for each
-/// triangle, or is empty where all are creased by angle. Takes time in proportion to the corners, but for sorting the
-/// vertices by place.
+/// triangle, or is empty where all are creased by angle. Takes time in proportion to the corners.
 CreasedMesh creasedMesh(std::span<const float> positions, std::span<const std::uint32_t> triangles,
                         std::span<const std::uint32_t> smoothingGroups = {});
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <map>
 #include <numeric>
 #include <utility>
@@ -17,8 +16,8 @@ namespace ornolith {
 
 namespace {
 
-using Indices = std::vector<std::uint32_t>;
-using Buffer = std::vector<std::byte>;
+using Indices = LargeVector<std::uint32_t>;
+using Floats = LargeVector<float>;
 
 constexpr std::uint32_t noVertex = 0xFFFFFFFF;
 
@@ -45,7 +44,7 @@ struct Slot {
   Indices points;
 };
 
-simd_double3 positionAt(const std::vector<float>& positions, std::uint32_t index) {
+simd_double3 positionAt(const Floats& positions, std::uint32_t index) {
   const float* p = positions.data() + std::size_t{index} * 3;
   return {p[0], p[1], p[2]};
 }
@@ -74,6 +73,7 @@ class PartCollector {
   void addFaces(const OBJPart& part) {
     hasSmoothingGroups_ = std::any_of(part.faces.begin(), part.faces.end(),
                                       [](const OBJPiece& piece) { return piece.smoothingGroup != creasedByAngle; });
+    reserveFor(part);
     for (const OBJPiece& piece : part.faces) {
       const OBJStretch& stretch = statements_.stretches[piece.stretch];
       forEachPrimitive(piece, stretch.faceRuns, [&](std::size_t corner, std::uint32_t count) {
@@ -114,6 +114,22 @@ class PartCollector {
   bool hasSmoothingGroups() const noexcept { return hasSmoothingGroups_; }
 
  private:
+  /// Sets memory aside for as many vertices and triangles as the part will most likely have.
+  void reserveFor(const OBJPart& part) {
+    std::size_t cornerCount = 0;
+    std::map<std::uint32_t, std::size_t> cornersOfMaterials;
+    for (const OBJPiece& piece : part.faces) {
+      cornerCount += piece.cornerCount;
+      cornersOfMaterials[piece.material] += piece.cornerCount;
+    }
+    const std::size_t vertexCount = std::min(cornerCount, statements_.positions.size() / 3);
+    for (Indices* list : {&vertices_.positions, &vertices_.texcoords, &vertices_.normals, &vertices_.nextOfPosition}) {
+      list->reserve(vertexCount);
+    }
+    // Four corners may become two triangles.
+    for (const auto& [material, corners] : cornersOfMaterials) slotOf(material).triangles.reserve(corners / 2 * 3);
+  }
+
   template <typename Visit>
   static void forEachPrimitive(const OBJPiece& piece, const std::vector<OBJRun>& runs, const Visit& visit) {
     std::size_t corner = piece.firstCorner;
@@ -205,45 +221,34 @@ class PartCollector {
   bool hasSmoothingGroups_ = false;
   PolygonTriangulator triangulator_;
   Indices face_;
-  Indices cut_;
+  std::vector<std::uint32_t> cut_;
   std::vector<simd_double3> places_;
 };
 
-template <std::size_t Components>
-void write(Buffer& buffer, std::size_t vertex, const std::array<float, Components>& values) {
-  std::memcpy(buffer.data() + vertex * sizeof(values), values.data(), sizeof(values));
-}
-
 /// For each vertex the vector that its index means, or `missing`.
 template <std::size_t Components>
-Buffer gathered(const std::vector<float>& list, const Indices& indices, const std::array<float, Components>& missing) {
-  Buffer buffer(indices.size() * Components * sizeof(float));
+Floats gathered(const Floats& list, const Indices& indices, const std::array<float, Components>& missing) {
+  Floats values(indices.size() * Components);
   for (std::size_t i = 0; i < indices.size(); ++i) {
     const bool isMissing = indices[i] == noOBJIndex;
-    const float* values = isMissing ? missing.data() : list.data() + std::size_t{indices[i]} * Components;
-    std::memcpy(buffer.data() + i * Components * sizeof(float), values, Components * sizeof(float));
+    const float* vector = isMissing ? missing.data() : list.data() + std::size_t{indices[i]} * Components;
+    std::copy_n(vector, Components, values.data() + i * Components);
   }
-  return buffer;
+  return values;
 }
 
-Buffer texcoordsOf(const OBJStatements& statements, const Indices& indices) {
-  Buffer buffer(indices.size() * 2 * sizeof(float));
-  for (std::size_t i = 0; i < indices.size(); ++i) {
-    if (indices[i] == noOBJIndex) continue;
-    const float* uv = statements.texcoords.data() + std::size_t{indices[i]} * 2;
-    write<2>(buffer, i, {uv[0], 1 - uv[1]});  // From the top, as the scene counts.
-  }
-  return buffer;
+/// The texture coordinates from the top, as the scene counts.
+Floats texcoordsOf(const OBJStatements& statements, const Indices& indices) {
+  Floats values = gathered<2>(statements.texcoords, indices, {0, 1});
+  for (std::size_t i = 1; i < values.size(); i += 2) values[i] = 1 - values[i];
+  return values;
 }
 
-Buffer colorsOf(const OBJStatements& statements, const Indices& indices, float scale) {
-  Buffer buffer(indices.size() * 3 * sizeof(float));
-  for (std::size_t i = 0; i < indices.size(); ++i) {
-    const float* rgb = statements.colors.data() + std::size_t{indices[i]} * 3;
-    const auto linear = [scale](float value) { return value > 0 ? linearFromSRGB(std::min(value * scale, 1.0F)) : 0; };
-    write<3>(buffer, i, {linear(rgb[0]), linear(rgb[1]), linear(rgb[2])});
-  }
-  return buffer;
+/// Linear colours.
+Floats colorsOf(const OBJStatements& statements, const Indices& indices, float scale) {
+  Floats values = gathered<3>(statements.colors, indices, {1, 1, 1});
+  for (float& value : values) value = value > 0 ? linearFromSRGB(std::min(value * scale, 1.0F)) : 0;
+  return values;
 }
 
 constexpr std::array<float, 3> normalOfLines = {0, 0, 1};
@@ -254,7 +259,7 @@ bool isSmoothed(const Indices& normals, const std::uint32_t* triangle) {
 
 /// Computes the normals of the triangles that lack one at a corner, and gives the normals of all vertices. The part's
 /// vertices are split where the surface has creases.
-Buffer completeNormals(const OBJStatements& statements, PartCollector& part) {
+Floats completeNormals(const OBJStatements& statements, PartCollector& part) {
   Vertices& vertices = part.vertices();
   const bool isComplete =
       std::find(vertices.normals.begin(), vertices.normals.end(), noOBJIndex) == vertices.normals.end();
@@ -262,6 +267,9 @@ Buffer completeNormals(const OBJStatements& statements, PartCollector& part) {
 
   Indices lacking;
   Indices smoothingGroups;
+  std::size_t cornerCount = 0;
+  for (const Slot& slot : part.slots()) cornerCount += slot.triangles.size();
+  lacking.reserve(cornerCount);
   for (const Slot& slot : part.slots()) {
     for (std::size_t i = 0; i < slot.triangles.size(); i += 3) {
       if (isSmoothed(vertices.normals, &slot.triangles[i])) continue;
@@ -269,11 +277,8 @@ Buffer completeNormals(const OBJStatements& statements, PartCollector& part) {
       if (part.hasSmoothingGroups()) smoothingGroups.push_back(slot.smoothingGroups[i / 3]);
     }
   }
-  std::vector<float> positions(vertices.count() * 3);
-  for (std::size_t i = 0; i < vertices.count(); ++i) {
-    std::memcpy(&positions[i * 3], &statements.positions[std::size_t{vertices.positions[i]} * 3], 3 * sizeof(float));
-  }
-  const CreasedMesh creased = creasedMesh(positions, lacking, smoothingGroups);
+  const Floats positions = gathered<3>(statements.positions, vertices.positions, {});
+  CreasedMesh creased = creasedMesh(positions, lacking, smoothingGroups);
 
   // First the vertices that have a normal, then the new ones.
   Vertices completed;
@@ -299,19 +304,22 @@ Buffer completeNormals(const OBJStatements& statements, PartCollector& part) {
       }
     }
   }
-  Buffer normals = gathered<3>(statements.normals, completed.normals, normalOfLines);
-  std::memcpy(normals.data() + std::size_t{firstNew} * 3 * sizeof(float), creased.normals.data(),
-              creased.normals.size() * sizeof(float));
+  Floats normals = std::move(creased.normals);
+  if (firstNew > 0) {
+    Floats all = gathered<3>(statements.normals, completed.normals, normalOfLines);
+    std::copy(normals.begin(), normals.end(), all.begin() + std::ptrdiff_t{firstNew} * 3);
+    normals = std::move(all);
+  }
   completed.nextOfPosition.assign(completed.count(), noVertex);
   part.setVertices(std::move(completed));
   return normals;
 }
 
-std::shared_ptr<SCNGeometryElement> elementOver(const Indices& indices, SCNGeometryPrimitiveType type,
+std::shared_ptr<SCNGeometryElement> elementOver(Indices indices, SCNGeometryPrimitiveType type,
                                                 std::size_t perPrimitive) {
-  const std::span<const std::byte> bytes = std::as_bytes(std::span(indices));
-  return SCNGeometryElement::geometryElementWithData(std::make_shared<const Buffer>(bytes.begin(), bytes.end()), type,
-                                                     indices.size() / perPrimitive, sizeof(std::uint32_t));
+  const std::size_t count = indices.size() / perPrimitive;
+  return SCNGeometryElement::geometryElementWithData(SharedBytes::takingOver(std::move(indices)), type, count,
+                                                     sizeof(std::uint32_t));
 }
 
 void makePointsVisible(SCNGeometryElement& points) {
@@ -319,11 +327,11 @@ void makePointsVisible(SCNGeometryElement& points) {
   points.maximumPointScreenSpaceRadius = 2;
 }
 
-std::shared_ptr<const SCNGeometrySource> sourceOver(Buffer values, SCNGeometrySourceSemantic semantic,
+std::shared_ptr<const SCNGeometrySource> sourceOver(Floats values, SCNGeometrySourceSemantic semantic,
                                                     std::size_t components) {
-  const std::size_t count = values.size() / (components * sizeof(float));
-  return SCNGeometrySource::geometrySourceWithData(std::make_shared<const Buffer>(std::move(values)), semantic, count,
-                                                   true, components, sizeof(float), 0, 0);
+  const std::size_t count = values.size() / components;
+  return SCNGeometrySource::geometrySourceWithData(SharedBytes::takingOver(std::move(values)), semantic, count, true,
+                                                   components, sizeof(float), 0, 0);
 }
 
 }  // namespace
@@ -342,17 +350,18 @@ std::shared_ptr<SCNGeometry> OBJGeometryBuilder::build(const OBJPart& part,
   PartCollector collector(statements_, firstOfPosition_);
   collector.addFaces(part);
   collector.forgetVertices();
-  Buffer normals = completeNormals(statements_, collector);
+  Floats normals = completeNormals(statements_, collector);
   collector.addLinesAndPoints(part);
   collector.forgetVertices();
 
   const Vertices& vertices = collector.vertices();
-  const std::size_t vertexOfFaces = normals.size() / (3 * sizeof(float));
+  const std::size_t faceVertexCount = normals.size() / 3;
   SCNGeometry::Sources sources{
       sourceOver(gathered<3>(statements_.positions, vertices.positions, {}), SCNGeometrySourceSemantic::vertex, 3)};
-  if (vertexOfFaces > 0) {
-    normals.resize(vertices.count() * 3 * sizeof(float));
-    for (std::size_t i = vertexOfFaces; i < vertices.count(); ++i) write(normals, i, normalOfLines);
+  if (faceVertexCount > 0) {
+    for (std::size_t i = faceVertexCount; i < vertices.count(); ++i) {
+      normals.insert(normals.end(), normalOfLines.begin(), normalOfLines.end());
+    }
     sources.push_back(sourceOver(std::move(normals), SCNGeometrySourceSemantic::normal, 3));
   }
   if (!statements_.colors.empty()) {
@@ -367,16 +376,16 @@ std::shared_ptr<SCNGeometry> OBJGeometryBuilder::build(const OBJPart& part,
 
   SCNGeometry::Elements elements;
   SCNGeometry::Materials elementMaterials;
-  const auto addElement = [&](const Slot& slot, const Indices& indices, SCNGeometryPrimitiveType type,
+  const auto addElement = [&](const Slot& slot, Indices& indices, SCNGeometryPrimitiveType type,
                               std::size_t perPrimitive) {
     if (indices.empty()) return;
-    elements.push_back(elementOver(indices, type, perPrimitive));
+    elements.push_back(elementOver(std::move(indices), type, perPrimitive));
     elementMaterials.push_back(materials[slot.material]);
     if (type == SCNGeometryPrimitiveType::point) makePointsVisible(*elements.back());
   };
-  for (const Slot& slot : collector.slots()) addElement(slot, slot.triangles, SCNGeometryPrimitiveType::triangles, 3);
-  for (const Slot& slot : collector.slots()) addElement(slot, slot.lines, SCNGeometryPrimitiveType::line, 2);
-  for (const Slot& slot : collector.slots()) addElement(slot, slot.points, SCNGeometryPrimitiveType::point, 1);
+  for (Slot& slot : collector.slots()) addElement(slot, slot.triangles, SCNGeometryPrimitiveType::triangles, 3);
+  for (Slot& slot : collector.slots()) addElement(slot, slot.lines, SCNGeometryPrimitiveType::line, 2);
+  for (Slot& slot : collector.slots()) addElement(slot, slot.points, SCNGeometryPrimitiveType::point, 1);
   auto geometry = SCNGeometry::geometryWithSources(std::move(sources), std::move(elements));
   geometry->setMaterials(std::move(elementMaterials));
   return geometry;

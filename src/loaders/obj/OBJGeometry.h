@@ -59,7 +59,7 @@ class OBJGeometryBuilder {
 
  private:
   const OBJStatements& statements_;
-  std::vector<std::uint32_t> firstOfPosition_;  // For each position the first vertex there of the part being built.
+  LargeVector<std::uint32_t> firstOfPosition_;  // For each position the first vertex there of the part being built.
   float colorScale_ = 1;
 };
 

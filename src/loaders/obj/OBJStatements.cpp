@@ -51,9 +51,11 @@ struct Counts {
 class StretchReader {
  public:
   explicit StretchReader(std::string_view text) : p_(text.data()), end_(text.data() + text.size()) {
-    constexpr std::size_t bytesPerVertexGuess = 64;
-    stretch_.positions.reserve(text.size() / bytesPerVertexGuess * 3);
-    stretch_.faces.positions.reserve(text.size() / bytesPerVertexGuess * 3);
+    // Memory that is set aside and not touched costs nothing.
+    constexpr std::size_t fewestBytesOfAVertex = 16;
+    constexpr std::size_t fewestBytesOfACorner = 6;
+    stretch_.positions.reserve(text.size() / fewestBytesOfAVertex * 3);
+    stretch_.faces.positions.reserve(text.size() / fewestBytesOfACorner);
   }
 
   OBJStretch run() {
@@ -125,26 +127,38 @@ class StretchReader {
     const char* const begin = p_;
     while (!isAtWordEnd()) ++p_;
     const std::string_view keyword(begin, static_cast<std::size_t>(p_ - begin));
-    if (keyword == "v") {
-      readPosition();
-    } else if (keyword == "f" || keyword == "fo") {
-      readFace();
+    if (keyword.size() == 1) {
+      readStatement(keyword.front());
     } else if (keyword == "vn") {
       readNumbers(stretch_.normals, 3, 3);
     } else if (keyword == "vt") {
       readNumbers(stretch_.texcoords, 2, 1);
-    } else if (keyword == "l") {
-      readLineStrip();
-    } else if (keyword == "p") {
-      while (!isAtLineEnd()) readCorner(stretch_.points);
-    } else if (keyword == "o") {
-      change(OBJStateKind::object);
-    } else if (keyword == "g") {
-      change(OBJStateKind::group);
     } else if (keyword == "usemtl") {
       change(OBJStateKind::material);
-    } else if (keyword == "s") {
-      change(OBJStateKind::smoothing);
+    } else if (keyword == "fo") {
+      readFace();
+    }
+  }
+
+  void readStatement(char keyword) {
+    switch (keyword) {
+      case 'v':
+        return readPosition();
+      case 'f':
+        return readFace();
+      case 'l':
+        return readLineStrip();
+      case 'p':
+        while (!isAtLineEnd()) readCorner(stretch_.points);
+        return;
+      case 'o':
+        return change(OBJStateKind::object);
+      case 'g':
+        return change(OBJStateKind::group);
+      case 's':
+        return change(OBJStateKind::smoothing);
+      default:
+        return;
     }
   }
 
@@ -178,7 +192,7 @@ class StretchReader {
     return *begin == '-' ? -std::numeric_limits<float>::infinity() : std::numeric_limits<float>::infinity();
   }
 
-  void readNumbers(std::vector<float>& list, std::size_t wanted, std::size_t needed) {
+  void readNumbers(LargeVector<float>& list, std::size_t wanted, std::size_t needed) {
     std::array<float, 3> numbers{};
     for (std::size_t i = 0; i < wanted; ++i) {
       if (isAtLineEnd()) {
@@ -229,7 +243,7 @@ class StretchReader {
     return number == 0 ? noOBJIndex : index(number, countSoFar, begin);
   }
 
-  static void addFurther(std::vector<std::uint32_t>& list, std::size_t cornersBefore, std::uint32_t index) {
+  static void addFurther(LargeVector<std::uint32_t>& list, std::size_t cornersBefore, std::uint32_t index) {
     if (list.empty()) {
       if (index == noOBJIndex) return;
       list.resize(cornersBefore, noOBJIndex);
@@ -350,7 +364,7 @@ void throwFirstFault(const std::vector<Stretch>& stretches, std::string_view tex
 }
 
 /// Turns distances from the stretch's first vertex into indices and checks them all.
-void settleIndices(std::vector<std::uint32_t>& indices, std::size_t before, std::size_t count, bool mayBeMissing,
+void settleIndices(LargeVector<std::uint32_t>& indices, std::size_t before, std::size_t count, bool mayBeMissing,
                    const char* kind) {
   for (std::uint32_t& index : indices) {
     if (index < count) continue;
@@ -374,8 +388,13 @@ void settleCorners(OBJCorners& corners, const Counts& before, const OBJStatement
   settleIndices(corners.normals, before.normals, statements.normals.size() / 3, true, "normal");
 }
 
-void append(std::vector<float>& all, std::vector<float>& part) {
-  all.insert(all.end(), part.begin(), part.end());
+void append(LargeVector<float>& all, LargeVector<float>& part, std::size_t total) {
+  if (part.size() == total) {
+    std::swap(all, part);
+  } else {
+    all.reserve(total);
+    all.insert(all.end(), part.begin(), part.end());
+  }
   part = {};
 }
 
@@ -390,20 +409,21 @@ std::size_t total(const std::vector<OBJStretch>& stretches, Member member) {
 void join(OBJStatements& statements) {
   std::vector<OBJStretch>& stretches = statements.stretches;
   std::vector<Counts> before(stretches.size());
+  const std::size_t positionCount = total(stretches, &OBJStretch::positions);
+  const std::size_t texcoordCount = total(stretches, &OBJStretch::texcoords);
+  const std::size_t normalCount = total(stretches, &OBJStretch::normals);
   const bool hasColors = total(stretches, &OBJStretch::colors) > 0;
-  statements.texcoords.reserve(total(stretches, &OBJStretch::texcoords));
-  statements.normals.reserve(total(stretches, &OBJStretch::normals));
-  statements.positions.reserve(total(stretches, &OBJStretch::positions));
-  if (hasColors) statements.colors.reserve(statements.positions.capacity());
   for (std::size_t i = 0; i < stretches.size(); ++i) {
     before[i] = {.positions = statements.positions.size() / 3,
                  .texcoords = statements.texcoords.size() / 2,
                  .normals = statements.normals.size() / 3};
-    append(statements.positions, stretches[i].positions);
-    append(statements.colors, stretches[i].colors);
-    if (hasColors) statements.colors.resize(statements.positions.size(), 1.0F);
-    append(statements.texcoords, stretches[i].texcoords);
-    append(statements.normals, stretches[i].normals);
+    append(statements.positions, stretches[i].positions, positionCount);
+    if (hasColors) {
+      append(statements.colors, stretches[i].colors, positionCount);
+      statements.colors.resize(statements.positions.size(), 1.0F);
+    }
+    append(statements.texcoords, stretches[i].texcoords, texcoordCount);
+    append(statements.normals, stretches[i].normals, normalCount);
   }
   std::vector<std::exception_ptr> faults(stretches.size());
   parallelFor(stretches.size(), 1, [&](std::size_t i) {

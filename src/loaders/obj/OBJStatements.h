@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/LargeVector.h"
+
 namespace ornolith {
 
 /// An index that a corner does not have.
@@ -13,9 +15,9 @@ inline constexpr std::uint32_t noOBJIndex = 0xFFFFFFFF;
 /// Corners of faces, lines or points: indices from 0 into the file's positions, texture coordinates and normals. The
 /// last two lists are empty where no corner has such an index.
 struct OBJCorners {
-  std::vector<std::uint32_t> positions;
-  std::vector<std::uint32_t> texcoords;
-  std::vector<std::uint32_t> normals;
+  LargeVector<std::uint32_t> positions;
+  LargeVector<std::uint32_t> texcoords;
+  LargeVector<std::uint32_t> normals;
 
   std::size_t count() const noexcept { return positions.size(); }
 };
@@ -40,10 +42,10 @@ struct OBJStateChange {
 
 /// What one stretch of an OBJ file's lines says.
 struct OBJStretch {
-  std::vector<float> positions;  ///< Three for each vertex.
-  std::vector<float> colors;     ///< Three for each vertex, sRGB, or none where no vertex has one.
-  std::vector<float> texcoords;  ///< Two for each, as the file counts them: from the bottom.
-  std::vector<float> normals;    ///< Three for each.
+  LargeVector<float> positions;  ///< Three for each vertex.
+  LargeVector<float> colors;     ///< Three for each vertex, sRGB, or none where no vertex has one.
+  LargeVector<float> texcoords;  ///< Two for each, as the file counts them: from the bottom.
+  LargeVector<float> normals;    ///< Three for each.
   OBJCorners faces;
   std::vector<OBJRun> faceRuns;
   OBJCorners lines;
@@ -54,10 +56,10 @@ struct OBJStretch {
 
 /// The whole of an OBJ file. The stretches hold corners and changes; what the corners refer to stands together here.
 struct OBJStatements {
-  std::vector<float> positions;
-  std::vector<float> colors;
-  std::vector<float> texcoords;
-  std::vector<float> normals;
+  LargeVector<float> positions;
+  LargeVector<float> colors;
+  LargeVector<float> texcoords;
+  LargeVector<float> normals;
   std::vector<OBJStretch> stretches;
 };
 
