@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "GLTFFile.h"
+#include "foundation/SystemError.h"
 #include "loaders/gltf/GLTFManifestPreflight.h"
 #include "loaders/gltf/GLTFManifestPreflightError.h"
 #include "support/TemporaryFolder.h"
