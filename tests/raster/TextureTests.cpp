@@ -193,6 +193,115 @@ TEST(TextureSampler, ResolvesTheShortAxisOfALongFootprint) {
   }
 }
 
+/// Straight texels of one level, bilinear, in double precision, from the definitions.
+std::array<double, 4> bilinear(const TexturePyramid& pyramid, std::size_t number, device::WrapMode wrap, double u,
+                               double v) {
+  const MipLevel& level = pyramid.levels()[number];
+  const auto wrapped = [&](std::uint32_t side, std::int64_t texel) {
+    const auto n = static_cast<std::int64_t>(side);
+    if (wrap == device::WrapMode::repeat) return ((texel % n) + n) % n;
+    return std::clamp<std::int64_t>(texel, 0, n - 1);
+  };
+  if (wrap == device::WrapMode::mirror) {
+    const auto fold = [](double x) { return 1 - std::abs(1 - (x - 2 * std::floor(x / 2))); };
+    u = fold(u);
+    v = fold(v);
+  }
+  if (wrap == device::WrapMode::clamp) {
+    u = std::clamp(u, 0.0, 1.0);
+    v = std::clamp(v, 0.0, 1.0);
+  }
+  const double x = u * level.width - 0.5, y = v * level.height - 0.5;
+  std::array<double, 4> sum{};
+  for (int j = 0; j < 2; ++j) {
+    for (int i = 0; i < 2; ++i) {
+      const double column = std::floor(x) + i, row = std::floor(y) + j;
+      const double weight = (1 - std::abs(x - column)) * (1 - std::abs(y - row));
+      const auto s = static_cast<std::size_t>(wrapped(level.width, static_cast<std::int64_t>(column)));
+      const auto t = static_cast<std::size_t>(wrapped(level.height, static_cast<std::int64_t>(row)));
+      const std::uint8_t* texel = level.texels + (t * level.width + s) * 4;
+      const double alpha = texel[3] / 255.0;
+      for (std::size_t c = 0; c < 3; ++c) {
+        const double value = pyramid.isSRGB() ? double{linearFromSRGB8(texel[c])} : texel[c] / 255.0;
+        sum[c] += weight * value * (pyramid.isPremultiplied() ? alpha : 1);
+      }
+      sum[3] += weight * alpha;
+    }
+  }
+  return sum;
+}
+
+struct ReferenceSample {
+  std::array<double, 4> texel{};
+  bool isOnEdge = false;  ///< Rounding may decide otherwise on the number of samples.
+};
+
+/// The documented filter, in double precision.
+ReferenceSample referenceSample(const TexturePyramid& pyramid, device::WrapMode wrap, const TextureFootprint& f) {
+  const double width = pyramid.levels()[0].width, height = pyramid.levels()[0].height;
+  const double xu = f.dudx * width, xv = f.dvdx * height, yu = f.dudy * width, yv = f.dvdy * height;
+  const double a = xu * xu + yu * yu, b = xu * xv + yu * yv, c = xv * xv + yv * yv;
+  const double radius = std::hypot((a - c) / 2, b), major = (a + c) / 2 + radius;
+  const double minor = std::max((a + c) / 2 - radius, major / 4096);
+  ReferenceSample result;
+  double count = 1, level = 0, angle = 0;
+  if (major > 1) {
+    const double ratio = std::sqrt(major / minor) - 0.01;
+    count = std::clamp(std::floor(ratio) + 1, 1.0, 8.0);
+    result.isOnEdge = ratio < 8.1 && std::abs(ratio - std::round(ratio)) < 0.01;
+    level = std::clamp(std::log2(std::sqrt(major) / count), 0.0, static_cast<double>(pyramid.levels().size() - 1));
+    angle = 0.5 * std::atan2(2 * b, a - c);
+  }
+  result.isOnEdge = result.isOnEdge || std::abs(major - 1) < 0.01;
+  const auto fine = static_cast<std::size_t>(level);
+  const std::size_t coarse = std::min(fine + 1, pyramid.levels().size() - 1);
+  const double share = level - static_cast<double>(fine);
+  const double stepU = count > 1 ? std::sqrt(major) * std::cos(angle) / width : 0;
+  const double stepV = count > 1 ? std::sqrt(major) * std::sin(angle) / height : 0;
+  for (int k = 0; k < static_cast<int>(count); ++k) {
+    const double along = (k + 0.5) / count - 0.5;
+    const auto near = bilinear(pyramid, fine, wrap, f.u + stepU * along, f.v + stepV * along);
+    const auto far = bilinear(pyramid, coarse, wrap, f.u + stepU * along, f.v + stepV * along);
+    for (std::size_t i = 0; i < 4; ++i) result.texel[i] += (near[i] * (1 - share) + far[i] * share) / count;
+  }
+  if (pyramid.isPremultiplied() && result.texel[3] > 0) {
+    for (std::size_t i = 0; i < 3; ++i) result.texel[i] /= result.texel[3];
+  }
+  return result;
+}
+
+TEST(TextureSampler, FollowsItsDefinitionInDoublePrecision) {
+  static const TexelTables tables;
+  std::mt19937 random(8);
+  std::uniform_real_distribution<float> place(-1.5f, 2.5f), exponent(-9, -1), turn(0, 6.2831853f);
+  Image noise = solidImage(48, 33, {0, 0, 0, 255});
+  for (std::uint8_t& sample : noise.pixels) sample = static_cast<std::uint8_t>(random());
+  int compared = 0;
+  for (const auto& [isSRGB, hasTransparency] :
+       {std::pair{true, true}, std::pair{false, true}, std::pair{true, false}}) {
+    Image image = noise;
+    for (std::size_t i = 3; i < image.pixels.size() && !hasTransparency; i += 4) image.pixels[i] = 255;
+    const TexturePyramid pyramid = pyramidOf(image, isSRGB, hasTransparency);
+    for (const auto wrap : {device::WrapMode::clamp, device::WrapMode::repeat, device::WrapMode::mirror}) {
+      for (int trial = 0; trial < 1000; ++trial) {
+        const float along = std::exp2(exponent(random)), across = std::exp2(exponent(random)), t = turn(random);
+        const float s = std::sin(t), c = std::cos(t);
+        const TextureFootprint footprint{place(random), place(random), along * c, along * s, -across * s, across * c};
+        const ReferenceSample expected = referenceSample(pyramid, wrap, footprint);
+        if (expected.isOnEdge) continue;
+        ++compared;
+        const simd_float4 texel = sampleTexture(pyramid, tables, wrap, wrap, footprint);
+        for (std::size_t i = 0; i < 4; ++i) {
+          // Colour divided by a small alpha has fewer digits.
+          const double tolerance = 2e-4 / (pyramid.isPremultiplied() ? std::max(expected.texel[3], 0.01) : 1.0);
+          ASSERT_NEAR(texel[i], expected.texel[i], tolerance) << trial << ", component " << i;
+        }
+      }
+    }
+  }
+  EXPECT_GT(compared, 8000);
+}
+
 FrameBuilder texturedQuad(Image image, bool hasTransparency, float repeats) {
   FrameBuilder scene(64, 64);
   device::Material material = FrameBuilder::constantMaterial({1, 1, 1, 1});
@@ -246,6 +355,39 @@ TEST(Textures, KeepTheirMeanOnAPlaneSeenAtAGrazingAngle) {
     EXPECT_NEAR(sum / 1024, 0.5, 0.06) << first;
   }
   for (std::uint32_t x = 0; x < 256; ++x) ASSERT_NEAR(pixelAt(picture, x, 64)[0], 188, 6) << x;
+}
+
+TEST(Textures, KeepTheirContrastOnAPlaneSeenAtAGrazingAngleAsLongAsItCanBeSeen) {
+  FrameBuilder scene(320, 160);
+  scene.frame.camera.verticalFieldOfView = 60;
+  device::Material material = FrameBuilder::constantMaterial({1, 1, 1, 1});
+  material.diffuse.texture = scene.addTexture(checker(512, 64), true);
+  material.diffuse.wrapS = material.diffuse.wrapT = device::WrapMode::repeat;
+  MeshData floor;
+  floor.positions = {-300, -1, 0, 300, -1, 0, 300, -1, -600, -300, -1, -600};
+  floor.texcoords = {0, 75, 75, 75, 75, 0, 0, 0};
+  floor.indices = {0, 1, 2, 0, 2, 3};
+  scene.add(floor, material);
+  const Image picture = scene.render();
+  const auto light = [&](std::uint32_t x, std::uint32_t y) {
+    return linearFromSRGB8(static_cast<std::uint8_t>(pixelAt(picture, x, y)[0]));
+  };
+  const auto contrast = [&](std::uint32_t y) {
+    float low = 1, high = 0;
+    for (std::uint32_t x = 120; x < 200; ++x) {
+      low = std::min(low, light(x, y));
+      high = std::max(high, light(x, y));
+    }
+    return high - low;
+  };
+  // A cell has the side of the camera's height: d rows below the horizon it is d pixels wide, and a pixel spans 139 /
+  // d^2 of it in depth. Of three rows one lies clear of the border between two cells.
+  const auto clearest = [&](std::uint32_t y) { return std::max({contrast(y), contrast(y + 1), contrast(y + 2)}); };
+  for (std::uint32_t y = 100; y < 158; ++y) EXPECT_GT(clearest(y), 0.99f) << y;
+  for (std::uint32_t y = 94; y < 100; ++y) EXPECT_GT(clearest(y), 0.7f) << y;
+  EXPECT_LT(contrast(81), 0.25f);
+  // No shimmer: what can no longer be told apart is grey to the eye.
+  for (std::uint32_t x = 100; x < 220; ++x) EXPECT_NEAR(light(x, 80), 0.5, 0.1) << x;
 }
 
 TEST(Textures, WithTransparencyHaveNoFringes) {
