@@ -68,7 +68,7 @@ TEST(VertexWelding, OfNothingIsNothing) {
 }
 
 TEST(VertexWelding, DoesNotDependOnTheThreads) {
-  const std::string bytes = facets(60'000);
+  const std::string bytes = facets(25'000);
   for (const bool wordCounts : {false, true}) {
     const WeldedCorners expected = expectedOf(bytes, wordCounts);
     for (const std::size_t threads : {1, 2, 3, 7}) {
