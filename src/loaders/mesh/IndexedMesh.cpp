@@ -55,9 +55,9 @@ LargeVector<float> selectedVectors(std::span<const float> values, std::size_t co
 
 void addMissingNormals(IndexedMesh& mesh) {
   if (mesh.triangles.empty() || !mesh.normals.empty()) return;
-  const auto creased = creasedMesh(mesh.positions, mesh.triangles);
-  mesh.triangles.assign(creased.indices.begin(), creased.indices.end());
-  mesh.normals.assign(creased.normals.begin(), creased.normals.end());
+  CreasedMesh creased = creasedMesh(mesh.positions, mesh.triangles);
+  mesh.triangles = std::move(creased.indices);
+  mesh.normals = std::move(creased.normals);
   mesh.positions = selectedVectors(mesh.positions, 3, creased.sourceVertices);
   mesh.colors = selectedVectors(mesh.colors, mesh.colorComponents, creased.sourceVertices);
   mesh.texcoords = selectedVectors(mesh.texcoords, 2, creased.sourceVertices);
