@@ -77,7 +77,7 @@ class CPURenderDevice final : public device::RenderDevice {
   }
 
   EncodedRow encoded(const std::array<float, 4>& color) {
-    std::array<float, 4 * tileSide> colors;
+    std::array<float, rowValues> colors;
     for (std::size_t i = 0; i < colors.size(); ++i) colors[i] = color[i % 4];
     EncodedRow row;
     encodePixels(output(), colors, row);

@@ -10,8 +10,7 @@
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace ornolith::raster {
-namespace HWY_NAMESPACE {
+namespace ornolith::raster::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -111,8 +110,7 @@ void encode(const std::int32_t* entries, const float* colors, std::uint8_t* out)
   hwy::CopyBytes<sizeof(pixels)>(pixels, out);
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace ornolith::raster
+}  // namespace ornolith::raster::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -156,7 +154,7 @@ void blendFragments(const FragmentBatch& batch, device::BlendMode mode, TileColo
   HWY_DYNAMIC_DISPATCH(blend)(batch, mode, colors);
 }
 
-void encodePixels(const OutputTable& table, std::span<const float, 4 * tileSide> colors, EncodedRow& codes) noexcept {
+void encodePixels(const OutputTable& table, std::span<const float, rowValues> colors, EncodedRow& codes) noexcept {
   HWY_DYNAMIC_DISPATCH(encode)(table.entries(), colors.data(), codes.data());
 }
 

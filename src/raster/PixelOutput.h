@@ -11,16 +11,19 @@
 
 namespace ornolith::raster {
 
+/// Values of one row of a tile, four a pixel.
+inline constexpr std::size_t rowValues = std::size_t{4} * tileSide;
+
 /// The picture of one tile before it is encoded: for each pixel linear red, green and blue multiplied by alpha, and
 /// alpha.
 struct TileColors {
-  alignas(64) std::array<float, 4 * tilePixels> values;
+  alignas(64) std::array<float, rowValues * tileSide> values;
 
   void clear(const std::array<float, 4>& color) noexcept;
 };
 
 /// 64 pixels of straight 8-bit RGBA.
-using EncodedRow = std::array<std::uint8_t, 4 * tileSide>;
+using EncodedRow = std::array<std::uint8_t, rowValues>;
 
 /// Linear light to 8-bit sRGB in one look-up: floats are cut into buckets of 2^16 in which the code rises by one at
 /// most. An entry is the code times 2^16, so much more that the low 16 bits of a float, added to it, carry over exactly
@@ -46,6 +49,6 @@ void storeFragments(const FragmentBatch& batch, bool keepsAlpha, TileColors& col
 void blendFragments(const FragmentBatch& batch, device::BlendMode mode, TileColors& colors) noexcept;
 
 /// Encodes 64 pixels, just as `sRGB8FromLinear` would one by one.
-void encodePixels(const OutputTable& table, std::span<const float, 4 * tileSide> colors, EncodedRow& codes) noexcept;
+void encodePixels(const OutputTable& table, std::span<const float, rowValues> colors, EncodedRow& codes) noexcept;
 
 }  // namespace ornolith::raster

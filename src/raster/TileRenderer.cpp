@@ -164,10 +164,9 @@ void writeRow(const EncodedRow& row, const TileBounds& bounds, std::int32_t y, I
 }  // namespace
 
 void TileRenderer::resolve(Image& image) const {
-  constexpr std::size_t rowSize = 4 * tileSide;
   EncodedRow row;
   for (std::int32_t y = 0; y < bounds_.height; ++y) {
-    const auto colors = std::span(colors_.values).subspan(static_cast<std::size_t>(y) * rowSize).first<rowSize>();
+    const auto colors = std::span(colors_.values).subspan(static_cast<std::size_t>(y) * rowValues).first<rowValues>();
     encodePixels(inputs_->output, colors, row);
     writeRow(row, bounds_, y, image);
   }

@@ -8,8 +8,7 @@
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace ornolith::raster {
-namespace HWY_NAMESPACE {
+namespace ornolith::raster::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -220,8 +219,7 @@ std::size_t listRuns(const VisibilityBuffer& buffer, const TileBounds& tile, Pix
   return count;
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace ornolith::raster
+}  // namespace ornolith::raster::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -8,8 +8,7 @@
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace ornolith::raster {
-namespace HWY_NAMESPACE {
+namespace ornolith::raster::HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR
 
@@ -383,8 +382,7 @@ bool setUpRun(const TriangleRun& run, const std::function<void(std::uint32_t)>& 
 
 #endif
 
-}  // namespace HWY_NAMESPACE
-}  // namespace ornolith::raster
+}  // namespace ornolith::raster::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -6,8 +6,7 @@
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace ornolith::raster {
-namespace HWY_NAMESPACE {
+namespace ornolith::raster::HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR
 
@@ -134,8 +133,7 @@ bool transformVectors(const TransformRun& run, ScreenVertex* out) {
 
 #endif
 
-}  // namespace HWY_NAMESPACE
-}  // namespace ornolith::raster
+}  // namespace ornolith::raster::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
