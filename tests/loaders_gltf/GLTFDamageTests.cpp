@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <string>
+
+#include "GLTFFile.h"
+
+namespace ornolith {
+namespace {
+
+using namespace gltf_files;
+
+/// A small file with something of everything: interleaved, sparse and quantised attributes, a strip, a skin, a morph,
+/// instances, a camera.
+File richFile() {
+  File file;
+  file.positions({0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0});
+  file.floats({0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1}, "VEC3", 3);
+  file.accessor(file.view(packed<std::uint8_t>({0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 1, 1, 0, 0})), unsignedByte, 4,
+                "VEC4");
+  file.floats({1, 0, 0, 0, 1, 0, 0, 0, 0.5F, 0.5F, 0, 0, 1, 0, 0, 0}, "VEC4", 4);
+  const int sparseIndices = file.view(packed<std::uint16_t>({1, 3}));
+  const int sparseValues = file.view(packed({0.F, 0.F, 1.F, 0.F, 0.F, 2.F}));
+  file.accessor(-1, floatingPoint, 4, "VEC3",
+                ",\"sparse\":{\"count\":2,\"indices\":{\"bufferView\":" + std::to_string(sparseIndices) +
+                    ",\"componentType\":5123},\"values\":{\"bufferView\":" + std::to_string(sparseValues) + "}}");
+  file.shorts({0, 1, 2, 3});
+  file.add("meshes", R"([{"primitives":[{"attributes":{"POSITION":0,"NORMAL":1,"JOINTS_0":2,"WEIGHTS_0":3},"mode":5,
+      "indices":5,"targets":[{"POSITION":4}]}],"weights":[0.5]}])");
+  file.add("skins", R"([{"joints":[1,2]}])");
+  file.add("cameras", R"([{"type":"perspective","perspective":{"yfov":1,"znear":1}}])");
+  file.add("nodes", R"([{"mesh":0,"skin":0},{"children":[2],"camera":0},{"rotation":[0,0,1,0]},
+      {"mesh":0,"extensions":{"EXT_mesh_gpu_instancing":{"attributes":{"TRANSLATION":1}}}}])");
+  return file;
+}
+
+TEST(GLTFDamage, IsSurvivedAtEveryByteWhereTheFileIsCut) {
+  const std::string glb = richFile().glb();
+  const std::string gltf = richFile().gltf();
+  EXPECT_EQ(refusalOf(glb), "");
+  for (std::size_t size = 0; size < glb.size(); ++size) EXPECT_NE(refusalOf(glb.substr(0, size)), "") << size;
+  for (std::size_t size = 0; size < gltf.size(); ++size) {
+    EXPECT_NE(refusalOf(gltf.substr(0, size), ModelFormat::gltf), "") << size;
+  }
+}
+
+TEST(GLTFDamage, IsSurvivedAtEveryByteWhereTheBinaryChunkIsCut) {
+  const File file = richFile();
+  const std::string binary = file.binary();
+  for (std::size_t size = 0; size < binary.size(); ++size) {
+    const std::string bytes = container(chunk(jsonType, file.json()) + chunk(binaryType, binary.substr(0, size)));
+    EXPECT_NE(refusalOf(bytes), "") << size;
+  }
+}
+
+TEST(GLTFDamage, OfAnyBytesEndsInASoundSceneOrARefusal) {
+  const std::string glb = richFile().glb();
+  std::mt19937 random(11);
+  std::size_t refused = 0;
+  for (int round = 0; round < 6000; ++round) {
+    std::string patched = glb;
+    for (int patch = 0; patch < 3; ++patch) patched[random() % patched.size()] = static_cast<char>(random());
+    if (!refusalOf(patched).empty()) ++refused;
+  }
+  EXPECT_GT(refused, 1000U);
+}
+
+TEST(GLTFDamage, OfNumbersEndsInASoundSceneOrARefusal) {
+  const std::string json = richFile().gltf();
+  const std::string numbers[] = {
+      "-1",  "0",   "7",     "255",  "65536", "4294967295", "4294967296", "9223372036854775807",
+      "1e9", "0.5", "1e308", "null", "\"x\"", "[]",         "{}"};
+  for (std::size_t at = 0; at < json.size(); ++at) {
+    if (json[at] < '0' || json[at] > '9' || (json[at - 1] >= '0' && json[at - 1] <= '9')) continue;
+    if (json.compare(at - 1, 1, ":") != 0 && json.compare(at - 1, 1, "[") != 0 && json.compare(at - 1, 1, ",") != 0) {
+      continue;
+    }
+    std::size_t end = at;
+    while (json[end] >= '0' && json[end] <= '9') ++end;
+    for (const std::string& number : numbers) {
+      refusalOf(json.substr(0, at) + number + json.substr(end), ModelFormat::gltf);
+    }
+  }
+}
+
+// Real files.
+
+std::vector<std::filesystem::path> modelsBelow(const std::filesystem::path& folder) {
+  std::vector<std::filesystem::path> models;
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, ignored)) {
+    const std::string extension = entry.path().extension().string();
+    if (extension == ".glb" || extension == ".gltf") models.push_back(entry.path());
+  }
+  return models;
+}
+
+TEST(GLTFRealFiles, OfOtherPeoplesExportersLoadSoundly) {
+  const char* configured = std::getenv("ORNOLITH_TEST_MODELS");
+  const std::filesystem::path folder = configured != nullptr ? configured : "../shared/models";
+  std::size_t loaded = 0;
+  for (const auto& model : modelsBelow(folder / "gltf")) {
+    const ModelFormat format = model.extension() == ".glb" ? ModelFormat::glb : ModelFormat::gltf;
+    const auto result = GLTFSceneLoader::loadScene(FileURL(model.string()), {}, format);
+    EXPECT_EQ(checkScene(*result.scene).brokenPromise, std::nullopt) << model;
+    ++loaded;
+  }
+  if (loaded == 0) GTEST_SKIP() << "There are no models under " << folder << ".";
+}
+
+TEST(GLTFRealFiles, MadeToTestReadersLoadSoundlyOrAreRefused) {
+  const auto models = modelsBelow("/usr/share/assimp/models/glTF2");
+  if (models.empty()) GTEST_SKIP() << "The package assimp-testmodels is not installed.";
+  std::size_t loaded = 0;
+  for (const auto& model : models) {
+    const ModelFormat format = model.extension() == ".glb" ? ModelFormat::glb : ModelFormat::gltf;
+    try {
+      const auto result = GLTFSceneLoader::loadScene(FileURL(model.string()), {}, format);
+      EXPECT_EQ(checkScene(*result.scene).brokenPromise, std::nullopt) << model;
+      ++loaded;
+    } catch (const GLTFSceneLoaderError& error) {
+      EXPECT_FALSE(error.errorDescription().empty()) << model;
+    }
+  }
+  EXPECT_GT(loaded, 30U);
+}
+
+}  // namespace
+}  // namespace ornolith
