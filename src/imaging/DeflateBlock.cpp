@@ -33,7 +33,7 @@ constexpr RangeSymbol lengthSymbol(std::size_t length) {
   const std::size_t offset = length - DeflateBlock::minimumMatch;
   if (length == DeflateBlock::maximumMatch) return {28, 0, 255};
   if (offset < 8) return {static_cast<std::uint8_t>(offset), 0, static_cast<std::uint16_t>(offset)};
-  const auto extraBits = static_cast<unsigned>(std::bit_width(offset) - 3);
+  const auto extraBits = static_cast<std::size_t>(std::bit_width(offset) - 3);
   const std::size_t quarter = offset >> extraBits;  // 4 to 7
   return {static_cast<std::uint8_t>(extraBits * 4 + quarter), static_cast<std::uint8_t>(extraBits),
           static_cast<std::uint16_t>(quarter << extraBits)};
@@ -42,7 +42,7 @@ constexpr RangeSymbol lengthSymbol(std::size_t length) {
 constexpr RangeSymbol distanceSymbol(std::size_t distance) {
   const std::size_t offset = distance - 1;
   if (offset < 4) return {static_cast<std::uint8_t>(offset), 0, static_cast<std::uint16_t>(offset)};
-  const auto extraBits = static_cast<unsigned>(std::bit_width(offset) - 2);
+  const auto extraBits = static_cast<std::size_t>(std::bit_width(offset) - 2);
   const std::size_t half = offset >> extraBits;  // 2 or 3
   return {static_cast<std::uint8_t>(extraBits * 2 + half), static_cast<std::uint8_t>(extraBits),
           static_cast<std::uint16_t>(half << extraBits)};

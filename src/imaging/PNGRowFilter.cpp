@@ -12,8 +12,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace ornolith {
-namespace HWY_NAMESPACE {
+namespace ornolith::HWY_NAMESPACE {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -191,8 +190,7 @@ void applyFilter(PNGFilter filter, const std::uint8_t* bytes, const std::uint8_t
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace ornolith
+}  // namespace ornolith::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
