@@ -99,7 +99,7 @@ def vertex_colors():
     d = Document()
 
     def color(position):
-        return tuple(min(max(0.5 + c / 20.0, 0.0), 1.0) for c in position) + (1.0,)
+        return linear(min(max(0.5 + c / 20.0, 0.0), 1.0) for c in position) + (1.0,)
 
     primitive, _ = d.primitive(sphere(10, 16, 28), texcoords=False, colors=color)
     d.node("Ball", mesh=d.mesh("Ball", [primitive]))
