@@ -32,11 +32,13 @@ struct CoordinateLanes {
 struct FragmentBatch {
   std::size_t count = 0;
   alignas(64) std::array<std::uint16_t, batchSize + laneReserve> pixel{};  ///< Number within the tile.
-  alignas(64) Lane face{};                                                 ///< -1 for the back of a face, +1 otherwise.
-  Lane3 normal;   ///< Interpolated, of any length, possibly zero; the side that counts as the front.
-  Lane3 facet;    ///< The normal to fall back to; zero where there is none.
-  Lane4 tangent;  ///< w is the handedness; zero where there is none.
-  Lane4 color;    ///< Vertex colour.
+  bool hasBackFaces = false;  ///< Otherwise `face` is not filled: all are fronts.
+  bool hasFacets = false;     ///< Otherwise `facet` is not filled: all are zero.
+  alignas(64) Lane face{};    ///< -1 for the back of a face, +1 otherwise.
+  Lane3 normal;               ///< Interpolated, of any length, possibly zero; the side that counts as the front.
+  Lane3 facet;                ///< The normal to fall back to; zero where there is none.
+  Lane4 tangent;              ///< w is the handedness; zero where there is none.
+  Lane4 color;                ///< Vertex colour.
   std::array<CoordinateLanes, maximumCoordinateSets> coordinates{};
 
   Lane4 result;  ///< Linear light, straight, and opacity.

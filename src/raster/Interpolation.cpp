@@ -81,6 +81,7 @@ PrimitiveAttributes::PrimitiveAttributes(const PreparedFrame& frame, const Primi
   }
   for (std::size_t set = 0; set < plan.channelCount; ++set) {
     const std::uint32_t channel = plan.channels[set];
+    textures_[set] = {};
     if (channel >= item_.mesh->texcoords.size() || !item_.mesh->texcoords[channel].isPresent()) continue;
     for (std::size_t k = 0; k < cornerCount; ++k) {
       const float* uv = item_.mesh->texcoords[channel][corners_[k]];
@@ -118,10 +119,16 @@ void PrimitiveAttributes::setLine(const PrimitiveRecord& record, std::span<const
 void PrimitiveAttributes::loadNormals(const PreparedItem& item, std::size_t cornerCount) {
   bool isSmooth = item.mesh->normal.isPresent();
   if (isSmooth) {
-    const auto& [mx, my, mz] = item.item->normalMatrix;
+    CornerNormals normals;
     for (std::size_t k = 0; k < cornerCount; ++k) {
       const float* n = item.mesh->normal[corners_[k]];
-      normals_[k] = direction(mx * n[0] + my * n[1] + mz * n[2]);
+      normals.x[k] = n[0];
+      normals.y[k] = n[1];
+      normals.z[k] = n[2];
+    }
+    transformNormals(item.item->normalMatrix, normals);
+    for (std::size_t k = 0; k < cornerCount; ++k) {
+      normals_[k] = {normals.x[k], normals.y[k], normals.z[k]};
       isSmooth = isSmooth && !isZero(normals_[k]) && (k == 0 || dot(normals_[k], normals_[0]) > 0);
     }
   }
@@ -177,12 +184,7 @@ void PrimitiveAttributes::append(std::span<const std::uint16_t> pixels, Fragment
   const std::size_t base = batch.count;
   std::copy(pixels.begin(), pixels.end(), batch.pixel.begin() + base);
   batch.count += count;
-  if (item_.plan.isLit) {
-    std::fill_n(batch.face.begin() + base, count, isBackFacing_ ? -1.0f : 1.0f);
-    std::fill_n(batch.facet.x.begin() + base, count, facet_.x);
-    std::fill_n(batch.facet.y.begin() + base, count, facet_.y);
-    std::fill_n(batch.facet.z.begin() + base, count, facet_.z);
-  }
+  if (item_.plan.isLit) appendSides(base, count, batch);
   if (item_.plan.hasNormalMap) std::fill_n(batch.tangent.w.begin() + base, count, tangents_[0].w);
 
   Outputs outputs;
@@ -195,6 +197,25 @@ void PrimitiveAttributes::append(std::span<const std::uint16_t> pixels, Fragment
   } else {
     interpolateAlong(pixels, values, gradients);
   }
+}
+
+void PrimitiveAttributes::appendSides(std::size_t base, std::size_t count, FragmentBatch& batch) const noexcept {
+  if (base == 0) batch.hasBackFaces = batch.hasFacets = false;
+  if (isBackFacing_ && !batch.hasBackFaces) {
+    std::fill_n(batch.face.begin(), base, 1.0f);
+    batch.hasBackFaces = true;
+  }
+  if (batch.hasBackFaces) std::fill_n(batch.face.begin() + base, count, isBackFacing_ ? -1.0f : 1.0f);
+  if (!isZero(facet_) && !batch.hasFacets) {
+    std::fill_n(batch.facet.x.begin(), base, 0.0f);
+    std::fill_n(batch.facet.y.begin(), base, 0.0f);
+    std::fill_n(batch.facet.z.begin(), base, 0.0f);
+    batch.hasFacets = true;
+  }
+  if (!batch.hasFacets) return;
+  std::fill_n(batch.facet.x.begin() + base, count, facet_.x);
+  std::fill_n(batch.facet.y.begin() + base, count, facet_.y);
+  std::fill_n(batch.facet.z.begin() + base, count, facet_.z);
 }
 
 void PrimitiveAttributes::listOutputs(std::size_t base, FragmentBatch& batch, Outputs& outputs) const noexcept {

@@ -24,7 +24,7 @@ class PrimitiveAttributes {
  private:
   struct Outputs;
   struct TextureCorners {
-    std::array<float, 3> u{}, v{};
+    std::array<float, 3> u, v;
   };
 
   void setTrianglePlanes(std::span<const ClipPoint> points) noexcept;
@@ -33,6 +33,7 @@ class PrimitiveAttributes {
   void loadFacet(const PreparedItem& item);
   void loadTangents(const PreparedItem& item, std::size_t cornerCount);
   void deriveTangent(const PreparedItem& item);
+  void appendSides(std::size_t base, std::size_t count, FragmentBatch& batch) const noexcept;
   /// What is interpolated into `batch` from its fragment `base` on.
   void listOutputs(std::size_t base, FragmentBatch& batch, Outputs& outputs) const noexcept;
   /// Lines and points.
@@ -53,7 +54,7 @@ class PrimitiveAttributes {
   std::array<simd_float3, 3> normals_{};
   std::array<simd_float4, 3> tangents_{};
   std::array<simd_float4, 3> colors_{};
-  std::array<TextureCorners, maximumCoordinateSets> textures_{};
+  std::array<TextureCorners, maximumCoordinateSets> textures_;  ///< Those of the plan.
   simd_float3 facet_{};
 };
 

@@ -72,6 +72,30 @@ HWY_INLINE void weigh(const std::array<float, 3>& corners, const FloatVector (&w
   hn::StoreU(sum, Floats(), out);
 }
 
+using Corners = hn::CappedTag<float, 4>;
+using CornerVector = hn::Vec<Corners>;
+
+HWY_INLINE CornerVector combine(float a, CornerVector x, float b, CornerVector y, float c, CornerVector z) {
+  return hn::Set(Corners(), a) * x + hn::Set(Corners(), b) * y + hn::Set(Corners(), c) * z;
+}
+
+void transformCorners(const std::array<simd_float3, 3>& m, CornerNormals& normals) {
+  for (std::size_t k = 0; k < normals.x.size(); k += hn::Lanes(Corners())) {
+    const CornerVector nx = hn::Load(Corners(), normals.x.data() + k);
+    const CornerVector ny = hn::Load(Corners(), normals.y.data() + k);
+    const CornerVector nz = hn::Load(Corners(), normals.z.data() + k);
+    const CornerVector x = combine(m[0].x, nx, m[1].x, ny, m[2].x, nz);
+    const CornerVector y = combine(m[0].y, nx, m[1].y, ny, m[2].y, nz);
+    const CornerVector z = combine(m[0].z, nx, m[1].z, ny, m[2].z, nz);
+    const CornerVector size = hn::Sqrt(x * x + y * y + z * z);
+    const auto isUsable = hn::And(hn::Gt(size, hn::Zero(Corners())),
+                                  hn::Lt(size, hn::Set(Corners(), std::numeric_limits<float>::infinity())));
+    hn::Store(hn::IfThenElseZero(isUsable, x / size), Corners(), normals.x.data() + k);
+    hn::Store(hn::IfThenElseZero(isUsable, y / size), Corners(), normals.y.data() + k);
+    hn::Store(hn::IfThenElseZero(isUsable, z / size), Corners(), normals.z.data() + k);
+  }
+}
+
 void interpolateRun(const TrianglePlanes& planes, const std::uint16_t* pixels, std::size_t count,
                     std::span<const CornerValues> values, std::span<const CornerGradients> gradients) {
   const double sumX = planes.x[0] + planes.x[1] + planes.x[2];
@@ -101,7 +125,12 @@ HWY_AFTER_NAMESPACE();
 
 namespace ornolith::raster {
 
+HWY_EXPORT(transformCorners);
 HWY_EXPORT(interpolateRun);
+
+void transformNormals(const std::array<simd_float3, 3>& normalMatrix, CornerNormals& normals) noexcept {
+  HWY_DYNAMIC_DISPATCH(transformCorners)(normalMatrix, normals);
+}
 
 void interpolateTriangle(const TrianglePlanes& planes, const std::uint16_t* pixels, std::size_t count,
                          std::span<const CornerValues> values, std::span<const CornerGradients> gradients) noexcept {

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <span>
 
+#include "foundation/LinearAlgebra.h"
+
 namespace ornolith::raster {
 
 /// Weight k of a fragment is proportional to x[k] * column + y[k] * row + c[k], column and row in pixels of the tile.
@@ -25,6 +27,14 @@ struct CornerGradients {
   float* perX;  ///< To the right.
   float* perY;  ///< Downwards.
 };
+
+/// Normals of up to three corners, one component after the other; the fourth is for the vectors.
+struct CornerNormals {
+  alignas(16) std::array<float, 4> x{}, y{}, z{};
+};
+
+/// Takes normals to world space and makes them unit; zero where one has no direction or is not finite.
+void transformNormals(const std::array<simd_float3, 3>& normalMatrix, CornerNormals& normals) noexcept;
 
 /// Interpolates for each of `count` pixels, by their numbers in the tile. A negative weight counts as 0; where no sum
 /// of weights has an inverse the first corner counts alone. Reads and writes whole vectors: all arrays must go on for

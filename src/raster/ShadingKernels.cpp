@@ -89,6 +89,10 @@ HWY_INLINE FloatVector3 viewRay(const ViewRays& rays, const FragmentBatch& batch
   return all(rays.origin) + all(rays.perX) * column + all(rays.perY) * row;
 }
 
+HWY_INLINE FloatVector faceOf(const FragmentBatch& batch, std::size_t i) {
+  return batch.hasBackFaces ? load(batch.face, i) : all(1.0f);
+}
+
 HWY_INLINE FloatVector3 unit(FloatVector3 v) {
   return v * inverseRoot(dot(v, v));
 }
@@ -99,10 +103,10 @@ HWY_INLINE FloatVector3 surfaceNormal(const ViewRays& rays, const FragmentBatch&
   FloatVector squared = dot(normal, normal);
   FloatMask isSound = isUsable(squared);
   if (HWY_LIKELY(hn::AllTrue(Floats(), isSound))) return normal * inverseRoot(squared);
-  normal = select(isSound, normal, load(batch.facet, i));
+  normal = select(isSound, normal, batch.hasFacets ? load(batch.facet, i) : all(simd_float3{}));
   squared = dot(normal, normal);
   isSound = isUsable(squared);
-  normal = select(isSound, normal, viewRay(rays, batch, i) * load(batch.face, i));
+  normal = select(isSound, normal, viewRay(rays, batch, i) * faceOf(batch, i));
   return unit(normal);
 }
 
@@ -279,7 +283,7 @@ HWY_INLINE FloatVector3 shadedColor(const ShadingPlan& plan, const LightRig& lig
   }
   const FloatVector3 emitted = plan.hasEmission ? color(plan.emission, place) : all(simd_float3{});
   if (!plan.isLit) return base + emitted;
-  const FloatVector face = load(batch.face, place.i);
+  const FloatVector face = faceOf(batch, place.i);
   const FloatVector3 smooth = surfaceNormal(rays, batch, place.i);
   const FloatVector3 normal = (plan.hasNormalMap ? mappedNormal(plan.normal, place, batch, smooth) : smooth) * face;
   if (!plan.isPhysical) return plainLight(plan, lights, rays, place, batch, base, normal, emitted);
