@@ -17,7 +17,7 @@ constexpr std::size_t hashedBytes = 4;
 
 /// How many earlier places are compared, the same where matches are rare or only counted, and the length of a match
 /// with which the search is content.
-constexpr int searchDepth = 10;
+constexpr int searchDepth = 8;
 constexpr int hastySearchDepth = 3;
 constexpr std::size_t contentLength = 64;
 

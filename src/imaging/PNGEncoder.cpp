@@ -26,7 +26,7 @@ constexpr std::size_t stripBytes = std::size_t{512} * 1024;
 constexpr std::size_t maximumChunkBytes = std::size_t{1} << 30;
 
 /// How many bytes from the middle of a strip tell whether it does better unfiltered.
-constexpr std::size_t sampleBytes = std::size_t{48} * 1024;
+constexpr std::size_t sampleBytes = std::size_t{32} * 1024;
 
 /// What one strip needs beside its result. Reused by the strips that follow on the same thread.
 class StripWorkspace {
