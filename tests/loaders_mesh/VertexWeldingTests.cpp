@@ -71,7 +71,7 @@ TEST(VertexWelding, DoesNotDependOnTheThreads) {
   const std::string bytes = facets(25'000);
   for (const bool wordCounts : {false, true}) {
     const WeldedCorners expected = expectedOf(bytes, wordCounts);
-    for (const std::size_t threads : {1, 2, 3, 7}) {
+    for (const std::size_t threads : {1U, 2U, 3U, 7U}) {
       WeldedCorners corners;
       withThreadLimit(threads, [&] { corners = weldedCorners(FacetCorners{bytesOf(bytes), wordCounts}); });
       EXPECT_EQ(corners.vertices, expected.vertices) << threads;
