@@ -37,7 +37,7 @@ def runs(folder):
 
 
 def measure(program, arguments, folder):
-    """Wall and processor milliseconds and peak megabytes of one run."""
+    """Wall and processor milliseconds of one run."""
     shutil.rmtree(folder / "series", ignore_errors=True)
     start = time.perf_counter()
     with subprocess.Popen([program, *arguments], stdout=subprocess.DEVNULL, stderr=subprocess.PIPE) as process:
@@ -47,7 +47,18 @@ def measure(program, arguments, folder):
         process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode != 0:
         sys.exit(f"WholeProcess: {program} {' '.join(arguments)} failed: {message.decode(errors='replace')}")
-    return wall * 1e3, (usage.ru_utime + usage.ru_stime) * 1e3, usage.ru_maxrss / 1024
+    return wall * 1e3, (usage.ru_utime + usage.ru_stime) * 1e3
+
+
+def peak_memory(program, arguments, folder):
+    """Peak resident megabytes of one run, by GNU time: a child of this interpreter would count its memory too."""
+    if shutil.which("time") is None:
+        return "no GNU time"
+    shutil.rmtree(folder / "series", ignore_errors=True)
+    figure = folder / "peak"
+    subprocess.run(["time", "-f", "%M", "-o", figure, program, *arguments], check=True, stdout=subprocess.DEVNULL,
+                   stderr=subprocess.DEVNULL)
+    return f"{int(figure.read_text()) / 1024:.1f}"
 
 
 def main():
@@ -65,10 +76,12 @@ def main():
                 figure = measure(options.program, arguments, folder)
                 if run_index > 0:  # The first fills the file cache.
                     figures[label].append(figure)
+        peaks = {label: peak_memory(options.program, arguments, folder) for label, arguments, _ in chosen}
     print("| Run | wall, ms | processor, ms | peak, MB | target |")
     print("| --- | --- | --- | --- | --- |")
     for label, _, target in chosen:
         cells = [f"{statistics.median(c):.1f} ({min(c):.1f})" for c in zip(*figures[label])]
+        cells.append(peaks[label])
         print(f"| {label} | {' | '.join(cells)} | {target} |")
 
 
