@@ -66,7 +66,8 @@ class TileBins::Placement {
         edges_{{record.x[0], record.y[0], record.x[1], record.y[1]},
                {record.x[1], record.y[1], record.x[2], record.y[2]},
                {record.x[2], record.y[2], record.x[0], record.y[0]}},
-        tiles_(tileBox(pixelBox(record, grid))) {}
+        tiles_(tileBox(pixelBox(record, grid))),
+        finestLevel_(bins.placed_.size() > fewEntries + std::size_t{entriesPerRecord} * number ? 1 : 0) {}
 
   void place() {
     // The level at which the record's box is a handful of groups.
@@ -78,6 +79,10 @@ class TileBins::Placement {
 
  private:
   static constexpr std::int64_t mostGroups = 16;
+  /// Where records take more entries than that on the average (a great many slivers across a large picture), the
+  /// further ones are noted at groups alone, so that memory stays in proportion to the records.
+  static constexpr std::size_t fewEntries = 16384;
+  static constexpr std::size_t entriesPerRecord = 24;
 
   Box boxAt(std::size_t level) const {
     const int shift = groupShift * static_cast<int>(level);
@@ -107,7 +112,7 @@ class TileBins::Placement {
       for (std::int32_t column = groups.left; column <= groups.right; ++column) {
         const Contact found = contact({column * side, row * side, side});
         if (found == Contact::none) continue;
-        if (found == Contact::whole || level == 0) {
+        if (found == Contact::whole || level <= finestLevel_) {
           note(level, column, row);
         } else {
           const Box inner = boxAt(level - 1);
@@ -133,6 +138,7 @@ class TileBins::Placement {
   std::uint32_t number_;
   EdgeFunction edges_[3];
   Box tiles_;
+  std::size_t finestLevel_;
 };
 
 void TileBins::layOut(const TileGrid& grid) {

@@ -12,7 +12,8 @@ namespace ornolith::raster {
 
 /// For each tile, the records of a list that can touch it. Tiles are grouped four by four, the groups again four by
 /// four, and so on; a record that covers a whole group is noted once there. The memory that a record takes is thus in
-/// proportion to the tiles along its outline, and no tile looks at a record that keeps clear of it.
+/// proportion to the tiles along its outline, and limited on the average; few tiles look at records that keep clear of
+/// them.
 class TileBins {
  public:
   void build(const RecordList& records, const TileGrid& grid);

@@ -190,6 +190,40 @@ TEST(LargeShapes, MatchExactArithmetic) {
   }
 }
 
+TEST(LargeShapes, InGreatNumbersAreDrawnWhereverTheyAreNoted) {
+  // More slivers than there is room to note at each of their tiles. Specks before them make more room, so that others
+  // of the slivers are noted at fewer places: the picture must not change but for the specks' own pixel.
+  constexpr std::uint32_t side = 2048, count = 1024;
+  std::mt19937 random(8);
+  std::uniform_real_distribution<float> place(-1000, 1000), away(-3, -1);
+  MeshData slivers;
+  for (std::uint32_t t = 0; t < count; ++t) {
+    const float x = place(random), y = place(random), z = away(random);
+    slivers.positions.insert(slivers.positions.end(), {x, y, z, -x, -y + 1.5f, z, -x + 1.5f, -y, z});
+    for (std::uint32_t k = 0; k < 3; ++k) {
+      slivers.colors.insert(slivers.colors.end(),
+                            {static_cast<float>(t) / count, static_cast<float>(t % 32) / 32, 1, 1});
+      slivers.indices.push_back(3 * t + k);
+    }
+  }
+  MeshData specks = triangle({-1023.9f, 1023.1f, -0.5f}, {-1023.1f, 1023.1f, -0.5f}, {-1023.5f, 1023.9f, -0.5f});
+  for (std::uint32_t i = 1; i < count; ++i) specks.indices.insert(specks.indices.end(), {0, 1, 2});
+  device::Material material = FrameBuilder::constantMaterial(white);
+  material.isDoubleSided = true;
+  Image images[2];
+  for (const bool hasSpecks : {false, true}) {
+    FrameBuilder scene(side, side);
+    scene.pixelUnits();
+    if (hasSpecks) scene.add(specks, material);
+    scene.add(slivers, material);
+    images[hasSpecks ? 1 : 0] = scene.render();
+  }
+  EXPECT_EQ(pixelAt(images[1], 0, 0)[3], 255);
+  for (Image& image : images) std::fill_n(image.pixels.begin(), 4, std::uint8_t{0});
+  EXPECT_TRUE(images[0] == images[1]);
+  EXPECT_GT(coveredPixels(images[0]), 300000u);
+}
+
 TEST(LargeShapes, OfLinesHaveAPixelInEveryColumn) {
   constexpr std::uint32_t side = 2000;
   for (const bool isSteep : {false, true}) {
