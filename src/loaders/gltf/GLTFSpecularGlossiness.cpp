@@ -53,7 +53,8 @@ float solvedMetallic(float diffuse, float specular, float oneMinusSpecularStreng
 }
 
 std::uint8_t byteOf(float value) {
-  return static_cast<std::uint8_t>(saturated(value) * 255.0F + 0.5F);
+  const float code = saturated(value) * 255.0F + 0.5F;
+  return static_cast<std::uint8_t>(code);
 }
 
 simd_float3 linearColorOf(const std::uint8_t* texel) {
