@@ -193,9 +193,9 @@ TEST(LargeShapes, MatchExactArithmetic) {
 TEST(LargeShapes, InGreatNumbersAreDrawnWhereverTheyAreNoted) {
   // More slivers than there is room to note at each of their tiles. Specks before them make more room, so that others
   // of the slivers are noted at fewer places: the picture must not change but for the specks' own pixel.
-  constexpr std::uint32_t side = 2048, count = 1024;
+  constexpr std::uint32_t side = 3000, count = 1500, speckCount = 500;
   std::mt19937 random(8);
-  std::uniform_real_distribution<float> place(-1000, 1000), away(-3, -1);
+  std::uniform_real_distribution<float> place(-1450, 1450), away(-3, -1);
   MeshData slivers;
   for (std::uint32_t t = 0; t < count; ++t) {
     const float x = place(random), y = place(random), z = away(random);
@@ -206,8 +206,8 @@ TEST(LargeShapes, InGreatNumbersAreDrawnWhereverTheyAreNoted) {
       slivers.indices.push_back(3 * t + k);
     }
   }
-  MeshData specks = triangle({-1023.9f, 1023.1f, -0.5f}, {-1023.1f, 1023.1f, -0.5f}, {-1023.5f, 1023.9f, -0.5f});
-  for (std::uint32_t i = 1; i < count; ++i) specks.indices.insert(specks.indices.end(), {0, 1, 2});
+  MeshData specks = triangle({-1499.9f, 1499.1f, -0.5f}, {-1499.1f, 1499.1f, -0.5f}, {-1499.5f, 1499.9f, -0.5f});
+  for (std::uint32_t i = 1; i < speckCount; ++i) specks.indices.insert(specks.indices.end(), {0, 1, 2});
   device::Material material = FrameBuilder::constantMaterial(white);
   material.isDoubleSided = true;
   Image images[2];
