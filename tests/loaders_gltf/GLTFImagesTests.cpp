@@ -88,18 +88,25 @@ TEST(GLTFImages, InADataURIAreItsBytesOnce) {
 TEST(GLTFImages, InFilesAreTheirURLs) {
   const TemporaryFolder folder;
   folder.makeDirectory("maps");
-  folder.makeFile("maps/with blank.png", "not looked at yet");
-  GLTFParsedDocument document(R"("images": [{"uri": "maps/with%20blank.png"}])", {}, folder.path());
+  const std::vector<std::byte> png = pixelPNG(1);
+  folder.makeFile("maps/with blank.png", {reinterpret_cast<const char*>(png.data()), png.size()});
+  folder.makeFile("letter.png", "Dear reader, this is no picture.");
+  folder.makeFile("empty.png");
+  GLTFParsedDocument document(
+      R"("images": [{"uri": "maps/with%20blank.png"}, {"uri": "letter.png"}, {"uri": "empty.png"}, {"uri": "maps"}])",
+      {}, folder.path());
   const SCNMaterialContents contents = document.images.contents(0);
   const FileURL* url = std::get_if<FileURL>(&contents);
   ASSERT_NE(url, nullptr);
   EXPECT_EQ(url->path(), folder / "maps/with blank.png");
+  for (std::size_t index = 1; index < 4; ++index) EXPECT_TRUE(isEmpty(document.images.contents(index))) << index;
 }
 
 TEST(GLTFImages, OutsideTheFolderAreNotShown) {
   const TemporaryFolder folder;
   folder.makeDirectory("inside");
-  folder.makeFile("secret.png");
+  const std::vector<std::byte> png = pixelPNG(1);
+  folder.makeFile("secret.png", {reinterpret_cast<const char*>(png.data()), png.size()});
   ASSERT_EQ(::symlink("../secret.png", (folder / "inside/link.png").c_str()), 0);
   GLTFParsedDocument document(R"("images": [{"uri": "../secret.png"}, {"uri": "link.png"}, {"uri": ")" +
                                   (folder / "secret.png") +

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "foundation/FileSystem.h"
 #include "imaging/ImageDecoder.h"
 #include "loaders/gltf/GLTFDataURI.h"
 #include "loaders/gltf/GLTFOptionalValues.h"
@@ -21,6 +22,18 @@ SCNMaterialContents encodedContents(const Bytes& bytes) {
     if (!imageKind(found.bytes)) return {};
     return std::make_shared<const EncodedImage>(EncodedImage{found.bytes, std::move(found.owner)});
   } catch (const GLTFReadError&) {
+    return {};
+  }
+}
+
+/// Enough of a file to tell its kind by.
+constexpr std::size_t headByteCount = 4096;
+
+SCNMaterialContents fileContents(FileURL file) {
+  try {
+    if (!imageKind(readFile(file, headByteCount, FinalLink::refuse))) return {};
+    return file;
+  } catch (const SystemError&) {
     return {};
   }
 }
@@ -47,7 +60,7 @@ SCNMaterialContents GLTFImages::read(const JSONElement& image) {
   if (!uri) return {};
   if (!isDataURI(*uri)) {
     std::optional<FileURL> file = buffers_.fileOfURI(*uri);
-    return file ? SCNMaterialContents(*std::move(file)) : SCNMaterialContents();
+    return file ? fileContents(*std::move(file)) : SCNMaterialContents();
   }
   const auto [place, isNew] = contentsByURI_.try_emplace(*uri);
   if (isNew) place->second = encodedContents([&] { return buffers_.bytesOfURI(*uri); });

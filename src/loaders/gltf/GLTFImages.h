@@ -23,7 +23,7 @@ class GLTFImages {
   GLTFImages(const JSONElement& root, GLTFBuffers& buffers);
 
   /// The contents that show image `index`; no contents where there is no such image, where its bytes are not there, and
-  /// where bytes inside the document are no image of a known kind.
+  /// where these are no image of a known kind by their beginning.
   const SCNMaterialContents& contents(std::size_t index);
 
  private:
