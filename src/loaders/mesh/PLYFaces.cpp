@@ -144,7 +144,7 @@ class FaceReader {
     const std::byte* place = rows_.rest().data();
     withValueType(list.type, rows_.byteOrder(), [&]<typename Value, PLYByteOrder order>() {
       for (std::uint32_t& index : indices_) {
-        // A negative number becomes one that is too large.
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse): a negative number becomes one that is too large.
         const auto value = static_cast<std::uint64_t>(valueAt<Value, order>(place));
         if (value >= vertexCount_) rows_.fail("names a vertex that is not there");
         index = static_cast<std::uint32_t>(value);

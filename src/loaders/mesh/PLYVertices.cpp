@@ -195,7 +195,7 @@ PLYSlot plySlotOf(const PLYProperty& property) noexcept {
   return plySlotCount;
 }
 
-PLYColorLevels::PLYColorLevels() noexcept : levels_{} {
+PLYColorLevels::PLYColorLevels() noexcept {
   for (std::size_t i = 0; i < levels_.size(); ++i) levels_[i] = linearFromSRGB8(static_cast<std::uint8_t>(i));
 }
 

@@ -39,7 +39,7 @@ class PLYColorLevels {
   static float fraction(float value, PLYType type) noexcept;
 
  private:
-  std::array<float, 256> levels_;
+  std::array<float, 256> levels_{};
 };
 
 /// Appends the element's vertices, whose rows come next, to the streams of an empty mesh: positions, and normals,

@@ -295,9 +295,9 @@ class TextReader {
 std::shared_ptr<SCNScene> readSTL(std::span<const std::byte> bytes) {
   std::shared_ptr<SCNScene> scene = SCNScene::scene();
   const bool canBeBinary = bytes.size() >= firstFacet;
-  if (canBeBinary && claimedSize(bytes) == bytes.size()) {
-    readBinary(bytes, *scene);
-  } else if (const Bytes text = withoutByteOrderMark(bytes); isText(text)) {
+  const bool isWholeBinary = canBeBinary && claimedSize(bytes) == bytes.size();
+  const Bytes text = withoutByteOrderMark(bytes);
+  if (!isWholeBinary && isText(text)) {
     TextReader(text, *scene).read();
   } else if (canBeBinary) {
     readBinary(bytes, *scene);

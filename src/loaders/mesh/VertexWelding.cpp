@@ -32,6 +32,7 @@ struct Key {
 class Hash {
  public:
   Hash() noexcept {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel gives addresses as numbers.
     const auto* random = reinterpret_cast<const std::byte*>(::getauxval(AT_RANDOM));  // Sixteen bytes for this process.
     if (random != nullptr) std::memcpy(multipliers_.data(), random, sizeof multipliers_);
     for (std::uint64_t& multiplier : multipliers_) multiplier |= 1;
