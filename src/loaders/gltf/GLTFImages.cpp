@@ -2,7 +2,8 @@
 
 #include <utility>
 
-#include "foundation/FileSystem.h"
+#include "foundation/FileMapping.h"
+#include "foundation/SystemError.h"
 #include "imaging/ImageDecoder.h"
 #include "loaders/gltf/GLTFDataURI.h"
 #include "loaders/gltf/GLTFOptionalValues.h"
@@ -26,12 +27,9 @@ SCNMaterialContents encodedContents(const Bytes& bytes) {
   }
 }
 
-/// Enough of a file to tell its kind by.
-constexpr std::size_t headByteCount = 4096;
-
 SCNMaterialContents fileContents(FileURL file) {
   try {
-    if (!imageKind(readFile(file, headByteCount, FinalLink::refuse))) return {};
+    if (!imageKind(FileMapping(file, FinalLink::refuse).bytes())) return {};
     return file;
   } catch (const SystemError&) {
     return {};
