@@ -65,8 +65,8 @@ HWY_INLINE FloatVector alpha(const SlotPlan& plan, const Place& place) {
   return value * all(plan.slot->factor.w);
 }
 
-HWY_INLINE FloatVector opacity(const ShadingPlan& plan, const SlotPlan& diffuse, const SlotPlan& transparent,
-                               const FragmentBatch& batch, const Place& place) {
+FloatVector opacity(const ShadingPlan& plan, const SlotPlan& diffuse, const SlotPlan& transparent,
+                    const FragmentBatch& batch, const Place& place) {
   const FloatVector transparency = all(plan.material->transparency);
   if (plan.material->alphaMode == device::AlphaMode::opaque) return saturate(transparency);
   FloatVector surface = alpha(diffuse, place);
@@ -111,8 +111,7 @@ HWY_INLINE FloatVector3 surfaceNormal(const ViewRays& rays, const FragmentBatch&
 }
 
 /// The normal tilted by the normal map: x along the tangent, y along cross(normal, tangent) * handedness.
-HWY_INLINE FloatVector3 mappedNormal(const SlotPlan& plan, const Place& place, const FragmentBatch& batch,
-                                     FloatVector3 n) {
+FloatVector3 mappedNormal(const SlotPlan& plan, const Place& place, const FragmentBatch& batch, FloatVector3 n) {
   const Lane4& map = place.samples[plan.sample];
   const FloatVector3 raw{load(batch.tangent.x, place.i), load(batch.tangent.y, place.i),
                          load(batch.tangent.z, place.i)};
@@ -185,8 +184,8 @@ struct PhysicalSurface {
   FloatVector coat;  ///< The share of light that the coat reflects instead of the surface.
 };
 
-HWY_INLINE PhysicalSurface physicalSurface(const ShadingPlan& plan, const Place& place, FloatVector3 base,
-                                           FloatVector3 coatNormal, FloatVector3 view) {
+PhysicalSurface physicalSurface(const ShadingPlan& plan, const Place& place, FloatVector3 base, FloatVector3 coatNormal,
+                                FloatVector3 view) {
   PhysicalSurface s;
   s.roughness = scalar(plan.roughness, place);
   s.metalness = scalar(plan.metalness, place);
@@ -204,8 +203,8 @@ HWY_INLINE PhysicalSurface physicalSurface(const ShadingPlan& plan, const Place&
   return s;
 }
 
-HWY_INLINE FloatVector3 ggx(const device::DirectionalLight& light, const PhysicalSurface& s, FloatVector3 normal,
-                            FloatVector3 view) {
+FloatVector3 ggx(const device::DirectionalLight& light, const PhysicalSurface& s, FloatVector3 normal,
+                 FloatVector3 view) {
   const Cosines c = cosines(view, normal, all(-light.direction));
   const FloatVector edge = grazing(c.vh);
   const FloatVector lobe = ggxLobe(s.roughness, c);
@@ -214,8 +213,8 @@ HWY_INLINE FloatVector3 ggx(const device::DirectionalLight& light, const Physica
   return FloatVector3{all(light.color.x) * lobe, all(light.color.y) * lobe, all(light.color.z) * lobe} * reflected;
 }
 
-HWY_INLINE FloatVector3 blinn(const device::DirectionalLight& light, FloatVector exponent, FloatVector3 specular,
-                              FloatVector3 normal, FloatVector3 view) {
+FloatVector3 blinn(const device::DirectionalLight& light, FloatVector exponent, FloatVector3 specular,
+                   FloatVector3 normal, FloatVector3 view) {
   const Cosines c = cosines(view, normal, all(-light.direction));
   const FloatVector lobe = hn::IfThenElseZero(hn::Gt(c.nl, hn::Zero(Floats())), fastPow(c.nh, exponent));
   return FloatVector3{all(light.color.x) * lobe, all(light.color.y) * lobe, all(light.color.z) * lobe} * specular;
@@ -232,14 +231,13 @@ HWY_INLINE FloatVector3 diffuseLight(const LightRig& lights, FloatVector3 normal
 }
 
 /// The share of ambient light that arrives: 1 brought toward the property's value by its intensity.
-HWY_INLINE FloatVector occlusion(const SlotPlan& plan, const Place& place) {
+FloatVector occlusion(const SlotPlan& plan, const Place& place) {
   return saturate(all(1.0f) + (plainScalar(plan, place) - all(1.0f)) * all(plan.slot->intensity));
 }
 
 /// Physically based: diffuse and ambient light, highlights and the coat over them all.
-HWY_INLINE FloatVector3 physicalLight(const ShadingPlan& plan, const LightRig& lights, const Place& place,
-                                      FloatVector3 base, FloatVector3 normal, FloatVector3 coatNormal,
-                                      FloatVector3 view, FloatVector3 emitted) {
+FloatVector3 physicalLight(const ShadingPlan& plan, const LightRig& lights, const Place& place, FloatVector3 base,
+                           FloatVector3 normal, FloatVector3 coatNormal, FloatVector3 view, FloatVector3 emitted) {
   const PhysicalSurface s = physicalSurface(plan, place, base, coatNormal, view);
   FloatVector3 highlight = all(simd_float3{});
   for (const device::DirectionalLight& light : lights.directional) {
@@ -257,9 +255,8 @@ HWY_INLINE FloatVector3 physicalLight(const ShadingPlan& plan, const LightRig& l
   return surface * (all(1.0f) - s.coat) + mirrored * s.coat;
 }
 
-HWY_INLINE FloatVector3 plainLight(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays,
-                                   const Place& place, const FragmentBatch& batch, FloatVector3 base,
-                                   FloatVector3 normal, FloatVector3 emitted) {
+FloatVector3 plainLight(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, const Place& place,
+                        const FragmentBatch& batch, FloatVector3 base, FloatVector3 normal, FloatVector3 emitted) {
   const FloatVector3 even = all(lights.ambient) * occlusion(plan.ambientOcclusion, place);
   const FloatVector3 surface = base * (diffuseLight(lights, normal) + even);
   if (!plan.hasSpecular) return surface + emitted;
@@ -274,8 +271,8 @@ HWY_INLINE FloatVector3 plainLight(const ShadingPlan& plan, const LightRig& ligh
   return surface + highlight + emitted;
 }
 
-HWY_INLINE FloatVector3 shadedColor(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays,
-                                    const Place& place, const FragmentBatch& batch) {
+FloatVector3 shadedColor(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, const Place& place,
+                         const FragmentBatch& batch) {
   FloatVector3 base = color(plan.diffuse, place);
   if (plan.hasVertexColor) {
     base =

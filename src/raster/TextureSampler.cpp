@@ -37,7 +37,7 @@ HWY_INLINE Footprints footprintsOf(const CoordinateLanes& lanes, const float* m,
           m1 * dudx + m3 * dvdx,       m0 * dudy + m2 * dvdy,       m1 * dudy + m3 * dvdy};
 }
 
-HWY_INLINE FilterPlan planFilter(const Footprints& footprint, float width, float height, float lastLevel) {
+FilterPlan planFilter(const Footprints& footprint, float width, float height, float lastLevel) {
   const FloatVector one = all(1.0f), half = all(0.5f);
   const FloatVector xu = footprint.dudx * all(width), xv = footprint.dvdx * all(height);
   const FloatVector yu = footprint.dudy * all(width), yv = footprint.dvdy * all(height);
@@ -74,7 +74,7 @@ HWY_INLINE FilterPlan planFilter(const Footprints& footprint, float width, float
 }
 
 /// A coordinate brought to 0..1 by its wrap mode.
-HWY_INLINE FloatVector wrapCoordinate(FloatVector value, WrapMode mode) {
+FloatVector wrapCoordinate(FloatVector value, WrapMode mode) {
   switch (mode) {
     case WrapMode::repeat:
       value = value - fastFloor(value);
@@ -130,7 +130,7 @@ struct TexelPlaces {
   bool areNeighbours;  ///< In every lane the second column follows the first.
 };
 
-HWY_INLINE TexelPlaces placesOf(const Levels& levels, WrapMode wrapS, WrapMode wrapT, FloatVector u, FloatVector v) {
+TexelPlaces placesOf(const Levels& levels, WrapMode wrapS, WrapMode wrapT, FloatVector u, FloatVector v) {
   const AxisTaps x = axisTaps(wrapCoordinate(u, wrapS), levels.width, wrapS);
   const AxisTaps y = axisTaps(wrapCoordinate(v, wrapT), levels.height, wrapT);
   const hn::Mask<Integers> follows = hn::Eq(x.first + hn::Set(Integers(), 1), x.second);
@@ -152,12 +152,12 @@ using WideBits = hn::Repartition<std::uint64_t, Floats>;
 using WideIntegers = hn::RebindToSigned<WideBits>;
 
 /// Byte offsets from the image's texels.
-HWY_INLINE hn::Vec<WideIntegers> byteOffsets(hn::Vec<WideIntegers> texel, hn::Vec<WideIntegers> isImage,
-                                             std::int64_t smallerFrom) {
+hn::Vec<WideIntegers> byteOffsets(hn::Vec<WideIntegers> texel, hn::Vec<WideIntegers> isImage,
+                                  std::int64_t smallerFrom) {
   return hn::ShiftLeft<2>(texel) + hn::AndNot(isImage, hn::Set(WideIntegers(), smallerFrom));
 }
 
-HWY_INLINE TexelPair fetchNeighbours(const LevelTables& tables, IntegerVector texel, hn::Mask<Integers> isImage) {
+TexelPair fetchNeighbours(const LevelTables& tables, IntegerVector texel, hn::Mask<Integers> isImage) {
   const IntegerVector imageBits = hn::VecFromMask(Integers(), isImage);
   const std::int64_t smallerFrom =
       reinterpret_cast<std::intptr_t>(tables.smallerTexels) - reinterpret_cast<std::intptr_t>(tables.imageTexels);
@@ -247,8 +247,8 @@ HWY_INLINE FloatVector mix(FloatVector a, FloatVector b, FloatVector share) {
   return a + (b - a) * share;
 }
 
-HWY_INLINE Texels sampleBilinear(const TextureRead& read, std::uint8_t components, const TexelTables& tables,
-                                 const TexelPlaces& places) {
+Texels sampleBilinear(const TextureRead& read, std::uint8_t components, const TexelTables& tables,
+                      const TexelPlaces& places) {
   const LevelTables& levels = read.pyramid->levelTables();
   const TexelPair above = fetchRow(levels, places, places.aboveRow);
   const TexelPair below = fetchRow(levels, places, places.belowRow);
@@ -327,7 +327,7 @@ struct Request {
   FloatVector fineLevel;
 };
 
-HWY_INLINE Request makeRequest(const TextureRead& read, const CoordinateLanes& coordinates, std::size_t i) {
+Request makeRequest(const TextureRead& read, const CoordinateLanes& coordinates, std::size_t i) {
   const MipLevel& base = read.pyramid->levels().front();
   const auto lastLevel = static_cast<float>(read.pyramid->levels().size() - 1);
   const Footprints footprints = footprintsOf(coordinates, read.slot->transform, i);
