@@ -101,8 +101,8 @@ TEST(GLTFMeshopt, RefusesLayoutsThatAreNotAllowed) {
   const auto expectRefused = [](const GLTFMeshoptCompression& compression) {
     EXPECT_EQ(faultOf(compression, squarePositions), "The compression of the view has a layout that is not allowed.");
   };
-  for (const std::uint64_t stride : {0, 2, 6, 260}) expectRefused(layout(GLTFMeshoptMode::attributes, 4, stride));
-  for (const std::uint64_t stride : {0, 1, 3, 8}) {
+  for (const std::uint64_t stride : {0U, 2U, 6U, 260U}) expectRefused(layout(GLTFMeshoptMode::attributes, 4, stride));
+  for (const std::uint64_t stride : {0U, 1U, 3U, 8U}) {
     expectRefused(layout(GLTFMeshoptMode::triangles, 6, stride));
     expectRefused(layout(GLTFMeshoptMode::indices, 6, stride));
   }
