@@ -99,7 +99,9 @@ std::vector<std::filesystem::path> modelsBelow(const std::filesystem::path& fold
 
 TEST(GLTFRealFiles, OfOtherPeoplesExportersLoadSoundly) {
   const char* configured = std::getenv("ORNOLITH_TEST_MODELS");
-  const std::filesystem::path folder = configured != nullptr ? configured : "../shared/models";
+  const std::filesystem::path folder = configured != nullptr
+                                           ? std::filesystem::path(configured)
+                                           : std::filesystem::path(__FILE__).parent_path() / "../../../shared/models";
   std::size_t loaded = 0;
   for (const auto& model : modelsBelow(folder / "gltf")) {
     const ModelFormat format = model.extension() == ".glb" ? ModelFormat::glb : ModelFormat::gltf;

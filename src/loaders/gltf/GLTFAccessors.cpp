@@ -124,7 +124,7 @@ std::uint32_t widen(const std::byte* from, std::size_t stride, std::size_t count
   std::uint32_t largest = 0;
   if (stride == sizeof(Index)) {
     for (std::size_t i = 0; i < count; ++i) {
-      const std::uint32_t index = read<Index>(from + i * sizeof(Index));
+      const auto index = static_cast<std::uint32_t>(read<Index>(from + i * sizeof(Index)));
       largest = std::max(largest, index);
       to[i] = index;
     }

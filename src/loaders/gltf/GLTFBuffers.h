@@ -22,7 +22,7 @@ struct GLTFBytes {
   std::span<const std::byte> bytes;
   std::shared_ptr<const void> owner;
 
-  SharedBytes shared() const { return SharedBytes(owner, bytes); }
+  SharedBytes shared() const { return {owner, bytes}; }
 };
 
 /// The bytes of a glTF document's buffers, buffer views and resources: the binary chunk of a GLB container, data URIs,
