@@ -98,7 +98,7 @@ const char* scanReal(const char* begin, const char* end, Real& value) {
   if (mantissa > exactIntegers || exponent < -exactPowers || exponent > exactPowers) {
     return number_scanner::scanRarely(begin, end, value);
   }
-  const double whole = static_cast<double>(mantissa);
+  const auto whole = static_cast<double>(mantissa);
   double result = exponent < 0 ? whole / number_scanner::powersOfTen[static_cast<std::size_t>(-exponent)]
                                : whole * number_scanner::powersOfTen[static_cast<std::size_t>(exponent)];
   if constexpr (std::is_same_v<Real, float>) {
