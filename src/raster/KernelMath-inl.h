@@ -61,9 +61,10 @@ HWY_INLINE FloatVector saturate(FloatVector value) {
 }
 
 HWY_INLINE FloatVector fastFloor(FloatVector x) {
-  const FloatVector truncated = hn::ConvertTo(Floats(), hn::ConvertTo(Integers(), x));
+  const FloatMask hasFraction = hn::Lt(hn::Abs(x), all(8388608.0f));
+  const FloatVector truncated = hn::ConvertTo(Floats(), hn::ConvertTo(Integers(), hn::IfThenElseZero(hasFraction, x)));
   const FloatVector lower = hn::IfThenElse(hn::Gt(truncated, x), truncated - all(1.0f), truncated);
-  return hn::IfThenElse(hn::Lt(hn::Abs(x), all(8388608.0f)), lower, x);
+  return hn::IfThenElse(hasFraction, lower, x);
 }
 
 HWY_INLINE FloatVector fastLog2(FloatVector x) {

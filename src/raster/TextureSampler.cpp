@@ -54,7 +54,7 @@ FilterPlan planFilter(const Footprints& footprint, float width, float height, fl
   if (hn::AllFalse(Floats(), isMinified)) return plan;
 
   const FloatVector minor = larger(mean - radius, major * all(1.0f / 4096.0f));
-  const FloatVector ratio = hn::Sqrt(major / minor) - all(0.01f);
+  const FloatVector ratio = hn::IfThenElseZero(isMinified, hn::Sqrt(major / minor) - all(0.01f));
   const FloatVector rounded = hn::ConvertTo(Floats(), hn::ConvertTo(Integers(), ratio)) + one;
   const FloatVector count = smaller(larger(rounded, one), all(static_cast<float>(maximumAnisotropy)));
   const FloatVector level = half * fastLog2(larger(major / (count * count), all(1e-6f)));
