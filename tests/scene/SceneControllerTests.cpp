@@ -191,8 +191,8 @@ TEST_F(SceneControllerTest, AFailedLoadLeavesTheSceneEmptyAndTheCameraTargetAsIt
   const SCNNode::Pointer oldCamera = controller.cameraNode();
   controller.scene()->background.contents = NSColor::systemRedColor();
   addNode(controller.scene()->rootNode())->setName("stray");
-  EXPECT_EQ(failureOf([&] { controller.load(FileURL("/tmp/none.obj"), {}, ModelFormat::obj); }),
-            "This build cannot read OBJ files.");
+  EXPECT_EQ(failureOf([&] { controller.load(FileURL("/tmp/none.dae"), {}, ModelFormat::dae); }),
+            "This build cannot read DAE files.");
   expectDefaultTree(controller);
   EXPECT_NE(controller.cameraNode(), oldCamera);
   EXPECT_EQ(controller.cameraNode()->position(), (SCNVector3{0, 0.4, 4}));
