@@ -96,5 +96,12 @@ TEST(OBJMaterialName, IsTheRestOfTheLine) {
   EXPECT_EQ(objMaterialName(""), "");
 }
 
+TEST(OBJMaterialName, MayEndInAComment) {
+  EXPECT_EQ(objMaterialNameBeforeComment(" Material #25"), "Material");
+  EXPECT_EQ(objMaterialNameBeforeComment(" \"My paint\" # the best"), "My paint");
+  EXPECT_EQ(objMaterialNameBeforeComment(" paint"), "");
+  EXPECT_EQ(objMaterialNameBeforeComment(" # paint"), "");
+}
+
 }  // namespace
 }  // namespace ornolith

@@ -284,5 +284,23 @@ TEST(OBJReader, LoadsAFileWithItsMaterialsAndTextures) {
   EXPECT_EQ(material->diffuse.wrapS, SCNWrapMode::repeat);
 }
 
+TEST(OBJReader, FindsMaterialsWhoseNamesHaveANumberSignOrACommentBehindThem) {
+  const TemporaryFolder folder;
+  folder.makeFile("a.mtl",
+                  "newmtl M #1\nKd 1 0 0\nnewmtl M #2\nKd 0 1 0\nnewmtl M\nKd 0 0 1\nnewmtl red # rot\nKd 1 0 0\n");
+  const auto colorOf = [&](const std::string& name) {
+    const FileURL url(folder.makeFile("a.obj", "mtllib a.mtl\nusemtl " + name + "\n" + square + "f 1 2 3\n"));
+    return std::get<NSColor>(geometryIn(*loadOBJScene(url, {}))->firstMaterial()->diffuse.contents);
+  };
+  const NSColor red{1, 0, 0, 1};
+  EXPECT_EQ(colorOf("M #1"), red);
+  EXPECT_EQ(colorOf("M #2"), (NSColor{0, 1, 0, 1}));
+  EXPECT_EQ(colorOf("M"), (NSColor{0, 0, 1, 1}));
+  EXPECT_EQ(colorOf("M # blau"), (NSColor{0, 0, 1, 1}));
+  EXPECT_EQ(colorOf("red"), red);
+  EXPECT_EQ(colorOf("red # rot"), red);
+  EXPECT_EQ(colorOf("red #1"), red);
+}
+
 }  // namespace
 }  // namespace ornolith

@@ -201,15 +201,13 @@ void readDirective(const std::string& directive, const std::vector<std::string>&
   }
 }
 
-/// What stands behind the first word.
-std::string_view behindDirective(std::string_view line) {
-  constexpr std::string_view blanks = " \t\v\f\r";
-  const std::size_t begin = std::min(line.find_first_not_of(blanks), line.size());
-  return line.substr(std::min(line.find_first_of(blanks, begin), line.size()));
-}
+/// What the libraries say.
+struct Definitions {
+  std::map<std::string, Values, std::less<>> materials;    // By name.
+  std::map<std::string, std::string> namesBeforeComments;  // What stands before a comment, and the whole name.
+};
 
-void readLibrary(const FileURL& library, const std::vector<FileURL>& roots,
-                 std::map<std::string, Values, std::less<>>& materials) {
+void readLibrary(const FileURL& library, const std::vector<FileURL>& roots, Definitions& definitions) {
   OBJResourceFinder finder = Normalization::finderForLibrary(library, roots);
   Values* current = nullptr;
   Normalization::forEachRawLine(library, Normalization::maximumMaterialLibraryByteCount, [&](std::string_view bytes) {
@@ -218,7 +216,11 @@ void readLibrary(const FileURL& library, const std::vector<FileURL>& roots,
     if (tokens.empty()) return;
     const std::string directive = lowercased(tokens.front());
     if (directive == "newmtl") {
-      current = &materials.insert_or_assign(objMaterialName(behindDirective(line)), Values{}).first->second;
+      const std::string_view rest = behindOBJDirective(line);
+      const std::string name = objMaterialName(rest);
+      const std::string nameBeforeComment = objMaterialNameBeforeComment(rest);
+      if (!nameBeforeComment.empty()) definitions.namesBeforeComments.insert_or_assign(nameBeforeComment, name);
+      current = &definitions.materials.insert_or_assign(name, Values{}).first->second;
     } else if (current != nullptr) {
       readDirective(directive, tokens, finder, *current);
     }
@@ -227,29 +229,18 @@ void readLibrary(const FileURL& library, const std::vector<FileURL>& roots,
 
 }  // namespace
 
-std::string objMaterialName(std::string_view rest) {
-  std::string_view text = trimmingWhitespace(rest);
-  if (text.size() >= 2 && (text.front() == '"' || text.front() == '\'') && text.back() == text.front()) {
-    text = text.substr(1, text.size() - 2);
-  }
-  std::string name;
-  for (const char letter : text) {
-    const bool isBlankLetter = letter == ' ' || letter == '\t';
-    if (isBlankLetter && name.ends_with(' ')) continue;
-    name += isBlankLetter ? ' ' : letter;
-  }
-  return repairingUTF8(name);
-}
-
 OBJMaterials readOBJMaterials(const Normalization::Prepared& prepared) {
-  std::map<std::string, Values, std::less<>> values;
-  for (const FileURL& library : prepared.libraries) readLibrary(library, prepared.roots, values);
+  Definitions definitions;
+  for (const FileURL& library : prepared.libraries) readLibrary(library, prepared.roots, definitions);
   OBJMaterials materials;
-  for (const auto& [name, value] : values) {
+  for (const auto& [name, values] : definitions.materials) {
     std::shared_ptr<SCNMaterial> material = SCNMaterial::material();
     material->name = name;
-    MaterialMaker(value, *material).make();
+    MaterialMaker(values, *material).make();
     materials.emplace(name, std::move(material));
+  }
+  for (const auto& [nameBeforeComment, name] : definitions.namesBeforeComments) {
+    materials.try_emplace(nameBeforeComment, materials.find(name)->second);
   }
   return materials;
 }

@@ -27,16 +27,24 @@ std::string_view textOf(std::span<const std::byte> bytes) {
   return text;
 }
 
+/// The libraries' material that the rest of a "usemtl" line names, or nothing.
+std::shared_ptr<SCNMaterial> knownMaterial(std::string_view rest, const OBJMaterials& known) {
+  for (const std::string& name : {objMaterialName(rest), objMaterialNameBeforeComment(rest)}) {
+    if (const auto found = known.find(name); found != known.end()) return found->second;
+  }
+  return nullptr;
+}
+
 /// The material of each name: the libraries' or the default one.
 MaterialList materialsFor(const std::vector<std::string_view>& names, const OBJMaterials& known, bool hasColors) {
   MaterialList list;
   OBJMaterials defaults;
   for (const std::string_view rest : names) {
-    const std::string name = objMaterialName(rest);
-    if (const auto found = known.find(name); found != known.end()) {
-      list.push_back(found->second);
+    if (std::shared_ptr<SCNMaterial> material = knownMaterial(rest, known)) {
+      list.push_back(std::move(material));
       continue;
     }
+    const std::string name = objMaterialName(rest);
     std::shared_ptr<SCNMaterial>& material = defaults[name];
     if (!material) {
       material = defaultMeshMaterial(hasColors);

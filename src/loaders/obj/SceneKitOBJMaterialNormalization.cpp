@@ -14,6 +14,7 @@
 #include "foundation/SystemError.h"
 #include "foundation/Text.h"
 #include "loaders/obj/OBJMapDirective.h"
+#include "loaders/obj/OBJMaterialName.h"
 #include "loaders/obj/SceneKitOBJMaterialError.h"
 #include "scenegraph/SCNSubtreeWalk.h"
 
@@ -29,10 +30,6 @@ constexpr std::string_view libraryDirective = "mtllib";
 
 bool isBlankByte(char letter) noexcept {
   return letter == ' ' || (letter >= '\t' && letter <= '\r');
-}
-
-std::string joined(const std::vector<std::string>& tokens, std::size_t first) {
-  return joiningWithBlanks(std::span(tokens).subspan(first));
 }
 
 /// Cuts a line into words.
@@ -216,7 +213,7 @@ std::vector<FileURL> librariesOfLine(const std::vector<std::string>& references,
     if (const std::optional<FileURL> library = finder.resolveResource(reference)) libraries.push_back(*library);
   }
   if (libraries.empty() && references.size() > 1) {
-    if (const std::optional<FileURL> library = finder.resolveResource(joined(references, 0))) {
+    if (const std::optional<FileURL> library = finder.resolveResource(joiningWithBlanks(references))) {
       libraries.push_back(*library);
     }
   }
@@ -319,7 +316,8 @@ void Normalization::parseMaterialLibrary(const FileURL& url, OBJResourceFinder& 
     const std::string directive = lowercased(words.front());
     if (directive == "newmtl") {
       if (words.size() == 1) throwMalformedDirective(line);
-      current = &definitions.insert_or_assign(joined(words, 1), MaterialDefinition{}).first->second;
+      const std::string name = objMaterialName(behindOBJDirective(line));
+      current = &definitions.insert_or_assign(name, MaterialDefinition{}).first->second;
     } else if (directive == "ke") {
       if (const auto emission = threeNumbers(words); emission && current != nullptr) current->emission = emission;
     } else if (namesTexture(directive)) {

@@ -68,7 +68,8 @@ struct SceneKitOBJMaterialNormalization {
   /// The names that a line of an OBJ file gives to material libraries: none where it has another directive.
   static std::vector<std::string> materialLibraryReferences(std::string_view line);
 
-  /// The definitions of one library, added to `definitions`; one of the same name is replaced.
+  /// The definitions of one library, added to `definitions`; one of the same name is replaced. A material's name is all
+  /// that stands behind its directive (OBJMaterialName.h), so that "Material #25" and "Material #26" are two.
   static void parseMaterialLibrary(const FileURL& url, OBJResourceFinder& finder,
                                    std::map<std::string, MaterialDefinition, std::less<>>& definitions);
 
