@@ -81,6 +81,17 @@ TEST_F(OBJMaterialNormalization, FindsTheDefinitionsOfALibrary) {
   EXPECT_FALSE(glass.diffuseURL);
 }
 
+TEST_F(OBJMaterialNormalization, KeepsMaterialsApartThatDifferBehindANumberSign) {
+  folder_.makeFile("model/a.png");
+  folder_.makeFile("model/b.png");
+  const auto prepared = prepareLibrary(
+      "newmtl Material\nmap_Kd a.png\nnewmtl Material  #25\nmap_Kd b.png\nnewmtl Material #26\nKe 1 0 0\n");
+  ASSERT_EQ(prepared.definitions.size(), 3U);
+  EXPECT_THAT(prepared.definitions.at("Material").diffuseURL, Optional(file("model/a.png")));
+  EXPECT_FALSE(prepared.definitions.at("Material").emission);
+  EXPECT_THAT(prepared.definitions.at("Material #25").diffuseURL, Optional(file("model/b.png")));
+}
+
 TEST_F(OBJMaterialNormalization, LooksForTexturesBesideTheLibraryToo) {
   folder_.makeFile("model/sub/deep.mtl", "newmtl a\nmap_Kd t.png\n");
   folder_.makeFile("model/sub/t.png");
@@ -282,7 +293,8 @@ TEST(OBJMapResourcePath, StandsBehindTheOptions) {
   EXPECT_EQ(path("map_Kd -MM 0 1 -BM 0.3 -clamp on -blendu off -blendv off -boost 1 -cc off -colorspace x -imfchan m "
                  "-texres 4 -type sphere my wood.png"),
             "my wood.png");
-  EXPECT_EQ(path("map_Kd wood - oak.png"), "wood - oak.png");
+  EXPECT_EQ(path("map_Kd 'wood - oak.png'"), "wood - oak.png");
+  EXPECT_EQ(failureOf([&] { path("map_Kd wood - oak.png"); }), "OBJ/MTL map option is unsupported: -");
   EXPECT_EQ(path("map_Bump wood.png -bm 1"), "wood.png");
   EXPECT_EQ(failureOf([&] { path("map_Kd -Foo 1 wood.png"); }), "OBJ/MTL map option is unsupported: -Foo");
 }

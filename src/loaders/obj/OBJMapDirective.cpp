@@ -28,8 +28,7 @@ class MapDirectiveReader {
     std::vector<std::string> path;
     while (position_ < tokens_.size()) {
       const std::string& token = tokens_[position_++];
-      // A hyphen of its own is part of a file's name.
-      if (token.size() < 2 || token.front() != '-') {
+      if (!token.starts_with('-')) {
         path.push_back(token);
       } else {
         readOption(token);
