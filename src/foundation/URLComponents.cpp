@@ -115,7 +115,7 @@ std::optional<URLComponents> URLComponents::parse(std::string_view text) {
   return components;
 }
 
-std::optional<std::string> percentDecoding(std::string_view text) {
+std::optional<std::string> percentDecodedBytes(std::string_view text) {
   std::string decoded;
   decoded.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -128,7 +128,12 @@ std::optional<std::string> percentDecoding(std::string_view text) {
     decoded += static_cast<char>(byte);
     i += 2;
   }
-  if (!isValidUTF8(decoded)) return std::nullopt;
+  return decoded;
+}
+
+std::optional<std::string> percentDecoding(std::string_view text) {
+  std::optional<std::string> decoded = percentDecodedBytes(text);
+  if (decoded && !isValidUTF8(*decoded)) return std::nullopt;
   return decoded;
 }
 

@@ -27,4 +27,7 @@ struct URLComponents {
 /// anything else or where the result is not UTF-8.
 std::optional<std::string> percentDecoding(std::string_view text);
 
+/// The same without a look at what the bytes are.
+std::optional<std::string> percentDecodedBytes(std::string_view text);
+
 }  // namespace ornolith

@@ -2,9 +2,10 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
+#include <string>
 
-#include "foundation/NumberText.h"
-#include "foundation/Text.h"
+#include "foundation/URLComponents.h"
 
 namespace ornolith {
 
@@ -32,20 +33,6 @@ std::uint32_t digitValue(char digit) noexcept {
 
 std::byte byteOf(std::uint32_t bits) noexcept {
   return static_cast<std::byte>(bits & 0xFFU);
-}
-
-/// The header and the body of a data URI: what stands before and behind the comma.
-struct DataURIParts {
-  std::string_view header;
-  std::string_view body;
-};
-
-std::optional<DataURIParts> partsOf(std::string_view uri) noexcept {
-  if (!isDataURI(uri)) return std::nullopt;
-  const std::string_view rest = uri.substr(dataScheme.size());
-  const std::size_t comma = rest.find(',');
-  if (comma == std::string_view::npos) return std::nullopt;
-  return DataURIParts{rest.substr(0, comma), rest.substr(comma + 1)};
 }
 
 std::optional<std::vector<std::byte>> decodeBase64(std::string_view text) {
@@ -81,21 +68,10 @@ std::optional<std::vector<std::byte>> decodeBase64(std::string_view text) {
 }
 
 std::optional<std::vector<std::byte>> decodePercent(std::string_view text) {
-  std::vector<std::byte> bytes;
-  bytes.reserve(text.size());
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (text[at] != '%') {
-      bytes.push_back(static_cast<std::byte>(text[at]));
-      continue;
-    }
-    if (at + 2 >= text.size()) return std::nullopt;
-    const int high = hexadecimalDigitValue(text[at + 1]);
-    const int low = hexadecimalDigitValue(text[at + 2]);
-    if (high < 0 || low < 0) return std::nullopt;
-    bytes.push_back(static_cast<std::byte>(high * 16 + low));
-    at += 2;
-  }
-  return bytes;
+  const std::optional<std::string> decoded = percentDecodedBytes(text);
+  if (!decoded) return std::nullopt;
+  const auto bytes = std::as_bytes(std::span(*decoded));
+  return std::vector<std::byte>(bytes.begin(), bytes.end());
 }
 
 }  // namespace
@@ -104,16 +80,13 @@ bool isDataURI(std::string_view uri) noexcept {
   return uri.starts_with(dataScheme);
 }
 
-std::string mediaTypeOfDataURI(std::string_view uri) {
-  const std::optional<DataURIParts> parts = partsOf(uri);
-  if (!parts) return {};
-  return lowercased(parts->header.substr(0, parts->header.find(';')));
-}
-
 std::optional<std::vector<std::byte>> decodeDataURI(std::string_view uri) {
-  const std::optional<DataURIParts> parts = partsOf(uri);
-  if (!parts) return std::nullopt;
-  return parts->header.ends_with(base64Mark) ? decodeBase64(parts->body) : decodePercent(parts->body);
+  if (!isDataURI(uri)) return std::nullopt;
+  const std::size_t comma = uri.find(',');
+  if (comma == std::string_view::npos) return std::nullopt;
+  const std::string_view header = uri.substr(0, comma);
+  const std::string_view body = uri.substr(comma + 1);
+  return header.ends_with(base64Mark) ? decodeBase64(body) : decodePercent(body);
 }
 
 }  // namespace ornolith

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -12,9 +11,6 @@ namespace ornolith {
 
 /// Whether `uri` is a data URI.
 bool isDataURI(std::string_view uri) noexcept;
-
-/// The media type that a data URI states, in lower case and without parameters; empty where it states none.
-std::string mediaTypeOfDataURI(std::string_view uri);
 
 /// The bytes that a data URI holds, in base64 (RFC 4648, section 4; padding may be missing) or percent-encoded. Nothing
 /// where `uri` is none or its text is malformed.
