@@ -62,13 +62,10 @@ GLTFBytes GLTFBuffers::bytesOfURI(std::string_view uri) {
   }
   const std::optional<FileURL> file = fileOfURI(uri);
   if (!file) throwMalformedGLTF("The file " + quoted(uri) + " was not found.");
-  const auto [entry, isNew] = files_.try_emplace(*file);
-  if (isNew) {
-    auto mapping = std::make_shared<const FileMapping>(*file, FinalLink::refuse);
-    budget_.addFileBytes(mapping->bytes().size());
-    entry->second = {mapping->bytes(), mapping};
-  }
-  return entry->second;
+  if (const auto known = files_.find(*file); known != files_.end()) return known->second;
+  auto mapping = std::make_shared<const FileMapping>(*file, FinalLink::refuse);
+  budget_.addFileBytes(mapping->bytes().size());
+  return files_[*file] = {mapping->bytes(), mapping};
 }
 
 // Buffers.
@@ -112,14 +109,11 @@ GLTFBytes GLTFBuffers::bytesOfView(GLTFIndex index) {
   }
   const GLTFBufferView& view = document_.bufferViews[index];
   if (!view.compression) return stretch(view.buffer, view.byteOffset, view.byteLength, index);
-  const auto [entry, isNew] = decompressedViews_.try_emplace(index);
-  if (isNew) {
-    const GLTFMeshoptCompression& compression = *view.compression;
-    const GLTFBytes source = stretch(compression.buffer, compression.byteOffset, compression.byteLength, index);
-    auto data = decompressMeshopt(compression, source.bytes, nameOf("buffer view", index), budget_);
-    entry->second = {*data, data};
-  }
-  return entry->second;
+  if (const auto known = decompressedViews_.find(index); known != decompressedViews_.end()) return known->second;
+  const GLTFMeshoptCompression& compression = *view.compression;
+  const GLTFBytes source = stretch(compression.buffer, compression.byteOffset, compression.byteLength, index);
+  auto data = decompressMeshopt(compression, source.bytes, nameOf("buffer view", index), budget_);
+  return decompressedViews_[index] = {*data, data};
 }
 
 }  // namespace ornolith

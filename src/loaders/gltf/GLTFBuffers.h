@@ -41,7 +41,7 @@ class GLTFBuffers {
   GLTFBytes bytesOfView(GLTFIndex index);
 
   /// The bytes that a data URI holds or that the file under a relative URI holds. Throws `GLTFReadError` for a URI that
-  /// is neither, and for a file that is not there or cannot be read.
+  /// is neither and for a file that is not there, `SystemError` ("read") for one that cannot be read.
   GLTFBytes bytesOfURI(std::string_view uri);
 
   /// The regular file in the resource folder that a relative URI means; nothing for a data URI, for an unsafe URI, and
