@@ -24,7 +24,7 @@ inline float fastLog2(float x) noexcept {
   constexpr std::uint32_t sqrtHalfBits = 0x3f3504f3;
   const std::uint32_t bits = std::bit_cast<std::uint32_t>(x) - sqrtHalfBits;
   const auto exponent = static_cast<float>(static_cast<std::int32_t>(bits) >> 23);
-  const float m = std::bit_cast<float>((bits & 0x007fffff) + sqrtHalfBits);
+  const auto m = std::bit_cast<float>((bits & 0x007fffff) + sqrtHalfBits);
   const float s = (m - 1.0f) / (m + 1.0f);
   const float s2 = s * s;
   const float series = s * (2.88539008f + s2 * (0.961796694f + s2 * (0.577078016f + s2 * 0.412198583f)));

@@ -74,7 +74,7 @@ BlendedMatrix blendedMatrix(const std::vector<Influences>& sets, std::size_t ver
   };
   for (const Influences& set : sets) {
     for (std::size_t place = vertex * 4; place < vertex * 4 + 4; ++place) {
-      const double weight = double{set.weights[place]};
+      const auto weight = double{set.weights[place]};
       if (weight != 0) add(set, place, weight);
     }
   }

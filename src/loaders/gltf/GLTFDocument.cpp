@@ -368,6 +368,7 @@ class DocumentReader {
     for (const GLTFIndex node : listed) isListed[node] = true;
     std::vector<bool> isTop(nodeCount_);
     std::vector<Place> pending;
+    pending.reserve(roots.size());
     for (const GLTFIndex root : roots) pending.push_back({root, false});
     while (!pending.empty()) {
       const Place place = pending.back();
