@@ -2,7 +2,6 @@
 
 #include <array>
 #include <bit>
-#include <cfloat>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
