@@ -8,6 +8,7 @@
 
 #include "foundation/LinearAlgebra.h"
 #include "imaging/Color.h"
+#include "loaders/mesh/MeshGeometry.h"
 #include "loaders/mesh/MeshReadError.h"
 #include "loaders/mesh/VertexNormals.h"
 #include "scenegraph/PolygonTriangulation.h"
@@ -315,25 +316,6 @@ Floats completeNormals(const OBJStatements& statements, PartCollector& part) {
   return normals;
 }
 
-std::shared_ptr<SCNGeometryElement> elementOver(Indices indices, SCNGeometryPrimitiveType type,
-                                                std::size_t perPrimitive) {
-  const std::size_t count = indices.size() / perPrimitive;
-  return SCNGeometryElement::geometryElementWithData(SharedBytes::takingOver(std::move(indices)), type, count,
-                                                     sizeof(std::uint32_t));
-}
-
-void makePointsVisible(SCNGeometryElement& points) {
-  points.minimumPointScreenSpaceRadius = 2;
-  points.maximumPointScreenSpaceRadius = 2;
-}
-
-std::shared_ptr<const SCNGeometrySource> sourceOver(Floats values, SCNGeometrySourceSemantic semantic,
-                                                    std::size_t components) {
-  const std::size_t count = values.size() / components;
-  return SCNGeometrySource::geometrySourceWithData(SharedBytes::takingOver(std::move(values)), semantic, count, true,
-                                                   components, sizeof(float), 0, 0);
-}
-
 }  // namespace
 
 OBJGeometryBuilder::OBJGeometryBuilder(const OBJStatements& statements)
@@ -357,35 +339,35 @@ std::shared_ptr<SCNGeometry> OBJGeometryBuilder::build(const OBJPart& part,
   const Vertices& vertices = collector.vertices();
   const std::size_t faceVertexCount = normals.size() / 3;
   SCNGeometry::Sources sources{
-      sourceOver(gathered<3>(statements_.positions, vertices.positions, {}), SCNGeometrySourceSemantic::vertex, 3)};
+      packedSource(gathered<3>(statements_.positions, vertices.positions, {}), SCNGeometrySourceSemantic::vertex, 3)};
   if (faceVertexCount > 0) {
     for (std::size_t i = faceVertexCount; i < vertices.count(); ++i) {
       normals.insert(normals.end(), normalOfLines.begin(), normalOfLines.end());
     }
-    sources.push_back(sourceOver(std::move(normals), SCNGeometrySourceSemantic::normal, 3));
+    sources.push_back(packedSource(std::move(normals), SCNGeometrySourceSemantic::normal, 3));
   }
   if (!statements_.colors.empty()) {
     sources.push_back(
-        sourceOver(colorsOf(statements_, vertices.positions, colorScale_), SCNGeometrySourceSemantic::color, 3));
+        packedSource(colorsOf(statements_, vertices.positions, colorScale_), SCNGeometrySourceSemantic::color, 3));
   }
   const bool hasTexcoords = std::any_of(vertices.texcoords.begin(), vertices.texcoords.end(),
                                         [](std::uint32_t index) { return index != noOBJIndex; });
   if (hasTexcoords) {
-    sources.push_back(sourceOver(texcoordsOf(statements_, vertices.texcoords), SCNGeometrySourceSemantic::texcoord, 2));
+    sources.push_back(
+        packedSource(texcoordsOf(statements_, vertices.texcoords), SCNGeometrySourceSemantic::texcoord, 2));
   }
 
   SCNGeometry::Elements elements;
   SCNGeometry::Materials elementMaterials;
-  const auto addElement = [&](const Slot& slot, Indices& indices, SCNGeometryPrimitiveType type,
-                              std::size_t perPrimitive) {
+  const auto addElement = [&](const Slot& slot, Indices& indices, SCNGeometryPrimitiveType type) {
     if (indices.empty()) return;
-    elements.push_back(elementOver(std::move(indices), type, perPrimitive));
+    const std::size_t cornerCount = indices.size();
+    elements.push_back(elementOfCorners(SharedBytes::takingOver(std::move(indices)), type, cornerCount));
     elementMaterials.push_back(materials[slot.material]);
-    if (type == SCNGeometryPrimitiveType::point) makePointsVisible(*elements.back());
   };
-  for (Slot& slot : collector.slots()) addElement(slot, slot.triangles, SCNGeometryPrimitiveType::triangles, 3);
-  for (Slot& slot : collector.slots()) addElement(slot, slot.lines, SCNGeometryPrimitiveType::line, 2);
-  for (Slot& slot : collector.slots()) addElement(slot, slot.points, SCNGeometryPrimitiveType::point, 1);
+  for (Slot& slot : collector.slots()) addElement(slot, slot.triangles, SCNGeometryPrimitiveType::triangles);
+  for (Slot& slot : collector.slots()) addElement(slot, slot.lines, SCNGeometryPrimitiveType::line);
+  for (Slot& slot : collector.slots()) addElement(slot, slot.points, SCNGeometryPrimitiveType::point);
   auto geometry = SCNGeometry::geometryWithSources(std::move(sources), std::move(elements));
   geometry->setMaterials(std::move(elementMaterials));
   return geometry;
@@ -395,15 +377,14 @@ std::shared_ptr<SCNGeometry> OBJGeometryBuilder::buildPointCloud(std::shared_ptr
   Indices all(statements_.positions.size() / 3);
   std::iota(all.begin(), all.end(), 0U);
   SCNGeometry::Sources sources{
-      sourceOver(gathered<3>(statements_.positions, all, {}), SCNGeometrySourceSemantic::vertex, 3)};
+      packedSource(gathered<3>(statements_.positions, all, {}), SCNGeometrySourceSemantic::vertex, 3)};
   if (statements_.normals.size() == statements_.positions.size()) {
-    sources.push_back(sourceOver(gathered<3>(statements_.normals, all, {}), SCNGeometrySourceSemantic::normal, 3));
+    sources.push_back(packedSource(gathered<3>(statements_.normals, all, {}), SCNGeometrySourceSemantic::normal, 3));
   }
   if (!statements_.colors.empty()) {
-    sources.push_back(sourceOver(colorsOf(statements_, all, colorScale_), SCNGeometrySourceSemantic::color, 3));
+    sources.push_back(packedSource(colorsOf(statements_, all, colorScale_), SCNGeometrySourceSemantic::color, 3));
   }
-  auto points = SCNGeometryElement::geometryElementWithData(nullptr, SCNGeometryPrimitiveType::point, all.size(), 4);
-  makePointsVisible(*points);
+  auto points = elementOfCorners(nullptr, SCNGeometryPrimitiveType::point, all.size());
   auto geometry = SCNGeometry::geometryWithSources(std::move(sources), {std::move(points)});
   geometry->setFirstMaterial(std::move(material));
   return geometry;

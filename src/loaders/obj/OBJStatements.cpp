@@ -12,6 +12,7 @@
 #include "foundation/Text.h"
 #include "loaders/mesh/MeshReadError.h"
 #include "loaders/mesh/NumberScanner.h"
+#include "loaders/mesh/TextScanner.h"
 
 namespace ornolith {
 
@@ -353,13 +354,9 @@ std::vector<Stretch> cutIntoStretches(std::string_view text) {
 void throwFirstFault(const std::vector<Stretch>& stretches, std::string_view text) {
   for (const Stretch& stretch : stretches) {
     if (!stretch.fault) continue;
-    const std::string_view before = text.substr(0, static_cast<std::size_t>(stretch.fault->place - text.data()));
-    std::size_t line = 1;
-    for (std::size_t i = 0; i < before.size(); ++i) {
-      if (before[i] == '\n' || (before[i] == '\r' && (i + 1 == text.size() || text[i + 1] != '\n'))) ++line;
-    }
-    throwMalformedMesh("The OBJ file is damaged: " + stretch.fault->sentence + " in line " + std::to_string(line) +
-                       ".");
+    const auto position = static_cast<std::size_t>(stretch.fault->place - text.data());
+    throwMalformedMesh("The OBJ file is damaged: " + stretch.fault->sentence + " in line " +
+                       std::to_string(lineNumberAt(text, position)) + ".");
   }
 }
 
