@@ -128,7 +128,10 @@ class PartCollector {
       list->reserve(vertexCount);
     }
     // Four corners may become two triangles.
-    for (const auto& [material, corners] : cornersOfMaterials) slotOf(material).triangles.reserve(corners / 2 * 3);
+    for (const auto& [material, corners] : cornersOfMaterials) {
+      slotOf(material).triangles.reserve(corners / 2 * 3);
+      if (hasSmoothingGroups_) slotOf(material).smoothingGroups.reserve(corners / 2);
+    }
   }
 
   template <typename Visit>
@@ -258,13 +261,52 @@ bool isSmoothed(const Indices& normals, const std::uint32_t* triangle) {
   return normals[triangle[0]] != noOBJIndex && normals[triangle[1]] != noOBJIndex && normals[triangle[2]] != noOBJIndex;
 }
 
+/// What `list` says of each of the vertices that `sources` are.
+Indices selected(const Indices& list, const Indices& sources) {
+  Indices values(sources.size());
+  for (std::size_t i = 0; i < sources.size(); ++i) values[i] = list[sources[i]];
+  return values;
+}
+
+/// The normals of a part's triangles where none has any; the part's vertices are split where the surface has creases.
+Floats computedNormals(const OBJStatements& statements, PartCollector& part) {
+  std::vector<Slot>& slots = part.slots();
+  const Floats positions = gathered<3>(statements.positions, part.vertices().positions, {});
+  CreasedMesh creased;
+  if (slots.size() == 1) {
+    creased = creasedMesh(positions, slots.front().triangles, slots.front().smoothingGroups);
+    slots.front().triangles = std::move(creased.indices);
+  } else {
+    Indices triangles;
+    Indices smoothingGroups;
+    for (const Slot& slot : slots) {
+      triangles.insert(triangles.end(), slot.triangles.begin(), slot.triangles.end());
+      smoothingGroups.insert(smoothingGroups.end(), slot.smoothingGroups.begin(), slot.smoothingGroups.end());
+    }
+    creased = creasedMesh(positions, triangles, smoothingGroups);
+    auto next = creased.indices.begin();
+    for (Slot& slot : slots) {
+      std::copy_n(next, slot.triangles.size(), slot.triangles.begin());
+      next += static_cast<std::ptrdiff_t>(slot.triangles.size());
+    }
+  }
+  Vertices split;
+  split.positions = selected(part.vertices().positions, creased.sourceVertices);
+  split.texcoords = selected(part.vertices().texcoords, creased.sourceVertices);
+  split.normals.assign(split.count(), noOBJIndex);
+  split.nextOfPosition.assign(split.count(), noVertex);
+  part.setVertices(std::move(split));
+  return std::move(creased.normals);
+}
+
 /// Computes the normals of the triangles that lack one at a corner, and gives the normals of all vertices. The part's
 /// vertices are split where the surface has creases.
 Floats completeNormals(const OBJStatements& statements, PartCollector& part) {
   Vertices& vertices = part.vertices();
-  const bool isComplete =
-      std::find(vertices.normals.begin(), vertices.normals.end(), noOBJIndex) == vertices.normals.end();
-  if (isComplete) return gathered<3>(statements.normals, vertices.normals, normalOfLines);
+  const auto lackingCount =
+      static_cast<std::size_t>(std::count(vertices.normals.begin(), vertices.normals.end(), noOBJIndex));
+  if (lackingCount == 0) return gathered<3>(statements.normals, vertices.normals, normalOfLines);
+  if (lackingCount == vertices.count()) return computedNormals(statements, part);
 
   Indices lacking;
   Indices smoothingGroups;
