@@ -106,6 +106,12 @@ TEST(OBJReader, ReadsAnyLineEndsAndContinuations) {
   }
 }
 
+TEST(OBJReader, TakesACommentOrTheEndRightBehindACorner) {
+  for (const char* face : {"f 1 2 3# c\n", "f 1 2 3 \\", "f 1 2 3 \\ "}) {
+    EXPECT_THAT(drawn(*geometryOf(std::string(square) + face), SCNGeometrySourceSemantic::vertex).size(), 3U) << face;
+  }
+}
+
 TEST(OBJReader, SkipsWhatItDoesNotDraw) {
   EXPECT_EQ(
       positions(

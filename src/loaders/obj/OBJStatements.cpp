@@ -77,7 +77,8 @@ class StretchReader {
     if (*q != '\\') return p;
     do ++q;
     while (q < end_ && isSpace(*q));
-    if (q == end_ || !isLineEnd(*q)) return p;
+    if (q == end_) return q;
+    if (!isLineEnd(*q)) return p;
     return *q == '\r' && q + 1 < end_ && q[1] == '\n' ? q + 2 : q + 1;
   }
 
@@ -268,7 +269,7 @@ class StretchReader {
         normal = furtherIndex(stretch_.normals.size() / 3);
       }
     }
-    if (!isAtWordEnd()) fail(begin, "an index is not a whole number");
+    if (!isAtWordEnd() && *p_ != '#') fail(begin, "an index is not a whole number");
     const std::size_t before = corners.positions.size();
     corners.positions.push_back(position);
     addFurther(corners.texcoords, before, texcoord);
