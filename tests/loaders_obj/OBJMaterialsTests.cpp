@@ -87,6 +87,15 @@ TEST_F(OBJMaterial, LaterDefinitionsReplaceEarlierOnes) {
   EXPECT_EQ(std::get<NSColor>(m->diffuse.contents), NSColor::whiteColor());
 }
 
+TEST_F(OBJMaterial, ReadsLibrariesWithAnyLineEnds) {
+  for (const char* lines :
+       {"Kd 0 1 0\nKe 0 0 1", "Kd 0 1 0\r\nKe 0 0 1\r\n", "Kd 0 1 0\rKe 0 0 1\rnewmtl b\rKd 1 1 1\r"}) {
+    const auto m = material(lines);
+    EXPECT_EQ(std::get<NSColor>(m->diffuse.contents), (NSColor{0, 1, 0, 1})) << lines;
+    EXPECT_EQ(std::get<NSColor>(m->emission.contents), (NSColor{0, 0, 1, 1})) << lines;
+  }
+}
+
 TEST(OBJMaterialName, IsTheRestOfTheLine) {
   EXPECT_EQ(objMaterialName("  Material  #25\t x \r"), "Material #25 x");
   EXPECT_EQ(objMaterialName(" \"My paint\" "), "My paint");

@@ -210,8 +210,7 @@ struct Definitions {
 void readLibrary(const FileURL& library, const std::vector<FileURL>& roots, Definitions& definitions) {
   OBJResourceFinder finder = Normalization::finderForLibrary(library, roots);
   Values* current = nullptr;
-  Normalization::forEachRawLine(library, Normalization::maximumMaterialLibraryByteCount, [&](std::string_view bytes) {
-    const std::string line = repairingUTF8(bytes.substr(bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0));
+  Normalization::forEachLibraryLine(library, [&](const std::string& line) {
     const std::vector<std::string> tokens = Normalization::tokens(line);
     if (tokens.empty()) return;
     const std::string directive = lowercased(tokens.front());

@@ -306,12 +306,23 @@ std::vector<std::string> Normalization::materialLibraryReferences(std::string_vi
   return words;
 }
 
+void Normalization::forEachLibraryLine(const FileURL& url, const std::function<void(const std::string& line)>& body) {
+  forEachRawLine(url, maximumMaterialLibraryByteCount, [&](std::string_view bytes) {
+    if (bytes.starts_with(byteOrderMark)) bytes.remove_prefix(byteOrderMark.size());
+    const std::string text = repairingUTF8(bytes);
+    for (std::size_t begin = 0; begin < text.size();) {
+      const std::size_t end = std::min(text.find('\r', begin), text.size());
+      body(text.substr(begin, end - begin));
+      begin = end + 1;
+    }
+  });
+}
+
 void Normalization::parseMaterialLibrary(const FileURL& url, OBJResourceFinder& finder,
                                          std::map<std::string, MaterialDefinition, std::less<>>& definitions) {
   MaterialDefinition* current = nullptr;
-  forEachRawLine(url, maximumMaterialLibraryByteCount, [&](std::string_view line) {
-    if (line.starts_with(byteOrderMark)) line.remove_prefix(byteOrderMark.size());
-    const std::vector<std::string> words = tokens(isValidUTF8(line) ? std::string(line) : repairingUTF8(line));
+  forEachLibraryLine(url, [&](const std::string& line) {
+    const std::vector<std::string> words = tokens(line);
     if (words.empty()) return;
     const std::string directive = lowercased(words.front());
     if (directive == "newmtl") {

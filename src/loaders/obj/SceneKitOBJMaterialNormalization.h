@@ -68,6 +68,10 @@ struct SceneKitOBJMaterialNormalization {
   /// The names that a line of an OBJ file gives to material libraries: none where it has another directive.
   static std::vector<std::string> materialLibraryReferences(std::string_view line);
 
+  /// Hands the lines of a material library to `body`, in sound UTF-8; they may end in CR alone too. Throws as
+  /// `forEachRawLine` does.
+  static void forEachLibraryLine(const FileURL& url, const std::function<void(const std::string& line)>& body);
+
   /// The definitions of one library, added to `definitions`; one of the same name is replaced. A material's name is all
   /// that stands behind its directive (OBJMaterialName.h), so that "Material #25" and "Material #26" are two.
   static void parseMaterialLibrary(const FileURL& url, OBJResourceFinder& finder,
