@@ -247,6 +247,30 @@ TEST(GLTFAccessors, RefuseClaimsThatTheFileDoesNotWarrant) {
   EXPECT_EQ(refusal("9223372036854775807"), "The accessor 0 has too many elements.");
 }
 
+TEST(GLTFPrimitives, ThatShareDataOverAndOverAreRefused) {
+  const auto refusal = [](std::size_t primitiveCount, const auto& primitive) {
+    File file;
+    file.accessor(file.view(std::string(1200000, '\0')), floatingPoint, 100000, "VEC3");
+    const int colors = file.view(std::string(400000, '\xFF'));
+    file.accessor(colors, unsignedByte, 100000, "VEC4", ",\"normalized\":true");
+    file.shorts({0, 1, 2});
+    std::string primitives = primitive(0);
+    for (std::size_t i = 1; i < primitiveCount; ++i) primitives += "," + primitive(i);
+    file.add("meshes", "[{\"primitives\":[" + primitives + "]}]").add("nodes", "[{\"mesh\":0}]");
+    return refusalOf(file);
+  };
+  const std::string tooMuch = "The glTF file asks for more memory than its size warrants.";
+  const auto sharingAll = [](std::size_t) { return std::string(R"({"attributes":{"POSITION":0}})"); };
+  EXPECT_EQ(refusal(100, sharingAll), "");
+  EXPECT_EQ(refusal(3000, sharingAll), tooMuch);
+  // Streams of their own, for a triangle each.
+  const auto sharingColors = [](std::size_t i) {
+    return R"({"attributes":{"POSITION":0,"COLOR_0":1,"_)" + std::to_string(i) + R"(":0},"indices":2})";
+  };
+  EXPECT_EQ(refusal(100, sharingColors), "");
+  EXPECT_EQ(refusal(1200, sharingColors), tooMuch);
+}
+
 // Attributes.
 
 TEST(GLTFAttributes, BecomeStreams) {

@@ -203,6 +203,41 @@ TEST(GLTFInstances, BeyondTheBudgetAreRefused) {
   EXPECT_EQ(refusalOf(file), "The glTF file asks for more memory than its size warrants.");
 }
 
+TEST(GLTFInstances, OfLargeMeshesAreRefusedWhereDrawingThemGoesBeyondTheBudget) {
+  const auto refusal = [](int mode, const std::string& instanceCount) {
+    File file;
+    file.accessor(-1, floatingPoint, 90000, "VEC3");
+    file.accessor(-1, floatingPoint, 77, "VEC3");
+    file.add("meshes", R"([{"primitives":[{"attributes":{"POSITION":0},"mode":)" + std::to_string(mode) + "}]}]");
+    file.add("nodes", R"([{"mesh":0,"extensions":{"EXT_mesh_gpu_instancing":{"attributes":{"TRANSLATION":1}}}}])");
+    std::string text = file.gltf();
+    text.replace(text.find("\"count\":77"), 10, "\"count\":" + instanceCount);
+    return refusalOf(text, ModelFormat::gltf);
+  };
+  for (const int triangles : {4, 5, 6}) {
+    EXPECT_EQ(refusal(triangles, "20"), "");
+    EXPECT_EQ(refusal(triangles, "2000"), "The glTF file asks for more memory than its size warrants.");
+  }
+  for (const int pointsOrLines : {0, 1, 2, 3}) {
+    EXPECT_EQ(refusal(pointsOrLines, "20"), "");
+    EXPECT_EQ(refusal(pointsOrLines, "100"), "The glTF file asks for more memory than its size warrants.");
+  }
+}
+
+TEST(GLTFHierarchy, WhoseNodesShareALargeMeshIsRefusedWhereDrawingThemGoesBeyondTheBudget) {
+  const auto refusal = [](std::size_t nodeCount) {
+    File file;
+    file.accessor(-1, floatingPoint, 90000, "VEC3");
+    file.add("meshes", R"([{"primitives":[{"attributes":{"POSITION":0}}]}])");
+    std::string nodes = "{\"mesh\":0}";
+    for (std::size_t i = 1; i < nodeCount; ++i) nodes += ",{\"mesh\":0}";
+    file.add("nodes", "[" + nodes + "]");
+    return refusalOf(file.gltf(), ModelFormat::gltf);
+  };
+  EXPECT_EQ(refusal(20), "");
+  EXPECT_EQ(refusal(2000), "The glTF file asks for more memory than its size warrants.");
+}
+
 // Deformation.
 
 /// Three vertices on the x axis that hang on the joints 1 and 2, at the scene's places of these nodes.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "foundation/Rotation.h"
+#include "loaders/gltf/GLTFCorners.h"
 #include "loaders/gltf/GLTFReadError.h"
 #include "scenegraph/NodeMetadata.h"
 #include "scenegraph/Transforms.h"
@@ -135,6 +136,9 @@ class HierarchyMaker {
   }
 
   void show(SCNNode& sceneNode, const GLTFMeshes::Geometries& geometries) {
+    for (const std::shared_ptr<SCNGeometry>& geometry : geometries) {
+      for (const auto& element : geometry->geometryElements()) chargeDrawing(*element, budget_);
+    }
     if (geometries.size() == 1) {
       sceneNode.geometry = geometries.front();
       return;

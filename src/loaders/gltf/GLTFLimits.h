@@ -8,13 +8,21 @@
 
 namespace ornolith {
 
-// What one glTF file may cost in memory, in proportion to its size: compressed, zero-filled and instanced data let a
-// few bytes stand for very much. Real files stay far below.
+// What one glTF file may cost in memory, and thereby in time, in proportion to its size: compressed, zero-filled,
+// shared and instanced data let a few bytes stand for very much. Real files stay far below.
 
 /// What any file may take.
 inline constexpr std::uint64_t gltfMemoryFloor = std::uint64_t{256} << 20;
 /// What each byte of a file, its external resources included, may add to become.
 inline constexpr std::uint64_t gltfMemoryPerFileByte = 64;
+
+/// What making and drawing take for each element of a geometry, and in it for each triangle and for each line or point:
+/// once for the geometry, and once for every node that shows it.
+inline constexpr std::uint64_t gltfBytesPerDrawnElement = 256;
+inline constexpr std::uint64_t gltfBytesPerDrawnTriangle = 8;
+inline constexpr std::uint64_t gltfBytesPerDrawnLineOrPoint = 80;
+/// What each value counts that is looked at again for every geometry that shares it.
+inline constexpr std::uint64_t gltfBytesPerValueRead = 4;
 
 /// Counts what is made from one file against a limit.
 class GLTFMemoryBudget {

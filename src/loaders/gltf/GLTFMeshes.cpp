@@ -61,7 +61,7 @@ class GeometryMaker {
     const SCNGeometry::Sources sources = vertexStreams(*group.front(), deformation_, accessors_, budget_);
     if (sources.empty()) return;
     const std::size_t vertexCount = sources.front()->vectorCount();
-    const bool hasTransparentVertices = hasTransparentColor(sources);
+    const bool hasTransparentVertices = hasTransparentColor(sources, budget_);
     Draft shared;
     for (const GLTFPrimitive* primitive : group) {
       GLTFCorners corners = cornersOfPrimitive(*primitive, vertexCount, accessors_, budget_);
@@ -72,11 +72,13 @@ class GeometryMaker {
       const auto material = materials_.material(primitive->material,
                                                 {.isUnlit = isUnlit, .hasTransparentVertices = hasTransparentVertices});
       if (lacksTangents(*primitive, corners, sources)) {
+        chargeDrawing(*corners.element(), budget_);
         GLTFTangentStreams streams =
             addingTangents(sources, materials_.normalTexcoordSet(primitive->material), corners, budget_);
         add(std::move(streams.sources), {{streams.corners.element()}, {material}});
       } else {
         shared.elements.push_back(corners.element());
+        chargeDrawing(*shared.elements.back(), budget_);
         shared.materials.push_back(material);
       }
     }

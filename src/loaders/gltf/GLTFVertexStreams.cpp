@@ -211,9 +211,10 @@ Source sourceIn(const SCNGeometry::Sources& sources, Semantic semantic, std::siz
   return nullptr;
 }
 
-bool hasTransparentColor(const SCNGeometry::Sources& sources) {
+bool hasTransparentColor(const SCNGeometry::Sources& sources, GLTFMemoryBudget& budget) {
   const Source colors = sourceIn(sources, Semantic::color);
   if (!colors || colors->componentsPerVector() < 4) return false;
+  budget.take(colors->vectorCount(), gltfBytesPerValueRead);
   for (std::size_t i = 0; i < colors->vectorCount(); ++i) {
     if (vectorAt(*colors, i)[3] < 1) return true;
   }

@@ -34,7 +34,7 @@ GLTFTangentStreams addingTangents(const SCNGeometry::Sources& sources, std::size
 std::shared_ptr<const SCNGeometrySource> sourceIn(const SCNGeometry::Sources& sources,
                                                   SCNGeometrySourceSemantic semantic, std::size_t channel = 0);
 
-/// Whether some vertex colour has an alpha below 1.
-bool hasTransparentColor(const SCNGeometry::Sources& sources);
+/// Whether some vertex colour has an alpha below 1. Looking for it counts towards the budget.
+bool hasTransparentColor(const SCNGeometry::Sources& sources, GLTFMemoryBudget& budget);
 
 }  // namespace ornolith
