@@ -1,19 +1,12 @@
 // ornolith_loaders_gltf ornolith_scenegraph ornolith_foundation
 //
 // Reading GLB containers, from the mapped file to the scene. Two layouts of one mesh of a given size: streams that are
-// used where they stand, and quantised interleaved ones with short indices, all of which must be converted. Files of
-// 10 MB; with ORNOLITH_BENCH_LARGE=1 of 500 MB too.
-
-#include <benchmark/benchmark.h>
+// used where they stand, and quantised interleaved ones with short indices, all of which must be converted.
+// ORNOLITH_BENCH_MEGABYTES=500 makes large files.
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <map>
-#include <string>
-#include <vector>
 
+#include "MeshBench.h"
 #include "foundation/FileSystem.h"
 #include "loaders/gltf/GLTFSceneLoader.h"
 #include "support/TemporaryFolder.h"
@@ -21,8 +14,6 @@
 using namespace ornolith;
 
 namespace {
-
-constexpr std::size_t megabyte = 1'000'000;
 
 template <typename Value>
 void append(std::string& bytes, const std::vector<Value>& values) {
@@ -115,23 +106,17 @@ std::string quantisedFile(std::size_t size) {
 
 void readGLB(benchmark::State& state, std::string (*make)(std::size_t)) {
   const testsupport::TemporaryFolder folder;
-  const FileURL url(folder.makeFile("model.glb", make(static_cast<std::size_t>(state.range(0)) * megabyte)));
-  std::size_t size = 0;
+  const FileURL url(folder.makeFile("model.glb", make(bench::fileSize())));
+  const std::size_t size = attributesOfItem(url).size;
   for (auto _ : state) {
     const auto result = GLTFSceneLoader::loadScene(url, {}, ModelFormat::glb);
     benchmark::DoNotOptimize(result.scene.get());
-    size = attributesOfItem(url).size;
   }
   state.SetBytesProcessed(static_cast<std::int64_t>(size) * static_cast<std::int64_t>(state.iterations()));
 }
 
-void sizes(benchmark::internal::Benchmark* benchmark) {
-  benchmark->Arg(10)->Unit(benchmark::kMillisecond);
-  if (std::getenv("ORNOLITH_BENCH_LARGE") != nullptr) benchmark->Arg(500);
-}
-
-BENCHMARK_CAPTURE(readGLB, plain, plainFile)->Apply(sizes);
-BENCHMARK_CAPTURE(readGLB, quantised, quantisedFile)->Apply(sizes);
+BENCHMARK_CAPTURE(readGLB, plain, plainFile)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(readGLB, quantised, quantisedFile)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -1,17 +1,9 @@
 // ornolith_loaders_obj ornolith_scenegraph
 //
 // How fast OBJ text becomes a scene: a wavy sheet of quads or triangles, written as exporters do, with and without
-// normals. ORNOLITH_BENCH_MEGABYTES chooses the size of the text, 10 by default.
+// normals. ORNOLITH_BENCH_MEGABYTES=500 makes large files.
 
-#include <benchmark/benchmark.h>
-
-#include <cmath>
-#include <cstddef>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-
-#include "foundation/Parallel.h"
+#include "MeshBench.h"
 #include "loaders/obj/OBJReader.h"
 #include "loaders/obj/OBJStatements.h"
 
@@ -22,11 +14,6 @@ namespace {
 constexpr std::size_t allThreads = 0;
 
 enum class Attributes { positions, texcoordsAndNormals };
-
-std::size_t wantedSize() {
-  const char* const text = std::getenv("ORNOLITH_BENCH_MEGABYTES");
-  return (text != nullptr ? std::strtoul(text, nullptr, 10) : 10) * 1000 * 1000;
-}
 
 template <typename... Values>
 void print(std::string& text, const char* format, Values... values) {
@@ -81,7 +68,7 @@ const std::string& text(Attributes attributes, int corners) {
   if (text.empty()) {
     constexpr int sample = 300;
     const double perVertex = static_cast<double>(sheet(sample, attributes, corners).size()) / (sample * sample);
-    text = sheet(static_cast<int>(std::sqrt(static_cast<double>(wantedSize()) / perVertex)), attributes, corners);
+    text = sheet(static_cast<int>(std::sqrt(static_cast<double>(bench::fileSize()) / perVertex)), attributes, corners);
   }
   return text;
 }
