@@ -4,7 +4,7 @@ find_package(hwy REQUIRED)
 
 add_library(ornolith_simd INTERFACE)
 target_link_libraries(ornolith_simd INTERFACE ornolith_foundation)
-# SSSE3 alone is left to SSE2: hardly a processor stops there, and every target costs compile time and size.
+# Without SSE4 the plain code serves: hardly a processor stops at SSSE3, and every target costs compile time and size.
 set(ORNOLITH_SIMD_DEFINITIONS "HWY_DISABLED_TARGETS=HWY_SSSE3")
 target_compile_definitions(ornolith_simd INTERFACE "${ORNOLITH_SIMD_DEFINITIONS}")
 get_target_property(ORNOLITH_SIMD_INCLUDES hwy::hwy INTERFACE_INCLUDE_DIRECTORIES)
