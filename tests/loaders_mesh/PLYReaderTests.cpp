@@ -242,6 +242,15 @@ TEST(PLYReader, PrefersColorsOfVerticesToThoseOfFaces) {
   EXPECT_EQ(sourceAt(*scene, SCNGeometrySourceSemantic::color).component(0, 2), 0);
 }
 
+TEST(PLYReader, TakesColorsOfFacesWhereAllVerticesAreWhite) {
+  const std::string colors = "property uchar red\nproperty uchar green\nproperty uchar blue\nproperty uchar alpha\n";
+  const auto scene = readPLY(bytesOf(
+      header("ascii", threeVertices + colors + "element face 1\nproperty list uchar int vertex_indices\n" + colors) +
+      "0 0 0 255 255 255 255\n1 0 0 255 255 255 255\n0 1 0 255 255 255 255\n3 0 1 2 0 0 255 255\n"));
+  EXPECT_EQ(sourceAt(*scene, SCNGeometrySourceSemantic::color).component(0, 0), 0);
+  EXPECT_EQ(sourceAt(*scene, SCNGeometrySourceSemantic::color).component(0, 2), 1);
+}
+
 TEST(PLYReader, ReadsTextureCoordinatesOfCornersAlsoOfPolygons) {
   const auto scene = readPLY(bytesOf(
       header("ascii", fourVertices + "element face 1\nproperty list uchar float texcoord\nproperty list uchar int "

@@ -108,13 +108,11 @@ class FaceReader {
   // Colours of vertices come before those of faces, texture coordinates of faces before those of vertices: the one says
   // more, and the other is written by programs for which a vertex has several.
   void findCornerProperties() {
-    std::array<bool, plySlotCount + 1> has{};
     for (std::size_t i = 0; i < element_.properties.size(); ++i) {
       const PLYProperty& property = element_.properties[i];
-      if (!property.countType) has[plySlotOf(property)] = true;
       if (property.countType && property.name == "texcoord") texcoordProperty_ = i;
     }
-    hasColors_ = mesh_.colors.empty() && has[plyRed] && has[plyGreen] && has[plyBlue];
+    hasColors_ = mesh_.colors.empty() && hasPLYFaceColors(element_);
     const std::size_t known = mesh_.triangles.size();
     if (hasColors_) corners_.colors.resize(known * 4, 1.0F);
     if (texcoordProperty_) corners_.texcoords.resize(known * 2, 0.0F);
@@ -240,6 +238,14 @@ class FaceReader {
 
 bool isPLYFaces(const PLYElement& element) noexcept {
   return element.name == "face" || element.name == "tristrips";
+}
+
+bool hasPLYFaceColors(const PLYElement& element) noexcept {
+  std::array<bool, plySlotCount + 1> has{};
+  for (const PLYProperty& property : element.properties) {
+    if (!property.countType) has[plySlotOf(property)] = true;
+  }
+  return isPLYFaces(element) && has[plyRed] && has[plyGreen] && has[plyBlue];
 }
 
 void readPLYFaces(PLYRows& rows, const PLYElement& element, const PLYColorLevels& levels, IndexedMesh& mesh,

@@ -16,6 +16,9 @@ struct PLYCorners {
 /// True for the elements that `readPLYFaces` reads: "face" and "tristrips".
 bool isPLYFaces(const PLYElement& element) noexcept;
 
+/// True for those whose faces have a colour.
+bool hasPLYFaceColors(const PLYElement& element) noexcept;
+
 /// Appends the triangles of the element, whose rows come next, to those of a mesh whose positions are there, and what
 /// the faces say about corners to `corners`. Throws `MeshReadError`.
 void readPLYFaces(PLYRows& rows, const PLYElement& element, const PLYColorLevels& levels, IndexedMesh& mesh,

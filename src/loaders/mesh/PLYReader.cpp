@@ -46,6 +46,7 @@ class MeshReader {
         hasVertices = true;
         if (element.count > mostVertices) throwMalformedMesh("The PLY file has too many vertices.");
         if (element.count > 0) readPLYVertices(rows_, element, levels_, mesh_);
+        dropWhiteThatSaysNothing();
       } else if (isPLYFaces(element) && hasVertices) {
         readPLYFaces(rows_, element, levels_, mesh_, corners_);
       } else {
@@ -54,6 +55,14 @@ class MeshReader {
       }
     }
     for (auto& [element, rows] : earlyFaces) readPLYFaces(rows, *element, levels_, mesh_, corners_);
+  }
+
+  // Some programs write white for all vertices of a mesh whose faces have colours.
+  void dropWhiteThatSaysNothing() {
+    const bool facesHaveColors = std::any_of(header_.elements.begin(), header_.elements.end(), hasPLYFaceColors);
+    const bool isWhite =
+        std::all_of(mesh_.colors.begin(), mesh_.colors.end(), [](float component) { return component == 1; });
+    if (facesHaveColors && isWhite) mesh_.colors.clear();
   }
 
   // A vertex that its faces say different things about is several.
