@@ -89,6 +89,19 @@ TEST(STLReader, ReadsTextWithAnyLineEnd) {
   }
 }
 
+TEST(STLReader, ReadsTextWithOtherLinesBeforeItsFirstFacet) {
+  expectTheFacet(geometryAt(*readSTL(bytesOf("solid\n# made by hand\ncolor 1 0 0\n" + textFacet())), 0));
+}
+
+TEST(STLReader, ReadsTextInOneLine) {
+  for (const std::string name : {"", "a facet "}) {
+    const auto scene = readSTL(bytesOf("solid " + name + textFacet(" ") + "endsolid " + name));
+    ASSERT_EQ(scene->rootNode()->childCount(), 1U);
+    EXPECT_EQ(scene->rootNode()->childNodes()[0]->name().value_or(""), name.empty() ? "" : "a facet");
+    expectTheFacet(geometryAt(*scene, 0));
+  }
+}
+
 TEST(STLReader, MakesANamedNodeOfEachSolidThatHasFacets) {
   const auto scene =
       readSTL(bytesOf("solid one\n" + textFacet() + "endsolid one\nsolid none\nendsolid none\nsolid \xFF\n" +

@@ -40,7 +40,8 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowercase) {
 }
 
 void addSolid(SCNScene& scene, std::string_view name, IndexedMesh mesh) {
-  addMissingNormals(mesh);
+  // Welded by their places, unless they were by colours too.
+  addMissingNormals(mesh, mesh.colors.empty() ? VertexPlaces::differ : VertexPlaces::mayCoincide);
   const auto geometry = geometryOfMesh(std::move(mesh));
   const SCNNode::Pointer node = SCNNode::nodeWithGeometry(geometry);
   if (!name.empty()) {
@@ -180,14 +181,32 @@ Bytes withoutByteOrderMark(Bytes bytes) {
   return bytes.subspan(hasMark ? 3 : 0);
 }
 
+/// Where in a line the first facet begins, which some programs write right behind the solid's name; the line's length
+/// where none does.
+std::size_t facetIn(std::string_view line) {
+  TextScanner words(std::as_bytes(std::span(line)));
+  std::size_t facet = line.size();
+  for (std::string_view word = words.nextToken(); !word.empty(); word = words.nextToken()) {
+    if (facet < line.size() && equalsIgnoringCase(word, "normal")) return facet;
+    facet = equalsIgnoringCase(word, "facet") ? words.position() - word.size() : line.size();
+  }
+  return line.size();
+}
+
 /// True where the bytes begin as the text of an STL file does: "solid", and then "facet" or "endsolid" at the start of
-/// one of the lines after it.
+/// one of the lines after it, or a facet in the same line.
 bool isText(Bytes bytes) {
+  constexpr int linesSearched = 64;
   TextScanner scanner(bytes);
   if (!equalsIgnoringCase(scanner.nextToken(), "solid")) return false;
-  scanner.restOfLine();
-  const std::string_view keyword = scanner.nextToken();
-  return equalsIgnoringCase(keyword, "facet") || equalsIgnoringCase(keyword, "endsolid");
+  const std::string_view firstLine = scanner.restOfLine();
+  if (facetIn(firstLine) < firstLine.size()) return true;
+  for (int i = 0; i < linesSearched && !scanner.isAtEnd(); ++i) {
+    const std::string_view keyword = scanner.nextToken();
+    if (equalsIgnoringCase(keyword, "facet") || equalsIgnoringCase(keyword, "endsolid")) return true;
+    scanner.restOfLine();
+  }
+  return false;
 }
 
 class TextReader {
@@ -204,7 +223,7 @@ class TextReader {
         readFacet();
       } else if (equalsIgnoringCase(word, "solid")) {
         finishSolid();
-        name_ = restOfLine();
+        name_ = solidName();
       } else if (equalsIgnoringCase(word, "endsolid")) {
         restOfLine();
         finishSolid();
@@ -223,6 +242,13 @@ class TextReader {
     const char* start = place_;
     while (place_ != end_ && !isBlank(*place_)) ++place_;
     return {start, static_cast<std::size_t>(place_ - start)};
+  }
+
+  std::string_view solidName() {
+    const std::string_view line = restOfLine();
+    const std::size_t facet = facetIn(line);
+    if (facet < line.size()) place_ = line.data() + facet;
+    return trimmingWhitespace(line.substr(0, facet));
   }
 
   std::string_view restOfLine() noexcept {
