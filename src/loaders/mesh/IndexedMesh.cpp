@@ -5,7 +5,6 @@
 
 #include "foundation/Parallel.h"
 #include "loaders/mesh/MeshGeometry.h"
-#include "loaders/mesh/VertexNormals.h"
 
 namespace ornolith {
 
@@ -53,9 +52,9 @@ LargeVector<float> selectedVectors(std::span<const float> values, std::size_t co
   return result;
 }
 
-void addMissingNormals(IndexedMesh& mesh) {
+void addMissingNormals(IndexedMesh& mesh, VertexPlaces vertexPlaces) {
   if (mesh.triangles.empty() || !mesh.normals.empty()) return;
-  CreasedMesh creased = creasedMesh(mesh.positions, mesh.triangles);
+  CreasedMesh creased = creasedMesh(mesh.positions, mesh.triangles, {}, vertexPlaces);
   mesh.triangles = std::move(creased.indices);
   mesh.normals = std::move(creased.normals);
   mesh.positions = selectedVectors(mesh.positions, 3, creased.sourceVertices);

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "foundation/LargeVector.h"
+#include "loaders/mesh/VertexNormals.h"
 #include "scenegraph/SCNGeometry.h"
 
 namespace ornolith {
@@ -28,7 +29,7 @@ LargeVector<float> selectedVectors(std::span<const float> values, std::size_t co
                                    std::span<const std::uint32_t> vertices);
 
 /// Gives a mesh of triangles without normals those of VertexNormals.h, creased by angle; vertices are split for it.
-void addMissingNormals(IndexedMesh& mesh);
+void addMissingNormals(IndexedMesh& mesh, VertexPlaces vertexPlaces = VertexPlaces::mayCoincide);
 
 /// The mesh as a geometry with the material of a file that has none. The streams are taken over.
 std::shared_ptr<SCNGeometry> geometryOfMesh(IndexedMesh mesh);

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <numeric>
+#include <utility>
+#include <vector>
 
 #include "foundation/LargeVector.h"
 #include "foundation/LinearAlgebra.h"
 #include "foundation/Math.h"
+#include "foundation/Parallel.h"
+#include "loaders/mesh/MeshReadError.h"
 #include "loaders/mesh/VertexWelding.h"
 
 namespace ornolith {
@@ -66,71 +69,159 @@ struct Group {
   simd_double3 sum;
   simd_float3 firstFacet;
   std::uint32_t smoothingGroup;
-  std::uint32_t nextOfPlace;
+  std::uint32_t next;  // Of a place's first group the latest one, of the others the one before; `none` ends.
+  std::uint32_t firstCorner;
 };
+
+/// A new vertex: a given one as it is in a group.
+struct SplitVertex {
+  std::uint32_t group;
+  std::uint32_t firstCorner;
+  std::uint32_t nextOfSource;  // The one before of the same given vertex.
+};
+
+/// How many threads look through the triangles at once. Each has a range of the places and takes from all triangles, in
+/// their order, the corners that lie there; so what comes out does not depend on the number.
+std::size_t shareCount(std::size_t cornerCount) {
+  constexpr std::size_t cornersWorthAThread = std::size_t{1} << 14;
+  constexpr std::size_t mostShares = 8;
+  return std::clamp<std::size_t>(cornerCount / cornersWorthAThread, 1, std::min(availableThreadCount(), mostShares));
+}
 
 class Creasing {
  public:
   Creasing(std::span<const float> positions, std::span<const std::uint32_t> triangles,
-           std::span<const std::uint32_t> smoothingGroups)
-      : positions_(positions), triangles_(triangles), smoothingGroups_(smoothingGroups) {}
+           std::span<const std::uint32_t> smoothingGroups, VertexPlaces vertexPlaces)
+      : positions_(positions),
+        triangles_(triangles.first(triangles.size() / 3 * 3)),
+        smoothingGroups_(smoothingGroups),
+        placeCount_(positions.size() / 3),
+        vertexPlaces_(vertexPlaces),
+        shares_(shareCount(triangles.size())) {
+    // Numbers of groups and corners have 32 bits.
+    if (triangles_.size() > mostWeldedCorners || placeCount_ > mostWeldedCorners) {
+      throwMalformedMesh("The mesh has too many triangles without normals.");
+    }
+  }
 
   CreasedMesh run() {
     numberPlaces();
-    groupCorners();
-    emitVertices();
+    makeShares();
+    result_.indices.resize(triangles_.size());
+    forEachShare([&](Share& share) { groupCorners(share); });
+    places_ = {};
+    const LargeVector<std::uint32_t> firstCorners = numberedByFirstCorners(result_.indices);
+    result_.sourceVertices.resize(firstCorners.size());
+    result_.normals.resize(firstCorners.size() * 3);
+    forEachShare([&](const Share& share) { emitVertices(share); });
     return std::move(result_);
   }
 
  private:
+  /// A range of the places, and what one thread finds there.
+  struct Share {
+    std::uint32_t firstPlace;
+    std::uint32_t placeCount;
+    LargeVector<Group> laterGroups;     // Of places with several, numbered after all places.
+    LargeVector<SplitVertex> vertices;  // Where several vertices may stand at one place.
+  };
+
+  template <typename Body>
+  void forEachShare(const Body& body) {
+    parallelFor(shares_.size(), 1, [&](std::size_t share) { body(shares_[share]); });
+  }
+
+  /// Vertices with equal coordinates stand at one place.
+  void numberPlaces() {
+    if (vertexPlaces_ == VertexPlaces::differ) return;
+    WeldedCorners welded = weldedCorners(PackedCorners{std::as_bytes(positions_)});
+    if (welded.firstCorners.size() == placeCount_) {
+      vertexPlaces_ = VertexPlaces::differ;
+      return;
+    }
+    placeCount_ = welded.firstCorners.size();
+    places_ = std::move(welded.vertices);
+    lastOfSource_.resize(places_.size());
+    std::fill(lastOfSource_.begin(), lastOfSource_.end(), none);
+  }
+
+  void makeShares() {
+    firstGroups_.resize(placeCount_);
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < shares_.size(); ++i) {
+      const std::size_t begin = std::exchange(end, placeCount_ * (i + 1) / shares_.size());
+      shares_[i].firstPlace = static_cast<std::uint32_t>(begin);
+      shares_[i].placeCount = static_cast<std::uint32_t>(end - begin);
+    }
+  }
+
+  std::uint32_t placeOf(std::uint32_t vertex) const {
+    return vertexPlaces_ == VertexPlaces::differ ? vertex : places_[vertex];
+  }
+
   simd_double3 positionOf(std::uint32_t vertex) const {
     const float* position = positions_.data() + std::size_t{vertex} * 3;
     return {position[0], position[1], position[2]};
   }
 
-  /// Vertices with equal coordinates stand at one place.
-  void numberPlaces() {
-    const std::size_t vertexCount = positions_.size() / 3;
-    if (vertexCount <= mostWeldedCorners) {
-      places_ = weldedCorners(PackedCorners{std::as_bytes(positions_)}).vertices;
-    } else {
-      places_.resize(vertexCount);
-      std::iota(places_.begin(), places_.end(), 0U);
-    }
-  }
-
-  void groupCorners() {
-    lastGroupOfPlace_.assign(places_.size(), none);
-    groups_.reserve(places_.size());
-    groupOfCorner_.resize(triangles_.size());
-    for (std::size_t first = 0; first + 2 < triangles_.size(); first += 3) {
+  void groupCorners(Share& share) {
+    for (std::uint32_t i = 0; i < share.placeCount; ++i) firstGroups_[share.firstPlace + i].firstCorner = none;
+    for (std::size_t first = 0; first < triangles_.size(); first += 3) {
+      std::array<std::uint32_t, 3> places;
+      bool isOfShare = false;
+      for (std::size_t i = 0; i < 3; ++i) {
+        places[i] = placeOf(triangles_[first + i]);
+        isOfShare |= places[i] - share.firstPlace < share.placeCount;
+      }
+      if (!isOfShare) continue;
       const Facet facet = facetOf(
           {positionOf(triangles_[first]), positionOf(triangles_[first + 1]), positionOf(triangles_[first + 2])});
       const std::uint32_t smoothingGroup = smoothingGroups_.empty() ? creasedByAngle : smoothingGroups_[first / 3];
       for (std::size_t i = 0; i < 3; ++i) {
-        const std::uint32_t group = groupAt(places_[triangles_[first + i]], smoothingGroup, facet);
-        if (facet.hasArea) groups_[group].sum = groups_[group].sum + facet.areaNormal * facet.angles[i];
-        groupOfCorner_[first + i] = group;
+        if (places[i] - share.firstPlace >= share.placeCount) continue;
+        const auto corner = static_cast<std::uint32_t>(first + i);
+        const std::uint32_t number = groupAt(share, places[i], smoothingGroup, facet, corner);
+        Group& group = groupOf(share, number);
+        if (facet.hasArea) group.sum = group.sum + facet.areaNormal * facet.angles[i];
+        result_.indices[corner] =
+            vertexPlaces_ == VertexPlaces::differ ? group.firstCorner : firstCornerOf(share, corner, number);
       }
     }
   }
 
-  std::uint32_t groupAt(std::uint32_t place, std::uint32_t smoothingGroup, const Facet& facet) {
-    std::uint32_t& last = lastGroupOfPlace_[place];
-    if (smoothingGroup != flatFacet) {
-      std::uint32_t group = last;
-      for (int i = 0; i < mostSearched && group != none; ++i, group = groups_[group].nextOfPlace) {
-        if (isOf(groups_[group], smoothingGroup, facet)) return group;
-      }
+  Group& groupOf(Share& share, std::uint32_t number) {
+    return number < placeCount_ ? firstGroups_[number] : share.laterGroups[number - placeCount_];
+  }
+  const Group& groupOf(const Share& share, std::uint32_t number) const {
+    return number < placeCount_ ? firstGroups_[number] : share.laterGroups[number - placeCount_];
+  }
+
+  /// The latest group of the place that the facet belongs to, or a new one.
+  std::uint32_t groupAt(Share& share, std::uint32_t place, std::uint32_t smoothingGroup, const Facet& facet,
+                        std::uint32_t corner) {
+    Group& first = firstGroups_[place];
+    const Group added{.sum = {},
+                      .firstFacet = {static_cast<float>(facet.normal.x), static_cast<float>(facet.normal.y),
+                                     static_cast<float>(facet.normal.z)},
+                      .smoothingGroup = smoothingGroup,
+                      .next = first.next,
+                      .firstCorner = corner};
+    if (first.firstCorner == none) {
+      first = added;
+      first.next = none;
+      return place;
     }
-    const auto added = static_cast<std::uint32_t>(groups_.size());
-    groups_.push_back({.sum = {},
-                       .firstFacet = {static_cast<float>(facet.normal.x), static_cast<float>(facet.normal.y),
-                                      static_cast<float>(facet.normal.z)},
-                       .smoothingGroup = smoothingGroup,
-                       .nextOfPlace = last});
-    last = added;
-    return added;
+    if (smoothingGroup != flatFacet) {
+      int searched = 0;
+      for (std::uint32_t number = first.next; number != none; number = share.laterGroups[number - placeCount_].next) {
+        if (searched++ == mostSearched) break;
+        if (isOf(share.laterGroups[number - placeCount_], smoothingGroup, facet)) return number;
+      }
+      if (searched < mostSearched && isOf(first, smoothingGroup, facet)) return place;
+    }
+    first.next = static_cast<std::uint32_t>(placeCount_ + share.laterGroups.size());
+    share.laterGroups.push_back(added);
+    return first.next;
   }
 
   /// A triangle without an area, which shows nothing, belongs anywhere.
@@ -141,60 +232,58 @@ class Creasing {
     return dot(first, facet.normal) >= creaseCosine;
   }
 
-  /// One vertex for each given vertex and group.
-  void emitVertices() {
-    lastGroupOfPlace_ = {};
-    LargeVector<std::uint32_t> lastOfSource(places_.size());
-    std::fill(lastOfSource.begin(), lastOfSource.end(), none);
-    result_.indices.resize(triangles_.size());
-    result_.sourceVertices.reserve(places_.size());
-    for (std::size_t corner = 0; corner < triangles_.size(); ++corner) {
-      const std::uint32_t source = triangles_[corner];
-      const std::uint32_t group = groupOfCorner_[corner];
-      std::uint32_t vertex = lastOfSource[source];
-      for (int i = 0; vertex != none && groupOfVertex_[vertex] != group; ++i) {
-        vertex = i < mostSearched ? nextOfSource_[vertex] : none;
-      }
-      if (vertex == none) {
-        vertex = static_cast<std::uint32_t>(result_.sourceVertices.size());
-        result_.sourceVertices.push_back(source);
-        groupOfVertex_.push_back(group);
-        nextOfSource_.push_back(lastOfSource[source]);
-        lastOfSource[source] = vertex;
-      }
-      result_.indices[corner] = vertex;
+  /// The first corner with the same given vertex and group.
+  std::uint32_t firstCornerOf(Share& share, std::uint32_t corner, std::uint32_t group) {
+    std::uint32_t& last = lastOfSource_[triangles_[corner]];
+    std::uint32_t vertex = last;
+    for (int i = 0; i < mostSearched && vertex != none; ++i, vertex = share.vertices[vertex].nextOfSource) {
+      if (share.vertices[vertex].group == group) return share.vertices[vertex].firstCorner;
     }
-    result_.normals.resize(result_.sourceVertices.size() * 3);
-    for (std::size_t vertex = 0; vertex < groupOfVertex_.size(); ++vertex) setNormal(vertex);
+    share.vertices.push_back({.group = group, .firstCorner = corner, .nextOfSource = last});
+    last = static_cast<std::uint32_t>(share.vertices.size() - 1);
+    return corner;
   }
 
-  void setNormal(std::size_t vertex) {
-    const simd_double3 sum = groups_[groupOfVertex_[vertex]].sum;
-    const double size = length(sum);
+  void emitVertices(const Share& share) {
+    if (vertexPlaces_ == VertexPlaces::mayCoincide) {
+      for (const SplitVertex& vertex : share.vertices) emitVertex(vertex.firstCorner, groupOf(share, vertex.group));
+      return;
+    }
+    for (std::uint32_t i = 0; i < share.placeCount; ++i) {
+      const Group& group = firstGroups_[share.firstPlace + i];
+      if (group.firstCorner != none) emitVertex(group.firstCorner, group);
+    }
+    for (const Group& group : share.laterGroups) emitVertex(group.firstCorner, group);
+  }
+
+  void emitVertex(std::uint32_t firstCorner, const Group& group) {
+    const std::uint32_t vertex = result_.indices[firstCorner];
+    result_.sourceVertices[vertex] = triangles_[firstCorner];
+    const double size = length(group.sum);
     // Of triangles without an area alone.
-    const simd_double3 normal = size > 0 && std::isfinite(size) ? sum / size : simd_double3{0, 0, 1};
+    const simd_double3 normal = size > 0 && std::isfinite(size) ? group.sum / size : simd_double3{0, 0, 1};
     for (std::size_t axis = 0; axis < 3; ++axis) {
-      result_.normals[vertex * 3 + axis] = static_cast<float>(normal[axis]);
+      result_.normals[std::size_t{vertex} * 3 + axis] = static_cast<float>(normal[axis]);
     }
   }
 
   std::span<const float> positions_;
   std::span<const std::uint32_t> triangles_;
   std::span<const std::uint32_t> smoothingGroups_;
-  LargeVector<std::uint32_t> places_;  // Of each vertex.
-  LargeVector<std::uint32_t> lastGroupOfPlace_;
-  LargeVector<Group> groups_;
-  LargeVector<std::uint32_t> groupOfCorner_;
-  LargeVector<std::uint32_t> groupOfVertex_;
-  LargeVector<std::uint32_t> nextOfSource_;  // For each new vertex the one before of the same given vertex.
+  std::size_t placeCount_;
+  VertexPlaces vertexPlaces_;
+  LargeVector<std::uint32_t> places_;        // Of each vertex, where several may stand at one.
+  LargeVector<std::uint32_t> lastOfSource_;  // The latest new vertex of each given one, likewise.
+  LargeVector<Group> firstGroups_;           // Of each place.
+  std::vector<Share> shares_;
   CreasedMesh result_;
 };
 
 }  // namespace
 
 CreasedMesh creasedMesh(std::span<const float> positions, std::span<const std::uint32_t> triangles,
-                        std::span<const std::uint32_t> smoothingGroups) {
-  return Creasing(positions, triangles, smoothingGroups).run();
+                        std::span<const std::uint32_t> smoothingGroups, VertexPlaces vertexPlaces) {
+  return Creasing(positions, triangles, smoothingGroups, vertexPlaces).run();
 }
 
 }  // namespace ornolith

@@ -143,6 +143,63 @@ class FirstCorners {
   std::size_t count_ = 0;
 };
 
+class Numbering {
+ public:
+  explicit Numbering(std::span<std::uint32_t> corners) : corners_(corners) {}
+
+  LargeVector<std::uint32_t> run() {
+    numberFirstCorners();
+    takeNumbersOfFirstCorners();
+    return std::move(firstCorners_);
+  }
+
+ private:
+  std::size_t blockCount() const noexcept { return (corners_.size() + cornersOfABlock - 1) / cornersOfABlock; }
+  std::size_t endOfBlock(std::size_t block) const noexcept {
+    return std::min((block + 1) * cornersOfABlock, corners_.size());
+  }
+
+  template <typename Body>
+  void forEachBlock(const Body& body) const {
+    parallelFor(blockCount(), 1, [&](std::size_t block) { body(block, block * cornersOfABlock, endOfBlock(block)); });
+  }
+
+  void numberFirstCorners() {
+    std::vector<std::uint32_t> firstNumbers(blockCount() + 1);
+    forEachBlock([&](std::size_t block, std::size_t begin, std::size_t end) {
+      std::uint32_t firsts = 0;
+      for (std::size_t corner = begin; corner < end; ++corner) firsts += corners_[corner] == corner ? 1 : 0;
+      firstNumbers[block + 1] = firsts;
+    });
+    for (std::size_t block = 0; block < blockCount(); ++block) firstNumbers[block + 1] += firstNumbers[block];
+    firstCorners_.resize(firstNumbers.back());
+    forEachBlock([&](std::size_t block, std::size_t begin, std::size_t end) {
+      std::uint32_t number = firstNumbers[block];
+      for (std::size_t corner = begin; corner < end; ++corner) {
+        if (corners_[corner] != corner) continue;
+        firstCorners_[number] = static_cast<std::uint32_t>(corner);
+        corners_[corner] = numbered | number++;
+      }
+    });
+  }
+
+  // First corners are read here by all threads and keep their mark until the others have their numbers.
+  void takeNumbersOfFirstCorners() {
+    forEachBlock([&](std::size_t /*block*/, std::size_t begin, std::size_t end) {
+      for (std::size_t corner = begin; corner < end; ++corner) {
+        const std::uint32_t first = corners_[corner];
+        if ((first & numbered) == 0) corners_[corner] = corners_[first] & ~numbered;
+      }
+    });
+    forEachBlock([&](std::size_t /*block*/, std::size_t begin, std::size_t end) {
+      for (std::size_t corner = begin; corner < end; ++corner) corners_[corner] &= ~numbered;
+    });
+  }
+
+  std::span<std::uint32_t> corners_;
+  LargeVector<std::uint32_t> firstCorners_;
+};
+
 template <typename Corners>
 class Welding {
  public:
@@ -151,20 +208,11 @@ class Welding {
   WeldedCorners run() {
     result_.vertices.resize(count_);
     findFirstCorners();
-    numberFirstCorners();
-    takeNumbersOfFirstCorners();
+    result_.firstCorners = numberedByFirstCorners(result_.vertices);
     return std::move(result_);
   }
 
  private:
-  std::size_t blockCount() const noexcept { return (count_ + cornersOfABlock - 1) / cornersOfABlock; }
-  std::size_t endOfBlock(std::size_t block) const noexcept { return std::min((block + 1) * cornersOfABlock, count_); }
-
-  template <typename Body>
-  void forEachBlock(const Body& body) const {
-    parallelFor(blockCount(), 1, [&](std::size_t block) { body(block, block * cornersOfABlock, endOfBlock(block)); });
-  }
-
   // Each thread has a share of the hashes' values and looks at all corners for those that are its own.
   void findFirstCorners() {
     const bool isSmall = count_ < cornersOfABlock;
@@ -198,39 +246,6 @@ class Welding {
     }
   }
 
-  void numberFirstCorners() {
-    std::vector<std::uint32_t> firstNumbers(blockCount() + 1);
-    forEachBlock([&](std::size_t block, std::size_t begin, std::size_t end) {
-      std::uint32_t firsts = 0;
-      for (std::size_t corner = begin; corner < end; ++corner) firsts += result_.vertices[corner] == corner ? 1 : 0;
-      firstNumbers[block + 1] = firsts;
-    });
-    for (std::size_t block = 0; block < blockCount(); ++block) firstNumbers[block + 1] += firstNumbers[block];
-    result_.firstCorners.resize(firstNumbers.back());
-    forEachBlock([&](std::size_t block, std::size_t begin, std::size_t end) {
-      std::uint32_t number = firstNumbers[block];
-      for (std::size_t corner = begin; corner < end; ++corner) {
-        if (result_.vertices[corner] != corner) continue;
-        result_.firstCorners[number] = static_cast<std::uint32_t>(corner);
-        result_.vertices[corner] = numbered | number++;
-      }
-    });
-  }
-
-  // First corners are read here by all threads and keep their mark until the others have their numbers.
-  void takeNumbersOfFirstCorners() {
-    std::span<std::uint32_t> vertices = result_.vertices;
-    forEachBlock([&](std::size_t /*block*/, std::size_t begin, std::size_t end) {
-      for (std::size_t corner = begin; corner < end; ++corner) {
-        const std::uint32_t first = vertices[corner];
-        if ((first & numbered) == 0) vertices[corner] = vertices[first] & ~numbered;
-      }
-    });
-    forEachBlock([&](std::size_t /*block*/, std::size_t begin, std::size_t end) {
-      for (std::size_t corner = begin; corner < end; ++corner) vertices[corner] &= ~numbered;
-    });
-  }
-
   const Corners& corners_;
   std::size_t count_;
   Hash hash_;
@@ -238,6 +253,10 @@ class Welding {
 };
 
 }  // namespace
+
+LargeVector<std::uint32_t> numberedByFirstCorners(std::span<std::uint32_t> corners) {
+  return Numbering(corners).run();
+}
 
 WeldedCorners weldedCorners(const PackedCorners& corners) {
   const Packed packed(corners);

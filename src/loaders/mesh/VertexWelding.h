@@ -35,4 +35,8 @@ struct FacetCorners {
 WeldedCorners weldedCorners(const PackedCorners& corners);
 WeldedCorners weldedCorners(const FacetCorners& corners);
 
+/// Numbers things as they first occur. `corners` holds for each corner the first corner with the same thing, and then
+/// the thing's number; the first corner of each number is given. No more than `mostWeldedCorners` corners.
+LargeVector<std::uint32_t> numberedByFirstCorners(std::span<std::uint32_t> corners);
+
 }  // namespace ornolith
