@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -33,21 +34,24 @@ class CPURenderDevice final : public device::RenderDevice {
                               " pixels is larger than the render device draws.");
     }
     Image image{frame.width, frame.height, {}};
-    image.pixels.resize(std::size_t{frame.width} * frame.height * 4);
-    if (image.pixels.empty()) return image;
+    if (frame.width == 0 || frame.height == 0) return image;
 
     const Projection projection(frame);
     const TileGrid grid(frame.width, frame.height);
     prepareItems(frame, projection, pyramidsOf(frame), prepared_);
     transformVertices(projection, prepared_);
     splitIntoChunks();
-    parallelFor(chunkCount_, 1, [&](std::size_t i) { chunks_[i].build(prepared_, projection, grid); });
+    // Clearing the picture takes about as long as a chunk.
+    parallelFor(chunkCount_ + 1, 1, [&](std::size_t i) {
+      if (i == 0) return image.pixels.resize(std::size_t{frame.width} * frame.height * 4);
+      chunks_[i - 1].build(prepared_, projection, grid);
+    });
 
     const LightRig lights = LightRig::make(frame);
     const std::array<float, 4> background = premultiplied(frame.background);
-    const EncodedRow backgroundRow = encoded(background);
-    const TileInputs inputs{prepared_, projection, grid,         {chunks_.data(), chunkCount_}, lights, tables(),
-                            output(),  background, backgroundRow};
+    const TileInputs inputs{
+        prepared_,  projection,         grid, {chunks_.data(), chunkCount_}, lights, tables(), output(),
+        background, encoded(background)};
     parallelFor(grid.tileCount(), 1, [&](std::size_t tile) {
       std::unique_ptr<TileRenderer> renderer = takeRenderer();
       renderer->render(inputs, tile, image);
@@ -76,12 +80,14 @@ class CPURenderDevice final : public device::RenderDevice {
     return {color.x * alpha, color.y * alpha, color.z * alpha, alpha};
   }
 
-  EncodedRow encoded(const std::array<float, 4>& color) {
+  std::uint32_t encoded(const std::array<float, 4>& color) {
     std::array<float, rowValues> colors;
     for (std::size_t i = 0; i < colors.size(); ++i) colors[i] = color[i % 4];
     EncodedRow row;
     encodePixels(output(), colors, row);
-    return row;
+    std::uint32_t code = 0;
+    std::memcpy(&code, row.data(), sizeof(code));
+    return code;
   }
 
   const OutputTable& output() {

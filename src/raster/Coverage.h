@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 
+#include "raster/FragmentBatch.h"
 #include "raster/PrimitiveRecord.h"
 #include "raster/TileGrid.h"
 
@@ -23,10 +24,13 @@ struct VisibilityBuffer {
   }
 };
 
+/// Room for the pixels of any tile, and for what whole vectors read and write behind them.
+using PixelList = std::array<std::uint16_t, tilePixels + laneReserve>;
+
 /// Pixels that one primitive covers.
 struct FragmentList {
   std::uint32_t count = 0;
-  std::array<std::uint16_t, tilePixels> pixel;
+  PixelList pixel;
   std::array<float, tilePixels> depth;
 };
 
@@ -62,6 +66,10 @@ using PixelRuns = std::array<PixelRun, tilePixels>;
 
 /// The runs of the tile's pixels that show a primitive, row by row; how many there are.
 std::size_t findRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs) noexcept;
+
+/// Writes the pixels of the runs primitive by primitive: those of primitive k from `ends[k]` on, in the order of the
+/// runs. Afterwards `ends[k]` is where they end.
+void sortPixels(std::span<const PixelRun> runs, std::uint32_t* ends, PixelList& pixels) noexcept;
 
 /// The pixels of the tile that a record of any kind covers and, where `readsDepth`, the depth test lets through. Each
 /// pixel occurs once.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "raster/InterpolationKernels.h"
@@ -182,7 +183,10 @@ void PrimitiveAttributes::deriveTangent(const PreparedItem& item) {
 void PrimitiveAttributes::append(std::span<const std::uint16_t> pixels, FragmentBatch& batch) const noexcept {
   const std::size_t count = pixels.size();
   const std::size_t base = batch.count;
-  std::copy(pixels.begin(), pixels.end(), batch.pixel.begin() + base);
+  // In blocks of a fixed size: most primitives have few pixels.
+  for (std::size_t i = 0; i < count; i += laneReserve) {
+    std::memcpy(batch.pixel.data() + base + i, pixels.data() + i, laneReserve * sizeof(std::uint16_t));
+  }
   batch.count += count;
   if (item_.plan.isLit) appendSides(base, count, batch);
   if (item_.plan.hasNormalMap) std::fill_n(batch.tangent.w.begin() + base, count, tangents_[0].w);

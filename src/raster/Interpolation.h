@@ -18,7 +18,8 @@ class PrimitiveAttributes {
  public:
   PrimitiveAttributes(const PreparedFrame& frame, const PrimitiveRecord& record, const TileBounds& tile);
 
-  /// Appends a fragment for each pixel (by its number in the tile) to the batch, which must have room for them.
+  /// Appends a fragment for each pixel (by its number in the tile) to the batch, which must have room for them. Memory
+  /// must go on for `laneReserve` elements behind the pixels.
   void append(std::span<const std::uint16_t> pixels, FragmentBatch& batch) const noexcept;
 
  private:

@@ -2,6 +2,7 @@
 
 #include <bit>
 
+#include "foundation/Math.h"
 #include "imaging/Color.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -74,40 +75,108 @@ void blend(const FragmentBatch& batch, device::BlendMode mode, TileColors& color
   });
 }
 
-HWY_INLINE IntegerVector codes(const std::int32_t* entries, FloatVector linear) {
-  constexpr Floats floats;
+HWY_INLINE IntegerVector tableCodes(const std::int32_t* entries, IntegerVector bits) {
   constexpr Integers integers;
-  // The first comparison turns NaN into the code 0.
-  const FloatVector least = hn::Set(floats, 0x1p-13f), most = hn::Set(floats, 1.0f);
-  const FloatVector atLeast = hn::IfThenElse(hn::Gt(linear, least), linear, least);
-  const IntegerVector bits = hn::BitCast(integers, hn::IfThenElse(hn::Lt(atLeast, most), atLeast, most));
   const IntegerVector bucket =
       hn::Sub(hn::ShiftRight<16>(bits), hn::Set(integers, static_cast<std::int32_t>(OutputTable::firstBucket)));
   const IntegerVector entry = hn::GatherIndex(integers, entries, bucket);
   return hn::ShiftRight<16>(hn::Add(entry, hn::And(bits, hn::Set(integers, 0xffff))));
 }
 
-void encode(const std::int32_t* entries, const float* colors, std::uint8_t* out) {
+/// Codes by a formula that is good to `doubt` of a code, from the table where that does not decide: gathering takes
+/// several times longer. For vectors that hold a factor for each power of two.
+HWY_INLINE IntegerVector formulaCodes(const OutputTable& table, FloatVector linear) {
   constexpr Floats floats;
   constexpr Integers integers;
+  constexpr float doubt = 0x1p-10f;
+  const IntegerVector bits = hn::BitCast(integers, linear);
+  constexpr int mantissaBits = 23;
+  constexpr auto firstPower = static_cast<std::int32_t>(OutputTable::firstBucket >> (mantissaBits - 16));
+  const IntegerVector power = hn::Sub(hn::ShiftRight<mantissaBits>(bits), hn::Set(integers, firstPower));
+  const FloatVector m = hn::BitCast(floats, hn::Or(hn::And(bits, hn::Set(integers, (1 << mantissaBits) - 1)),
+                                                   hn::BitCast(integers, hn::Set(floats, 1.0f))));
+  // m^(1 / 2.4) for 1 <= m < 2, through six Chebyshev nodes.
+  FloatVector root = hn::Set(floats, 0.0051434881f);
+  for (const float coefficient : {-0.049227591f, 0.20208976f, -0.48228520f, 0.94603216f, 0.37824926f}) {
+    root = hn::Add(hn::Mul(root, m), hn::Set(floats, coefficient));
+  }
+  const FloatVector factor = hn::TableLookupLanes(hn::LoadU(floats, table.powers()), hn::IndicesFromVec(floats, power));
+  const FloatVector half = hn::Set(floats, 0.5f);
+  const FloatVector curved = hn::Add(hn::Mul(root, factor), hn::Set(floats, 0.5f - 255.0f * 0.055f));
+  const FloatVector straight = hn::Add(hn::Mul(linear, hn::Set(floats, 255.0f * 12.92f)), half);
+  const FloatVector value = hn::IfThenElse(hn::Le(linear, hn::Set(floats, 0.0031308f)), straight, curved);
+  const IntegerVector codes = hn::ConvertTo(integers, value);
+  const FloatVector fraction = hn::Sub(value, hn::ConvertTo(floats, codes));
+  const auto isDoubtful = hn::Gt(hn::Abs(hn::Sub(fraction, half)), hn::Set(floats, 0.5f - doubt));
+  if (HWY_LIKELY(hn::AllFalse(floats, isDoubtful))) return codes;
+  return tableCodes(table.entries(), bits);
+}
+
+HWY_INLINE IntegerVector codes(const OutputTable& table, FloatVector linear) {
+  constexpr Floats floats;
+  // The first comparison turns NaN into the code 0.
+  const FloatVector least = hn::Set(floats, 0x1p-13f), most = hn::Set(floats, 1.0f);
+  const FloatVector atLeast = hn::IfThenElse(hn::Gt(linear, least), linear, least);
+  const FloatVector limited = hn::IfThenElse(hn::Lt(atLeast, most), atLeast, most);
+  if constexpr (hn::MaxLanes(Floats()) >= OutputTable::powerCount) return formulaCodes(table, limited);
+  return tableCodes(table.entries(), hn::BitCast(Integers(), limited));
+}
+
+HWY_INLINE IntegerVector pixelOf(IntegerVector red, IntegerVector green, IntegerVector blue, IntegerVector alpha) {
+  static_assert(std::endian::native == std::endian::little, "a pixel's first byte is the lowest of its 32 bits");
+  return hn::Or(hn::Or(red, hn::ShiftLeft<8>(green)), hn::Or(hn::ShiftLeft<16>(blue), hn::ShiftLeft<24>(alpha)));
+}
+
+/// Pixels from light multiplied by alpha.
+HWY_INLINE IntegerVector encodedPixels(const OutputTable& table, FloatVector red, FloatVector green, FloatVector blue,
+                                       FloatVector coverage) {
+  constexpr Floats floats;
   const FloatVector zero = hn::Zero(floats), one = hn::Set(floats, 1.0f);
+  // As in `saturate`: NaN gives 0.
+  const FloatVector positive = hn::IfThenElse(hn::Gt(coverage, zero), coverage, zero);
+  const FloatVector alpha = hn::IfThenElse(hn::Lt(positive, one), positive, one);
+  const FloatVector scale = hn::IfThenElse(hn::Gt(alpha, zero), hn::Div(one, alpha), zero);
+  const IntegerVector alphaCode =
+      hn::ConvertTo(Integers(), hn::Add(hn::Mul(alpha, hn::Set(floats, 255.0f)), hn::Set(floats, 0.5f)));
+  return pixelOf(codes(table, hn::Mul(red, scale)), codes(table, hn::Mul(green, scale)),
+                 codes(table, hn::Mul(blue, scale)), alphaCode);
+}
+
+void encode(const OutputTable& table, const float* colors, std::uint8_t* out) {
+  constexpr Floats floats;
+  constexpr Integers integers;
   HWY_ALIGN std::int32_t pixels[tileSide];
   for (std::size_t i = 0; i < tileSide; i += hn::Lanes(floats)) {
     FloatVector red, green, blue, coverage;
     hn::LoadInterleaved4(floats, colors + 4 * i, red, green, blue, coverage);
-    // As in `saturate`: NaN gives 0.
-    const FloatVector positive = hn::IfThenElse(hn::Gt(coverage, zero), coverage, zero);
-    const FloatVector alpha = hn::IfThenElse(hn::Lt(positive, one), positive, one);
-    const FloatVector scale = hn::IfThenElse(hn::Gt(alpha, zero), hn::Div(one, alpha), zero);
-    const IntegerVector alphaCode =
-        hn::ConvertTo(integers, hn::Add(hn::Mul(alpha, hn::Set(floats, 255.0f)), hn::Set(floats, 0.5f)));
-    const IntegerVector pixel =
-        hn::Or(hn::Or(codes(entries, hn::Mul(red, scale)), hn::ShiftLeft<8>(codes(entries, hn::Mul(green, scale)))),
-               hn::Or(hn::ShiftLeft<16>(codes(entries, hn::Mul(blue, scale))), hn::ShiftLeft<24>(alphaCode)));
-    hn::Store(pixel, integers, pixels + i);
+    hn::Store(encodedPixels(table, red, green, blue, coverage), integers, pixels + i);
   }
-  static_assert(std::endian::native == std::endian::little, "a pixel's first byte is the lowest of its 32 bits");
   hwy::CopyBytes<sizeof(pixels)>(pixels, out);
+}
+
+void encodeBatch(const OutputTable& table, const FragmentBatch& batch, bool keepsAlpha, TileCodes& out) {
+  constexpr Floats floats;
+  constexpr Integers integers;
+  const std::size_t lanes = hn::Lanes(floats);
+  const Lane4& result = batch.result;
+  HWY_ALIGN std::int32_t pixels[hn::MaxLanes(Floats())];
+  for (std::size_t i = 0; i < batch.count; i += lanes) {
+    const FloatVector red = hn::Load(floats, &result.x[i]);
+    const FloatVector green = hn::Load(floats, &result.y[i]);
+    const FloatVector blue = hn::Load(floats, &result.z[i]);
+    if (keepsAlpha) {
+      const FloatVector alpha = hn::Load(floats, &result.w[i]);
+      const IntegerVector encoded =
+          encodedPixels(table, hn::Mul(red, alpha), hn::Mul(green, alpha), hn::Mul(blue, alpha), alpha);
+      hn::Store(encoded, integers, pixels);
+    } else {
+      const IntegerVector encoded =
+          pixelOf(codes(table, red), codes(table, green), codes(table, blue), hn::Set(integers, 255));
+      hn::Store(encoded, integers, pixels);
+    }
+    const std::size_t end = HWY_MIN(lanes, batch.count - i);
+    for (std::size_t k = 0; k < end; ++k) out.pixels[batch.pixel[i + k]] = static_cast<std::uint32_t>(pixels[k]);
+  }
 }
 
 }  // namespace ornolith::raster::HWY_NAMESPACE
@@ -120,6 +189,7 @@ namespace ornolith::raster {
 HWY_EXPORT(store);
 HWY_EXPORT(blend);
 HWY_EXPORT(encode);
+HWY_EXPORT(encodeBatch);
 
 void TileColors::clear(const std::array<float, 4>& color) noexcept {
   for (std::size_t i = 0; i < values.size(); i += 4) {
@@ -128,6 +198,9 @@ void TileColors::clear(const std::array<float, 4>& color) noexcept {
 }
 
 OutputTable::OutputTable() {
+  for (int i = 0; i < static_cast<int>(powerCount); ++i) {
+    powers_[static_cast<std::size_t>(i)] = static_cast<float>(255 * 1.055 * math::pow(2.0, (i + firstExponent) / 2.4));
+  }
   const auto codeAt = [](std::uint32_t bits) { return sRGB8FromLinear(std::bit_cast<float>(bits)); };
   for (std::uint32_t bucket = firstBucket; bucket <= lastBucket; ++bucket) {
     const std::uint32_t base = bucket << 16;
@@ -155,7 +228,11 @@ void blendFragments(const FragmentBatch& batch, device::BlendMode mode, TileColo
 }
 
 void encodePixels(const OutputTable& table, std::span<const float, rowValues> colors, EncodedRow& codes) noexcept {
-  HWY_DYNAMIC_DISPATCH(encode)(table.entries(), colors.data(), codes.data());
+  HWY_DYNAMIC_DISPATCH(encode)(table, colors.data(), codes.data());
+}
+
+void encodeFragments(const OutputTable& table, const FragmentBatch& batch, bool keepsAlpha, TileCodes& codes) noexcept {
+  HWY_DYNAMIC_DISPATCH(encodeBatch)(table, batch, keepsAlpha, codes);
 }
 
 }  // namespace ornolith::raster

@@ -25,6 +25,11 @@ struct TileColors {
 /// 64 pixels of straight 8-bit RGBA.
 using EncodedRow = std::array<std::uint8_t, rowValues>;
 
+/// The picture of one tile as it leaves: a pixel's red is in the lowest 8 of its bits.
+struct TileCodes {
+  alignas(64) std::array<std::uint32_t, tilePixels> pixels;
+};
+
 /// Linear light to 8-bit sRGB in one look-up: floats are cut into buckets of 2^16 in which the code rises by one at
 /// most. An entry is the code times 2^16, so much more that the low 16 bits of a float, added to it, carry over exactly
 /// where the code rises.
@@ -36,8 +41,15 @@ class OutputTable {
   static constexpr std::uint32_t lastBucket = 0x3f80;   ///< Of 1.
   const std::int32_t* entries() const noexcept { return entries_.data(); }
 
+  /// 255 * 1.055 * (2^k)^(1 / 2.4) from k = -13 on.
+  static constexpr std::size_t powerCount = 16;
+  const float* powers() const noexcept { return powers_.data(); }
+
  private:
+  static constexpr int firstExponent = -13;
+
   std::array<std::int32_t, lastBucket - firstBucket + 1> entries_{};
+  std::array<float, powerCount> powers_{};
 };
 
 /// Puts the results of a batch into its pixels: the light of opaque surfaces, or, where `keepsAlpha`, light and opacity
@@ -50,5 +62,8 @@ void blendFragments(const FragmentBatch& batch, device::BlendMode mode, TileColo
 
 /// Encodes 64 pixels, just as `sRGB8FromLinear` would one by one.
 void encodePixels(const OutputTable& table, std::span<const float, rowValues> colors, EncodedRow& codes) noexcept;
+
+/// Puts the results of a batch into its pixels, with the codes that `storeFragments` and `encodePixels` give them.
+void encodeFragments(const OutputTable& table, const FragmentBatch& batch, bool keepsAlpha, TileCodes& codes) noexcept;
 
 }  // namespace ornolith::raster

@@ -31,8 +31,23 @@ void TileRenderer::begin(const TileInputs& inputs, std::size_t tile) {
   records_.clear();
   batch_.count = 0;
   isBlending_ = false;
+  hasBlending_ = blendsIn(inputs, tile);
   visibility_.clear(inputs.projection.farthestDepth());
-  colors_.clear(inputs.background);
+  if (hasBlending_) {
+    colors_.clear(inputs.background);
+  } else {
+    codes_.pixels.fill(inputs.backgroundCode);
+  }
+}
+
+bool TileRenderer::blendsIn(const TileInputs& inputs, std::size_t tile) {
+  // Blended items come last.
+  if (!inputs.frame.items.back().isBlended) return false;
+  for (auto chunk = inputs.chunks.rbegin(); chunk != inputs.chunks.rend(); ++chunk) {
+    const std::span<const std::uint32_t> entries = chunk->recordsOf(tile, lookAhead_);
+    if (!entries.empty()) return inputs.frame.items[chunk->records()[entries.back()].item].isBlended;
+  }
+  return false;
 }
 
 void TileRenderer::draw(const PrimitiveRecord* records, std::span<const std::uint32_t> entries) {
@@ -81,11 +96,7 @@ void TileRenderer::shadeOpaque() {
   runEnds_.assign(records_.size() + 1, 0);
   for (const PixelRun& run : runs) runEnds_[run.primitive + 1] += run.count;
   for (std::size_t i = 1; i < runEnds_.size(); ++i) runEnds_[i] += runEnds_[i - 1];
-  for (const PixelRun& run : runs) {
-    std::uint32_t& end = runEnds_[run.primitive];
-    for (std::uint32_t i = 0; i < run.count; ++i) sortedPixels_[end + i] = static_cast<std::uint16_t>(run.first + i);
-    end += run.count;
-  }
+  sortPixels(runs, runEnds_.data(), sortedPixels_);
 
   std::uint32_t begin = 0;
   for (std::size_t i = 0; i < records_.size(); ++i) {
@@ -145,36 +156,45 @@ void TileRenderer::flushBatch() {
   if (batch_.count == 0) return;
   const PreparedItem& item = inputs_->frame.items[batchItem_];
   shadeBatch(item.plan, inputs_->lights, rays_, inputs_->tables, scratch_, batch_);
+  const bool keepsAlpha = item.material->blendMode == device::BlendMode::replace;
   if (isBlending_) {
     blendFragments(batch_, item.material->blendMode, colors_);
+  } else if (hasBlending_) {
+    storeFragments(batch_, keepsAlpha, colors_);
   } else {
-    storeFragments(batch_, item.material->blendMode == device::BlendMode::replace, colors_);
+    encodeFragments(inputs_->output, batch_, keepsAlpha, codes_);
   }
   batch_.count = 0;
 }
 
 namespace {
 
-void writeRow(const EncodedRow& row, const TileBounds& bounds, std::int32_t y, Image& image) noexcept {
+void writeRow(const void* pixels, const TileBounds& bounds, std::int32_t y, Image& image) noexcept {
   std::memcpy(image.pixels.data() + static_cast<std::size_t>(bounds.y + y) * image.rowBytes() +
                   static_cast<std::size_t>(bounds.x) * 4,
-              row.data(), static_cast<std::size_t>(bounds.width) * 4);
+              pixels, static_cast<std::size_t>(bounds.width) * 4);
 }
 
 }  // namespace
 
 void TileRenderer::resolve(Image& image) const {
-  EncodedRow row;
   for (std::int32_t y = 0; y < bounds_.height; ++y) {
-    const auto colors = std::span(colors_.values).subspan(static_cast<std::size_t>(y) * rowValues).first<rowValues>();
-    encodePixels(inputs_->output, colors, row);
-    writeRow(row, bounds_, y, image);
+    if (hasBlending_) {
+      EncodedRow row;
+      encodePixels(inputs_->output,
+                   std::span(colors_.values).subspan(static_cast<std::size_t>(y) * rowValues).first<rowValues>(), row);
+      writeRow(row.data(), bounds_, y, image);
+    } else {
+      writeRow(codes_.pixels.data() + pixelIndex(0, y), bounds_, y, image);
+    }
   }
 }
 
 void TileRenderer::fillWithBackground(const TileInputs& inputs, std::size_t tile, Image& image) {
   const TileBounds bounds = inputs.grid.bounds(tile);
-  for (std::int32_t y = 0; y < bounds.height; ++y) writeRow(inputs.backgroundRow, bounds, y, image);
+  std::array<std::uint32_t, tileSide> row;
+  row.fill(inputs.backgroundCode);
+  for (std::int32_t y = 0; y < bounds.height; ++y) writeRow(row.data(), bounds, y, image);
 }
 
 }  // namespace ornolith::raster

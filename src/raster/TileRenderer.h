@@ -25,17 +25,20 @@ struct TileInputs {
   const TexelTables& tables;
   const OutputTable& output;
   std::array<float, 4> background;  ///< As a pixel of `TileColors`.
-  const EncodedRow& backgroundRow;
+  std::uint32_t backgroundCode;     ///< As a pixel of `TileCodes`.
 };
 
 /// Draws one tile after another; its memory is kept. Per tile: the opaque primitives into a visibility buffer, then the
-/// visible pixels shaded item by item, then the blended primitives over them in order, then the pixels encoded.
+/// visible pixels shaded item by item, then the blended primitives over them in order; pixels that nothing
+/// is blended over are encoded as soon as they are shaded.
 class TileRenderer {
  public:
   void render(const TileInputs& inputs, std::size_t tile, Image& image);
 
  private:
   void begin(const TileInputs& inputs, std::size_t tile);
+  /// Whether any blended primitive may touch the tile.
+  bool blendsIn(const TileInputs& inputs, std::size_t tile);
   void draw(const PrimitiveRecord* records, std::span<const std::uint32_t> entries);
   void drawOpaqueTriangles(const PrimitiveRecord* records, std::span<const std::uint32_t> run,
                            const PreparedItem& item);
@@ -52,18 +55,20 @@ class TileRenderer {
   TileBounds bounds_{};
   ViewRays rays_{};
   VisibilityBuffer visibility_;
-  std::vector<std::uint32_t> binScratch_;
+  std::vector<std::uint32_t> binScratch_, lookAhead_;
   std::vector<const PrimitiveRecord*> records_;  ///< The opaque ones; the visibility buffer holds indices into it.
   std::vector<std::uint32_t> runEnds_;
   PixelRuns runs_;
-  std::array<std::uint16_t, tilePixels> sortedPixels_;
+  PixelList sortedPixels_;
   FragmentList fragments_;
   FragmentBatch batch_;
   FragmentBatch opacityBatch_;
   ShadingScratch scratch_;
   std::uint32_t batchItem_ = 0;
   bool isBlending_ = false;
-  TileColors colors_;
+  bool hasBlending_ = false;
+  TileColors colors_;  ///< Where something is blended.
+  TileCodes codes_;    ///< Elsewhere: what is opaque is encoded at once.
 };
 
 }  // namespace ornolith::raster

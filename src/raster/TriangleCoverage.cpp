@@ -219,6 +219,22 @@ std::size_t listRuns(const VisibilityBuffer& buffer, const TileBounds& tile, Pix
   return count;
 }
 
+void dealOut(std::span<const PixelRun> runs, std::uint32_t* ends, std::uint16_t* pixels) {
+  // Most runs are of a few pixels, of which a loop would guess the number wrong.
+  constexpr hn::CappedTag<std::uint16_t, 8> numbers;
+  constexpr auto lanes = static_cast<std::uint32_t>(hn::MaxLanes(numbers));
+  for (const PixelRun& run : runs) {
+    std::uint16_t* out = pixels + ends[run.primitive];
+    ends[run.primitive] += run.count;
+    std::uint32_t first = run.first, count = run.count;
+    for (; HWY_UNLIKELY(count > lanes); count -= lanes, first += lanes, out += lanes) {
+      hn::StoreU(hn::Iota(numbers, static_cast<std::uint16_t>(first)), numbers, out);
+    }
+    const auto rest = hn::Iota(numbers, static_cast<std::uint16_t>(first));
+    hn::BlendedStore(rest, hn::FirstN(numbers, count), numbers, out);
+  }
+}
+
 }  // namespace ornolith::raster::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -229,6 +245,7 @@ namespace ornolith::raster {
 HWY_EXPORT(drawAll);
 HWY_EXPORT(collect);
 HWY_EXPORT(listRuns);
+HWY_EXPORT(dealOut);
 
 std::uint32_t drawTriangles(const TriangleSequence& triangles, VisibilityBuffer& buffer, const PrimitiveRecord** seen,
                             std::uint32_t seenCount) noexcept {
@@ -237,6 +254,10 @@ std::uint32_t drawTriangles(const TriangleSequence& triangles, VisibilityBuffer&
 
 std::size_t findRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs) noexcept {
   return HWY_DYNAMIC_DISPATCH(listRuns)(buffer, tile, runs);
+}
+
+void sortPixels(std::span<const PixelRun> runs, std::uint32_t* ends, PixelList& pixels) noexcept {
+  HWY_DYNAMIC_DISPATCH(dealOut)(runs, ends, pixels.data());
 }
 
 void collectTriangle(const PrimitiveRecord& record, const TileBounds& tile, bool readsDepth,

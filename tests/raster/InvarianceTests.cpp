@@ -4,7 +4,9 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -156,6 +158,35 @@ void expectPlainCodesOfFloats(const raster::OutputTable& table, std::uint32_t st
       bits += step;
     }
     ASSERT_NO_FATAL_FAILURE(expectPlainCodes(table, colors));
+  }
+}
+
+TEST_P(InstructionSet, EncodesFragmentsAsIfTheyWereStoredBefore) {
+  const raster::OutputTable table;
+  const auto batch = std::make_unique<raster::FragmentBatch>();
+  const auto colors = std::make_unique<raster::TileColors>();
+  const auto codes = std::make_unique<raster::TileCodes>();
+  std::mt19937 random(2);
+  const auto value = [&] { return static_cast<float>(random() % 70000) / 65536.0f - 0.01f; };
+  for (const bool keepsAlpha : {false, true}) {
+    for (std::size_t count = 1; count <= raster::batchSize; ++count) {
+      batch->count = count;
+      for (std::size_t i = 0; i < count; ++i) {
+        batch->pixel[i] = static_cast<std::uint16_t>(i * 31 % raster::tilePixels);
+        for (auto* lane : {&batch->result.x, &batch->result.y, &batch->result.z, &batch->result.w})
+          (*lane)[i] = value();
+      }
+      colors->clear({0, 0, 0, 0});
+      codes->pixels.fill(0);
+      storeFragments(*batch, keepsAlpha, *colors);
+      encodeFragments(table, *batch, keepsAlpha, *codes);
+      for (std::size_t row = 0; row < raster::tileSide; ++row) {
+        raster::EncodedRow expected;
+        encodePixels(table, std::span(colors->values).subspan(row * raster::rowValues).first<raster::rowValues>(),
+                     expected);
+        ASSERT_EQ(std::memcmp(codes->pixels.data() + row * raster::tileSide, expected.data(), expected.size()), 0);
+      }
+    }
   }
 }
 
