@@ -1,14 +1,12 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
 
-#include "foundation/FileURL.h"
 #include "loaders_fbx/FbxSceneAssertions.h"
 #include "loaders_fbx/FbxTestSupport.h"
+#include "support/TestModels.h"
 
 namespace ornolith::test {
 namespace {
@@ -17,23 +15,10 @@ using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::IsSubsetOf;
-
-std::filesystem::path sharedModels() {
-  const char* configured = std::getenv("ORNOLITH_TEST_MODELS");
-  return configured != nullptr ? std::filesystem::path(configured)
-                               : std::filesystem::path(ORNOLITH_SOURCE_DIR) / ".." / "shared" / "models";
-}
+using testsupport::sharedModels;
 
 std::vector<std::filesystem::path> fbxFilesBelow(const std::filesystem::path& folder) {
-  std::vector<std::filesystem::path> files;
-  std::error_code ignored;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, ignored)) {
-    if (entry.is_regular_file() && FileURL(entry.path().string()).lowercasedPathExtension() == "fbx") {
-      files.push_back(entry.path());
-    }
-  }
-  std::sort(files.begin(), files.end());
-  return files;
+  return testsupport::filesBelow(folder, {"fbx"});
 }
 
 /// Every file below `folder` loads into a sound scene, or is refused with a message; answers the names of those

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <string>
 
 #include "GLTFFile.h"
+#include "support/TestModels.h"
 
 namespace ornolith {
 namespace {
@@ -88,24 +88,18 @@ TEST(GLTFDamage, OfNumbersEndsInASoundSceneOrARefusal) {
 // Real files.
 
 std::vector<std::filesystem::path> modelsBelow(const std::filesystem::path& folder) {
-  std::vector<std::filesystem::path> models;
-  std::error_code ignored;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, ignored)) {
-    const std::string extension = entry.path().extension().string();
-    if (extension == ".glb" || extension == ".gltf") models.push_back(entry.path());
-  }
-  return models;
+  return testsupport::filesBelow(folder, {"glb", "gltf"});
+}
+
+ModelFormat formatOf(const std::filesystem::path& model) {
+  return FileURL(model.string()).lowercasedPathExtension() == "glb" ? ModelFormat::glb : ModelFormat::gltf;
 }
 
 TEST(GLTFRealFiles, OfOtherPeoplesExportersLoadSoundly) {
-  const char* configured = std::getenv("ORNOLITH_TEST_MODELS");
-  const std::filesystem::path folder = configured != nullptr
-                                           ? std::filesystem::path(configured)
-                                           : std::filesystem::path(__FILE__).parent_path() / "../../../shared/models";
+  const std::filesystem::path folder = testsupport::sharedModels() / "gltf";
   std::size_t loaded = 0;
-  for (const auto& model : modelsBelow(folder / "gltf")) {
-    const ModelFormat format = model.extension() == ".glb" ? ModelFormat::glb : ModelFormat::gltf;
-    const auto result = GLTFSceneLoader::loadScene(FileURL(model.string()), {}, format);
+  for (const auto& model : modelsBelow(folder)) {
+    const auto result = GLTFSceneLoader::loadScene(FileURL(model.string()), {}, formatOf(model));
     EXPECT_EQ(checkScene(*result.scene).brokenPromise, std::nullopt) << model;
     ++loaded;
   }
@@ -117,9 +111,8 @@ TEST(GLTFRealFiles, MadeToTestReadersLoadSoundlyOrAreRefused) {
   if (models.empty()) GTEST_SKIP() << "The package assimp-testmodels is not installed.";
   std::size_t loaded = 0;
   for (const auto& model : models) {
-    const ModelFormat format = model.extension() == ".glb" ? ModelFormat::glb : ModelFormat::gltf;
     try {
-      const auto result = GLTFSceneLoader::loadScene(FileURL(model.string()), {}, format);
+      const auto result = GLTFSceneLoader::loadScene(FileURL(model.string()), {}, formatOf(model));
       EXPECT_EQ(checkScene(*result.scene).brokenPromise, std::nullopt) << model;
       ++loaded;
     } catch (const GLTFSceneLoaderError& error) {

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <random>
@@ -14,6 +13,7 @@
 #include "loaders/mesh/MeshReadError.h"
 #include "scenegraph/SCNScene.h"
 #include "scenegraph/SceneCheck.h"
+#include "support/TestModels.h"
 
 namespace ornolith::mesh_files {
 
@@ -54,12 +54,7 @@ void expectSurvivesDamage(const Read& read, const std::string& file) {
   }
 }
 
-/// The folder of model files, which need not be there.
-inline std::filesystem::path sharedModels() {
-  const char* configured = std::getenv("ORNOLITH_TEST_MODELS");
-  return configured != nullptr ? std::filesystem::path(configured)
-                               : std::filesystem::path(__FILE__).parent_path() / "../../../shared/models";
-}
+using testsupport::sharedModels;
 
 inline const SCNGeometry& geometryAt(const SCNScene& scene, std::size_t child) {
   return *scene.rootNode()->childNodes().at(child)->geometry;

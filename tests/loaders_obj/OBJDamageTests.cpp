@@ -5,6 +5,7 @@
 
 #include "OBJFiles.h"
 #include "loaders/mesh/MeshReadError.h"
+#include "loaders/obj/OBJStatements.h"
 #include "scenegraph/SceneCheck.h"
 #include "support/FailureOf.h"
 
@@ -113,7 +114,8 @@ TEST(OBJDamage, ManyPartsTakeNoSquaredTime) {
 TEST(OBJDamage, ManyStatementsAboutNothingTakeNoMemory) {
   std::string text = triangle;
   for (int i = 0; i < 300000; ++i) text += "s 1\ng a\nusemtl b\no c\n";
-  EXPECT_LT(secondsFor(text + "f 1 2 3\n"), 20);
+  text += "f 1 2 3\n";
+  for (const OBJStretch& stretch : readOBJStatements(text).stretches) EXPECT_LE(stretch.changes.size(), 4U);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -8,25 +7,20 @@
 #include "OBJFiles.h"
 #include "foundation/Error.h"
 #include "scenegraph/SceneCheck.h"
+#include "support/TestModels.h"
 
 namespace ornolith {
 namespace {
 
-std::filesystem::path sharedModels() {
-  const char* configured = std::getenv("ORNOLITH_TEST_MODELS");
-  return configured != nullptr ? std::filesystem::path(configured)
-                               : std::filesystem::path(__FILE__).parent_path() / "../../../shared/models";
-}
+using testsupport::sharedModels;
 
 /// Every OBJ file below `folder` loads into a sound scene or is refused with a message; gives the names of the refused.
 std::vector<std::string> loadAll(const std::filesystem::path& folder, std::size_t& count) {
   std::vector<std::string> refused;
-  std::error_code ignored;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, ignored)) {
-    const FileURL url(entry.path().string());
-    if (!entry.is_regular_file() || url.lowercasedPathExtension() != "obj") continue;
+  for (const auto& path : testsupport::filesBelow(folder, {"obj"})) {
+    const FileURL url(path.string());
     ++count;
-    SCOPED_TRACE(entry.path());
+    SCOPED_TRACE(path);
     try {
       EXPECT_FALSE(checkScene(*loadOBJScene(url, {})).brokenPromise);
     } catch (const Error& error) {
