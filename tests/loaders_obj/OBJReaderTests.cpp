@@ -182,6 +182,18 @@ TEST(OBJReader, HonoursSmoothingGroupsWhereNormalsAreMissing) {
   EXPECT_NE(flatNormals("s off\nf 1 2 3\nf 2 1 4\n")[0], flatNormals("s off\nf 1 2 3\nf 2 1 4\n")[4]);
 }
 
+TEST(OBJReader, GivesEachSideOfFacesThatFaceBothWaysItsNormals) {
+  const std::string text =
+      std::string(square) + "s 1\nf 1 2 3\nf 3 2 1\nf 1 4 3\nf 1 3 4\nusemtl b\nf 1 2 4\nf 1 4 2\n";
+  const auto geometry = geometryOf(text);
+  const auto normals = drawn(*geometry, SCNGeometrySourceSemantic::normal, 0);
+  ASSERT_EQ(normals.size(), 12U);
+  for (std::size_t i = 0; i < normals.size(); ++i) {
+    EXPECT_EQ(normals[i][2], i < 3 || i >= 9 ? 1 : -1) << i;
+  }
+  EXPECT_EQ(drawn(*geometry, SCNGeometrySourceSemantic::normal, 1)[3][2], -1);
+}
+
 TEST(OBJReader, KeepsNormalsThatAreThereBesideOnesThatAreMissing) {
   const auto geometry = geometryOf(std::string(square) + "vn 1 0 0\nf 1//1 2//1 3//1\nf 1 3 4\nf 1//1 2 3//1\n");
   const Vectors normals = drawn(*geometry, Semantic::normal);

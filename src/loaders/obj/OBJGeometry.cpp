@@ -11,6 +11,7 @@
 #include "loaders/mesh/MeshGeometry.h"
 #include "loaders/mesh/MeshReadError.h"
 #include "loaders/mesh/VertexNormals.h"
+#include "loaders/obj/OBJTwoSidedFaces.h"
 #include "scenegraph/PolygonTriangulation.h"
 
 namespace ornolith {
@@ -268,6 +269,31 @@ Indices selected(const Indices& list, const Indices& sources) {
   return values;
 }
 
+/// Takes triangles that face both ways out of their smoothing groups, in which they would leave no normal. Among many
+/// they are looked for only where there are more than a surface of one side has over as many vertices.
+void creaseTwoSidedFacesByAngle(PartCollector& part) {
+  const Vertices& vertices = part.vertices();
+  const auto placeCount =
+      static_cast<std::size_t>(std::count(vertices.nextOfPosition.begin(), vertices.nextOfPosition.end(), noVertex));
+  std::size_t cornerCount = 0;
+  for (const Slot& slot : part.slots()) cornerCount += slot.triangles.size();
+  constexpr std::size_t fewTriangles = 4096;
+  if (cornerCount / 3 > fewTriangles && cornerCount / 3 <= placeCount * 2) return;
+
+  Indices places;
+  places.reserve(cornerCount);
+  for (const Slot& slot : part.slots()) {
+    for (const std::uint32_t vertex : slot.triangles) places.push_back(vertices.positions[vertex]);
+  }
+  const std::vector<bool> areBoth = facesBothWays(places);
+  std::size_t triangle = 0;
+  for (Slot& slot : part.slots()) {
+    for (std::uint32_t& group : slot.smoothingGroups) {
+      if (areBoth[triangle++]) group = creasedByAngle;
+    }
+  }
+}
+
 /// The normals of a part's triangles where none has any; the part's vertices are split where the surface has creases.
 Floats computedNormals(const OBJStatements& statements, PartCollector& part) {
   std::vector<Slot>& slots = part.slots();
@@ -306,6 +332,7 @@ Floats completeNormals(const OBJStatements& statements, PartCollector& part) {
   const auto lackingCount =
       static_cast<std::size_t>(std::count(vertices.normals.begin(), vertices.normals.end(), noOBJIndex));
   if (lackingCount == 0) return gathered<3>(statements.normals, vertices.normals, normalOfLines);
+  if (part.hasSmoothingGroups()) creaseTwoSidedFacesByAngle(part);
   if (lackingCount == vertices.count()) return computedNormals(statements, part);
 
   Indices lacking;
