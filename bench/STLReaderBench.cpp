@@ -42,12 +42,12 @@ std::string textFile(std::size_t size) {
 }
 
 void readBinary(benchmark::State& state) {
-  readRepeatedly(state, binaryFile(fileSize()), readSTL);
+  readRepeatedly(state, binaryFile(fileSize()), [](auto bytes) { return readSTL(bytes); });
 }
 BENCHMARK(readBinary)->Unit(benchmark::kMillisecond);
 
 void readText(benchmark::State& state) {
-  readRepeatedly(state, textFile(fileSize()), readSTL);
+  readRepeatedly(state, textFile(fileSize()), [](auto bytes) { return readSTL(bytes); });
 }
 BENCHMARK(readText)->Unit(benchmark::kMillisecond);
 

@@ -21,6 +21,12 @@ class FileMapping {
   ~FileMapping() { unmap(); }
 
   std::span<const std::byte> bytes() const noexcept { return bytes_; }
+  /// Lets go of the bytes before the object goes; there are none from then on.
+  void release() noexcept {
+    unmap();
+    bytes_ = {};
+    copy_ = {};
+  }
   std::string_view text() const noexcept { return {reinterpret_cast<const char*>(bytes_.data()), bytes_.size()}; }
 
  private:

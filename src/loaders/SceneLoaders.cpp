@@ -18,9 +18,11 @@ std::shared_ptr<SCNScene> loadModelIOScene(const FileURL& url, ModelFormat forma
   if (format != ModelFormat::stl && format != ModelFormat::ply) {
     throw SceneLoadError(scene_load_error::UnsupportedModelIOFormat{format});
   }
-  const FileMapping file(url);
-  std::shared_ptr<SCNScene> scene =
-      format == ModelFormat::stl ? readSTL(file.bytes()) : readPLY(file.bytes(), url.deletingLastPathComponent());
+  FileMapping file(url);
+  const auto release = [&] { file.release(); };
+  std::shared_ptr<SCNScene> scene = format == ModelFormat::stl
+                                        ? readSTL(file.bytes(), release)
+                                        : readPLY(file.bytes(), url.deletingLastPathComponent(), release);
   if (scene->rootNode()->childCount() == 0) throw SceneLoadError(scene_load_error::EmptyModelIOScene{url});
   return scene;
 }

@@ -80,5 +80,14 @@ TEST(FileMapping, RefusesWhatIsNoRegularFile) {
   EXPECT_EQ(codeOfRefusal(folder / "link", FinalLink::refuse), ELOOP);
 }
 
+TEST(FileMapping, HasNoBytesOnceTheyAreReleased) {
+  const TemporaryFolder folder;
+  folder.makeFile("file", "contents");
+  FileMapping mapping(FileURL(folder / "file"));
+  mapping.release();
+  EXPECT_TRUE(mapping.bytes().empty());
+  mapping.release();
+}
+
 }  // namespace
 }  // namespace ornolith

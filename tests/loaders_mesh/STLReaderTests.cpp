@@ -34,7 +34,7 @@ std::string textFacet(const std::string& lineEnd = "\n") {
 }
 
 std::string refusal(const std::string& file) {
-  return refusalOf(readSTL, file);
+  return refusalOf([](auto bytes) { return readSTL(bytes); }, file);
 }
 
 void expectTheFacet(const SCNGeometry& geometry) {
@@ -208,6 +208,19 @@ TEST(STLReader, ReadsRealFilesSoundly) {
     EXPECT_GT(scene->rootNode()->childCount(), 0U) << entry.path();
     EXPECT_EQ(checkScene(*scene).brokenPromise, std::nullopt) << entry.path();
   }
+}
+
+TEST(STLReader, LooksAtNoByteOnceItHasSaidSo) {
+  const std::string file = foldedFile(3);
+  std::string lost = file;
+  int calls = 0;
+  const auto scene = readSTL(bytesOf(lost), [&] {
+    lost.assign(lost.size(), '\xFF');
+    ++calls;
+  });
+  EXPECT_EQ(calls, 1);
+  const auto expected = readSTL(bytesOf(file));
+  EXPECT_EQ(geometryAt(*scene, 0).boundingBox(), geometryAt(*expected, 0).boundingBox());
 }
 
 }  // namespace

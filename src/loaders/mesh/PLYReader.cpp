@@ -121,9 +121,11 @@ std::optional<FileURL> textureOf(const PLYHeader& header, const std::optional<Fi
 
 }  // namespace
 
-std::shared_ptr<SCNScene> readPLY(std::span<const std::byte> bytes, const std::optional<FileURL>& resourceFolder) {
+std::shared_ptr<SCNScene> readPLY(std::span<const std::byte> bytes, const std::optional<FileURL>& resourceFolder,
+                                  const std::function<void()>& whenRead) {
   const PLYHeader header = readPLYHeader(bytes);
   IndexedMesh mesh = MeshReader(bytes, header).read();
+  if (whenRead) whenRead();
   std::shared_ptr<SCNScene> scene = SCNScene::scene();
   if (mesh.positions.empty()) return scene;
   addMissingNormals(mesh);

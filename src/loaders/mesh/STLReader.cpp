@@ -159,7 +159,7 @@ IndexedMesh meshOfFacets(Bytes facets, const FacetColors& colors) {
   return mesh;
 }
 
-void readBinary(Bytes bytes, SCNScene& scene) {
+void readBinary(Bytes bytes, SCNScene& scene, const std::function<void()>& whenRead) {
   const std::size_t facetCount = claimedFacetCount(bytes);
   const std::size_t held = (bytes.size() - firstFacet) / facetSize;
   if (facetCount > held) {
@@ -169,7 +169,9 @@ void readBinary(Bytes bytes, SCNScene& scene) {
   if (facetCount == 0) return;
   checkFacetCount(facetCount);
   const Bytes facets = bytes.subspan(firstFacet, facetCount * facetSize);
-  addSolid(scene, {}, meshOfFacets(facets, FacetColors(bytes.first(headerSize), facets, facetCount)));
+  IndexedMesh mesh = meshOfFacets(facets, FacetColors(bytes.first(headerSize), facets, facetCount));
+  if (whenRead) whenRead();
+  addSolid(scene, {}, std::move(mesh));
 }
 
 // ASCII files.
@@ -318,7 +320,7 @@ class TextReader {
 
 }  // namespace
 
-std::shared_ptr<SCNScene> readSTL(std::span<const std::byte> bytes) {
+std::shared_ptr<SCNScene> readSTL(std::span<const std::byte> bytes, const std::function<void()>& whenRead) {
   std::shared_ptr<SCNScene> scene = SCNScene::scene();
   const bool canBeBinary = bytes.size() >= firstFacet;
   const bool isWholeBinary = canBeBinary && claimedSize(bytes) == bytes.size();
@@ -326,7 +328,7 @@ std::shared_ptr<SCNScene> readSTL(std::span<const std::byte> bytes) {
   if (!isWholeBinary && isText(text)) {
     TextReader(text, *scene).read();
   } else if (canBeBinary) {
-    readBinary(bytes, *scene);
+    readBinary(bytes, *scene, whenRead);
   } else {
     throwMalformedMesh("The STL file is neither text nor long enough for a binary file.");
   }
