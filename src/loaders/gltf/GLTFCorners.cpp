@@ -4,6 +4,7 @@
 
 #include "foundation/LargeVector.h"
 #include "loaders/gltf/GLTFReadError.h"
+#include "loaders/mesh/MeshGeometry.h"
 
 namespace ornolith {
 
@@ -49,15 +50,7 @@ GLTFCorners trianglesOfFan(GLTFMemoryBudget& budget, Indices indices) {
 }  // namespace
 
 std::shared_ptr<SCNGeometryElement> GLTFCorners::element() const {
-  const std::size_t cornersEach = type == SCNGeometryPrimitiveType::triangles ? 3
-                                  : type == SCNGeometryPrimitiveType::line    ? 2
-                                                                              : 1;
-  auto element = SCNGeometryElement::geometryElementWithData(data, type, count / cornersEach, sizeof(std::uint32_t));
-  if (type == SCNGeometryPrimitiveType::point) {
-    element->minimumPointScreenSpaceRadius = 2;
-    element->maximumPointScreenSpaceRadius = 2;
-  }
-  return element;
+  return elementOfCorners(data, type, count);
 }
 
 void chargeDrawing(const SCNGeometryElement& element, GLTFMemoryBudget& budget) {

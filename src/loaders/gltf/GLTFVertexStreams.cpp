@@ -10,6 +10,7 @@
 
 #include "foundation/LargeVector.h"
 #include "loaders/gltf/GLTFReadError.h"
+#include "loaders/mesh/MeshGeometry.h"
 #include "loaders/mesh/TangentSpace.h"
 
 namespace ornolith {
@@ -29,12 +30,6 @@ struct Attribute {
   std::size_t fewestComponents = 3;
   std::size_t mostComponents = 3;
 };
-
-Source packedSource(LargeVector<float> values, Semantic semantic, std::size_t components) {
-  const std::size_t count = values.size() / components;
-  return SCNGeometrySource::geometrySourceWithData(SharedBytes::takingOver(std::move(values)), semantic, count, true,
-                                                   components, sizeof(float), 0, components * sizeof(float));
-}
 
 const float* vectorAt(const SCNGeometrySource& source, std::size_t index) noexcept {
   return reinterpret_cast<const float*>(source.data()->data() + source.dataOffset() + index * source.dataStride());

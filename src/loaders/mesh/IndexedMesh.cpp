@@ -8,33 +8,6 @@
 
 namespace ornolith {
 
-namespace {
-
-constexpr double pointRadius = 2;  // Pixels, so that a cloud of points is seen in a large picture too.
-
-std::shared_ptr<const SCNGeometrySource> sourceOf(LargeVector<float> values, SCNGeometrySourceSemantic semantic,
-                                                  std::size_t components) {
-  const std::size_t count = values.size() / components;
-  return SCNGeometrySource::geometrySourceWithData(SharedBytes::takingOver(std::move(values)), semantic, count, true,
-                                                   components, sizeof(float), 0, 0);
-}
-
-std::shared_ptr<SCNGeometryElement> elementOf(LargeVector<std::uint32_t> triangles, std::size_t vertexCount) {
-  if (!triangles.empty()) {
-    const std::size_t count = triangles.size() / 3;
-    return SCNGeometryElement::geometryElementWithData(SharedBytes::takingOver(std::move(triangles)),
-                                                       SCNGeometryPrimitiveType::triangles, count,
-                                                       sizeof(std::uint32_t));
-  }
-  auto points = SCNGeometryElement::geometryElementWithData(nullptr, SCNGeometryPrimitiveType::point, vertexCount,
-                                                            sizeof(std::uint32_t));
-  points->minimumPointScreenSpaceRadius = pointRadius;
-  points->maximumPointScreenSpaceRadius = pointRadius;
-  return points;
-}
-
-}  // namespace
-
 LargeVector<float> selectedVectors(std::span<const float> values, std::size_t components,
                                    std::span<const std::uint32_t> vertices) {
   LargeVector<float> result;
@@ -65,16 +38,21 @@ void addMissingNormals(IndexedMesh& mesh, VertexPlaces vertexPlaces) {
 std::shared_ptr<SCNGeometry> geometryOfMesh(IndexedMesh mesh) {
   const bool hasColors = !mesh.colors.empty();
   const std::size_t vertexCount = mesh.vertexCount();
-  SCNGeometry::Sources sources{sourceOf(std::move(mesh.positions), SCNGeometrySourceSemantic::vertex, 3)};
-  if (!mesh.normals.empty()) sources.push_back(sourceOf(std::move(mesh.normals), SCNGeometrySourceSemantic::normal, 3));
+  SCNGeometry::Sources sources{packedSource(std::move(mesh.positions), SCNGeometrySourceSemantic::vertex, 3)};
+  if (!mesh.normals.empty()) {
+    sources.push_back(packedSource(std::move(mesh.normals), SCNGeometrySourceSemantic::normal, 3));
+  }
   if (hasColors) {
-    sources.push_back(sourceOf(std::move(mesh.colors), SCNGeometrySourceSemantic::color, mesh.colorComponents));
+    sources.push_back(packedSource(std::move(mesh.colors), SCNGeometrySourceSemantic::color, mesh.colorComponents));
   }
   if (!mesh.texcoords.empty()) {
-    sources.push_back(sourceOf(std::move(mesh.texcoords), SCNGeometrySourceSemantic::texcoord, 2));
+    sources.push_back(packedSource(std::move(mesh.texcoords), SCNGeometrySourceSemantic::texcoord, 2));
   }
-  auto geometry =
-      SCNGeometry::geometryWithSources(std::move(sources), {elementOf(std::move(mesh.triangles), vertexCount)});
+  const std::size_t cornerCount = mesh.triangles.size();
+  auto element = cornerCount > 0 ? elementOfCorners(SharedBytes::takingOver(std::move(mesh.triangles)),
+                                                    SCNGeometryPrimitiveType::triangles, cornerCount)
+                                 : elementOfCorners(nullptr, SCNGeometryPrimitiveType::point, vertexCount);
+  auto geometry = SCNGeometry::geometryWithSources(std::move(sources), {std::move(element)});
   geometry->setFirstMaterial(defaultMeshMaterial(hasColors));
   return geometry;
 }
