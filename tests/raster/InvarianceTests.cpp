@@ -36,13 +36,7 @@ class InstructionSet : public testing::TestWithParam<std::int64_t> {
   }
 };
 
-std::vector<std::int64_t> instructionSets() {
-  std::vector<std::int64_t> sets;
-  for (std::int64_t rest = hwy::SupportedTargets(); rest != 0; rest &= rest - 1) sets.push_back(rest & -rest);
-  return sets;
-}
-
-INSTANTIATE_TEST_SUITE_P(OfThisMachine, InstructionSet, testing::ValuesIn(instructionSets()),
+INSTANTIATE_TEST_SUITE_P(OfThisMachine, InstructionSet, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
                          [](const auto& set) { return std::string(hwy::TargetName(set.param)); });
 
 /// Triangles of all sizes and shapes, from parts of a pixel to the whole picture, some through the camera's plane, some
