@@ -6,6 +6,7 @@
 #include "imaging/Color.h"
 #include "imaging/PNGEncoder.h"
 #include "loaders/gltf/GLTFMaterials.h"
+#include "loaders/gltf/GLTFSpecularGlossiness.h"
 
 namespace ornolith {
 namespace {
@@ -350,6 +351,20 @@ TEST_F(GLTFMaterialsTest, OfSpecularGlossinessTexturesAreConvertedTexelByTexel) 
   EXPECT_EQ(data->pixels[5], 255);
   EXPECT_EQ(material().metalness.textureComponents, SCNColorMask::blue);
   EXPECT_EQ(material().roughness.textureComponents, SCNColorMask::green);
+}
+
+TEST(SpecularGlossinessConverter, CountsWhatItDecodesEachTimeTowardsItsLimit) {
+  constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
+  const std::vector<std::byte> png = encodePNG(Image{512, 512, std::vector<std::uint8_t>(mebibyte, 200)});
+  const auto image = std::make_shared<const EncodedImage>(EncodedImage{png, nullptr});
+  SpecularGlossiness source;
+  source.diffuse = image;
+  source.specularGlossiness = image;
+  // Each attempt counts one mebibyte, each of two images decoded one, each of two images made one.
+  SpecularGlossinessConverter converter(20 * mebibyte);
+  std::size_t converted = 0;
+  for (int attempt = 0; attempt < 20; ++attempt) converted += converter.convert(source) ? 1 : 0;
+  EXPECT_EQ(converted, 4U);
 }
 
 TEST_F(GLTFMaterialsTest, OfSpecularGlossinessTexturesThatLieDifferentlyKeepTheDiffuseOne) {

@@ -157,6 +157,7 @@ std::shared_ptr<const Image> SpecularGlossinessConverter::decoded(const SCNMater
   }
   if (isNew) allowedBytes_ += std::min(size, largestVouchingSize) * bytesPerEncodedByte;
   if (!image || image->pixels.empty()) return nullptr;
+  takenBytes_ += image->pixels.size();
   return std::make_shared<const Image>(*std::move(image));
 }
 

@@ -41,18 +41,22 @@ struct MetallicRoughnessImages {
   std::shared_ptr<const Image> metallicRoughness;  ///< Roughness in green, metalness in blue.
 };
 
-/// Converts texel by texel. What it makes for one document stays in proportion to what it is made from.
+/// Converts texel by texel. What it decodes and makes for one document stays in proportion to what it is made from.
 class SpecularGlossinessConverter {
  public:
+  /// `allowedBytes` is what any document may have decoded and made, however small its images are.
+  explicit SpecularGlossinessConverter(std::uint64_t allowedBytes = std::uint64_t{1} << 30)
+      : allowedBytes_(allowedBytes) {}
+
   /// The images that stand for `source`, in the size of its larger image on each axis. Nothing where no image decodes,
-  /// and where the images made so far have become too many.
+  /// and where the images decoded and made so far have become too many.
   std::optional<MetallicRoughnessImages> convert(const SpecularGlossiness& source);
 
  private:
   std::shared_ptr<const Image> decoded(const SCNMaterialContents& contents);
 
   std::set<std::variant<std::string, const EncodedImage*>> known_;
-  std::uint64_t allowedBytes_ = std::uint64_t{1} << 30;
+  std::uint64_t allowedBytes_;
   std::uint64_t takenBytes_ = 0;
 };
 
