@@ -195,8 +195,9 @@ TEST(STLReader, RefusesFacetsThatAreNoTriangles) {
 }
 
 TEST(STLReader, SurvivesDamage) {
-  expectSurvivesDamage(readSTL, binaryFile({0, 0x8001, 3}));
-  expectSurvivesDamage(readSTL, "solid a\n" + textFacet() + textFacet() + "endsolid a\n");
+  const auto read = [](auto bytes) { return readSTL(bytes); };
+  expectSurvivesDamage(read, binaryFile({0, 0x8001, 3}));
+  expectSurvivesDamage(read, "solid a\n" + textFacet() + textFacet() + "endsolid a\n");
 }
 
 TEST(STLReader, ReadsRealFilesSoundly) {
