@@ -80,10 +80,14 @@ template <typename Visit>
 HWY_INLINE void visitCorners(const TileTriangle& triangle, const TileBounds& tile, const Visit& visit) {
   if (triangle.top > triangle.bottom) return;
   constexpr NarrowFloats narrow;
-  if (triangle.right - triangle.left < static_cast<std::int32_t>(hn::Lanes(narrow))) {
+  constexpr WideFloats wide;
+  const std::int32_t width = triangle.right - triangle.left;
+  if (width < static_cast<std::int32_t>(hn::Lanes(narrow))) {
     visitRows<true>(narrow, triangle, tile, visit);
+  } else if (width < static_cast<std::int32_t>(hn::Lanes(wide))) {
+    visitRows<true>(wide, triangle, tile, visit);
   } else {
-    visitRows<false>(WideFloats(), triangle, tile, visit);
+    visitRows<false>(wide, triangle, tile, visit);
   }
 }
 
