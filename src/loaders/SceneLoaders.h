@@ -10,8 +10,9 @@
 
 namespace ornolith {
 
-// The entries to the readers of the formats other than FBX, one for each family. OBJ, STL and PLY have a reader;
-// for the other formats the entry throws `SceneLoadError`, which names the format.
+// The entries to the readers of the formats other than FBX, one for each family; that of glTF and GLB is
+// `GLTFSceneLoader::loadScene`. OBJ, glTF, GLB, STL and PLY have a reader; for the other formats the entry throws
+// `SceneLoadError`, which names the format.
 
 /// Reads OBJ, DAE, SCN, USD, USDA, USDC and USDZ; it is also tried for an FBX file that the FBX reader refuses. The
 /// format is that of the path's extension. Resources are searched beside the file and in `assetDirectories`. Throws

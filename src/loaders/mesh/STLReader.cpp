@@ -303,10 +303,8 @@ class TextReader {
   }
 
   [[noreturn]] void fail(const std::string& fault) const {
-    std::size_t line = 1;
-    for (const char* letter = begin_; letter != place_; ++letter) {
-      if (*letter == '\n' || (*letter == '\r' && (letter + 1 == end_ || letter[1] != '\n'))) ++line;
-    }
+    const std::string_view text(begin_, static_cast<std::size_t>(end_ - begin_));
+    const std::size_t line = lineNumberAt(text, static_cast<std::size_t>(place_ - begin_));
     throwMalformedMesh("The STL file " + fault + " (line " + std::to_string(line) + ").");
   }
 
