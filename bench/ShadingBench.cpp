@@ -48,7 +48,7 @@ void sampleMillion(benchmark::State& state) {
   const auto sample = std::make_unique<Lane4>();
   for (auto _ : state) {
     for (std::size_t i = 0; i < 1000000; i += batchSize) {
-      sampleTextures({&read, 1}, tables, {lanes.get(), 1}, batchSize, {sample.get(), 1});
+      sampleTextures({&read, 1}, {lanes.get(), 1}, batchSize, {sample.get(), 1});
     }
     benchmark::DoNotOptimize(sample->x[0]);
   }

@@ -49,9 +49,8 @@ class CPURenderDevice final : public device::RenderDevice {
 
     const LightRig lights = LightRig::make(frame);
     const std::array<float, 4> background = premultiplied(frame.background);
-    const TileInputs inputs{
-        prepared_,  projection,         grid, {chunks_.data(), chunkCount_}, lights, tables(), output(),
-        background, encoded(background)};
+    const TileInputs inputs{prepared_, projection, grid,       {chunks_.data(), chunkCount_},
+                            lights,    output(),   background, encoded(background)};
     parallelFor(grid.tileCount(), 1, [&](std::size_t tile) {
       std::unique_ptr<TileRenderer> renderer = takeRenderer();
       renderer->render(inputs, tile, image);

@@ -60,13 +60,6 @@ HWY_INLINE FloatVector saturate(FloatVector value) {
   return hn::IfThenElseZero(hn::Gt(value, all(0.0f)), limited);
 }
 
-HWY_INLINE FloatVector fastFloor(FloatVector x) {
-  const FloatMask hasFraction = hn::Lt(hn::Abs(x), all(8388608.0f));
-  const FloatVector truncated = hn::ConvertTo(Floats(), hn::ConvertTo(Integers(), hn::IfThenElseZero(hasFraction, x)));
-  const FloatVector lower = hn::IfThenElse(hn::Gt(truncated, x), truncated - all(1.0f), truncated);
-  return hn::IfThenElse(hasFraction, lower, x);
-}
-
 HWY_INLINE FloatVector fastLog2(FloatVector x) {
   const BitVector sqrtHalf = hn::Set(Bits(), 0x3f3504f3u);
   const BitVector bits = hn::BitCast(Bits(), x) - sqrtHalf;
@@ -82,7 +75,7 @@ HWY_INLINE FloatVector fastLog2(FloatVector x) {
 HWY_INLINE FloatVector fastExp2(FloatVector x) {
   const FloatVector limited =
       hn::IfThenElse(hn::Gt(x, all(126.0f)), all(126.0f), hn::IfThenElse(hn::Gt(x, all(-126.0f)), x, all(-126.0f)));
-  const FloatVector whole = fastFloor(limited + all(0.5f));
+  const FloatVector whole = hn::Floor(limited + all(0.5f));
   const FloatVector f = (limited - whole) * all(0.693147181f);
   const FloatVector series =
       all(1.0f) +

@@ -18,15 +18,14 @@ LightRig LightRig::make(const device::FrameDescription& frame) {
   return rig;
 }
 
-void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, const TexelTables& tables,
-                ShadingScratch& scratch, FragmentBatch& batch) noexcept {
-  sampleTextures(plan.reads, tables, batch.coordinates, batch.count, scratch.samples);
+void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, ShadingScratch& scratch,
+                FragmentBatch& batch) noexcept {
+  sampleTextures(plan.reads, batch.coordinates, batch.count, scratch.samples);
   computeLight(plan, lights, rays, scratch.samples, batch);
 }
 
-void shadeOpacity(const ShadingPlan& plan, const TexelTables& tables, ShadingScratch& scratch,
-                  FragmentBatch& batch) noexcept {
-  sampleTextures(plan.opacityReads, tables, batch.coordinates, batch.count, scratch.samples);
+void shadeOpacity(const ShadingPlan& plan, ShadingScratch& scratch, FragmentBatch& batch) noexcept {
+  sampleTextures(plan.opacityReads, batch.coordinates, batch.count, scratch.samples);
   computeOpacity(plan, plan.opacityDiffuse, plan.opacityTransparent, scratch.samples, batch);
 }
 

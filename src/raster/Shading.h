@@ -6,7 +6,6 @@
 #include "raster/FragmentBatch.h"
 #include "raster/Projection.h"
 #include "raster/ShadingPlan.h"
-#include "raster/TexturePyramid.h"
 #include "scenegraph/device/FrameDescription.h"
 
 namespace ornolith::raster {
@@ -38,12 +37,11 @@ struct ShadingScratch {
 /// A clear coat lies over all of it, emission included, as in glTF's KHR_materials_clearcoat: the result is
 /// mix(surface, coat, strength * F) with F = 0.04 + 0.96 (1 - |N.V|)^5, where the coat is GGX of its own roughness on
 /// the normal before its normal map, plus the ambient light that it mirrors evenly.
-void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, const TexelTables& tables,
-                ShadingScratch& scratch, FragmentBatch& batch) noexcept;
+void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, ShadingScratch& scratch,
+                FragmentBatch& batch) noexcept;
 
 /// Fills only the opacity, `batch.result.w`: transparency * alpha of diffuse, of the transparent slot and of the
 /// vertex.
-void shadeOpacity(const ShadingPlan& plan, const TexelTables& tables, ShadingScratch& scratch,
-                  FragmentBatch& batch) noexcept;
+void shadeOpacity(const ShadingPlan& plan, ShadingScratch& scratch, FragmentBatch& batch) noexcept;
 
 }  // namespace ornolith::raster

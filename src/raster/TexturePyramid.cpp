@@ -110,14 +110,13 @@ class LevelHalver {
 
 TexelTables::TexelTables() : sRGBFrom16(65536) {
   for (std::size_t i = 0; i < 256; ++i) {
-    linearFromSRGB[i] = linearFromSRGB8(static_cast<std::uint8_t>(i));
-    const float scaled = linearFromSRGB[i] * 65535.0f + 0.5f;
+    const float scaled = linearFromSRGB8(static_cast<std::uint8_t>(i)) * 65535.0f + 0.5f;
     linear16[i] = static_cast<std::uint16_t>(scaled);
   }
   // Codes change half-way between two neighbours in the encoded scale.
   std::size_t next = 0;
   for (std::size_t code = 0; code < 256; ++code) {
-    const float upper = code == 255 ? 2.0f : ornolith::linearFromSRGB((static_cast<float>(code) + 0.5f) / 255.0f);
+    const float upper = code == 255 ? 2.0f : linearFromSRGB((static_cast<float>(code) + 0.5f) / 255.0f);
     while (next < 65536 && static_cast<float>(next) < upper * 65535.0f) {
       sRGBFrom16[next++] = static_cast<std::uint8_t>(code);
     }

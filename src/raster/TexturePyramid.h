@@ -9,11 +9,10 @@
 
 namespace ornolith::raster {
 
-/// Exact decodings of 8-bit samples, and the encoding that mip levels are stored with.
+/// The decoding and the encoding that mip levels of colour are made with.
 struct TexelTables {
   TexelTables();
 
-  std::array<float, 256> linearFromSRGB;    ///< Colour samples: linear light.
   std::array<std::uint16_t, 256> linear16;  ///< Colour samples as linear light times 65535, rounded.
   std::vector<std::uint8_t> sRGBFrom16;     ///< 65536 entries: the nearest colour sample of a linear 16-bit value.
 };

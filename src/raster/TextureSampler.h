@@ -39,7 +39,7 @@ bool sharesFootprints(const TextureRead& a, const TextureRead& b) noexcept;
 /// the texture (its axes are the singular values of the 2-by-2 matrix of derivatives, in texels). Colour is weighted by
 /// alpha where the pyramid has transparency. Coordinates may be anything: one that is not finite counts as 0,
 /// derivatives that are not finite select the smallest level. Lanes from `count` to the end of a vector hold anything.
-void sampleTextures(std::span<const TextureRead> reads, const TexelTables& tables,
-                    std::span<const CoordinateLanes> coordinates, std::size_t count, std::span<Lane4> samples) noexcept;
+void sampleTextures(std::span<const TextureRead> reads, std::span<const CoordinateLanes> coordinates, std::size_t count,
+                    std::span<Lane4> samples) noexcept;
 
 }  // namespace ornolith::raster

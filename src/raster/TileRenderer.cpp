@@ -129,7 +129,7 @@ void TileRenderer::dropTransparent(const PrimitiveRecord& record, const Prepared
     const auto size = std::min<std::uint32_t>(count - first, batchSize);
     opacityBatch_.count = 0;
     attributes.append({fragments_.pixel.data() + first, size}, opacityBatch_);
-    shadeOpacity(item.plan, inputs_->tables, scratch_, opacityBatch_);
+    shadeOpacity(item.plan, scratch_, opacityBatch_);
     for (std::uint32_t i = 0; i < size; ++i) {
       if (!(opacityBatch_.result.w[i] >= item.plan.cutoff)) continue;
       fragments_.pixel[kept] = fragments_.pixel[first + i];
@@ -155,7 +155,7 @@ void TileRenderer::appendToBatch(const PrimitiveRecord& record, std::span<const 
 void TileRenderer::flushBatch() {
   if (batch_.count == 0) return;
   const PreparedItem& item = inputs_->frame.items[batchItem_];
-  shadeBatch(item.plan, inputs_->lights, rays_, inputs_->tables, scratch_, batch_);
+  shadeBatch(item.plan, inputs_->lights, rays_, scratch_, batch_);
   const bool keepsAlpha = item.material->blendMode == device::BlendMode::replace;
   if (isBlending_) {
     blendFragments(batch_, item.material->blendMode, colors_);

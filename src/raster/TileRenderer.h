@@ -22,7 +22,6 @@ struct TileInputs {
   const TileGrid& grid;
   std::span<const PrimitiveChunk> chunks;
   const LightRig& lights;
-  const TexelTables& tables;
   const OutputTable& output;
   std::array<float, 4> background;  ///< As a pixel of `TileColors`.
   std::uint32_t backgroundCode;     ///< As a pixel of `TileCodes`.

@@ -95,8 +95,8 @@ struct TextureFootprint {
 };
 
 /// One fragment's sample.
-simd_float4 sampleTexture(const TexturePyramid& pyramid, const TexelTables& tables, device::WrapMode wrapS,
-                          device::WrapMode wrapT, const TextureFootprint& footprint) {
+simd_float4 sampleTexture(const TexturePyramid& pyramid, device::WrapMode wrapS, device::WrapMode wrapT,
+                          const TextureFootprint& footprint) {
   device::MaterialSlot slot;
   slot.wrapS = wrapS;
   slot.wrapT = wrapT;
@@ -109,13 +109,12 @@ simd_float4 sampleTexture(const TexturePyramid& pyramid, const TexelTables& tabl
   lanes->dvdy[0] = footprint.dvdy;
   const TextureRead read{&pyramid, &slot};
   const auto sample = std::make_unique<Lane4>();
-  sampleTextures({&read, 1}, tables, {lanes.get(), 1}, 1, {sample.get(), 1});
+  sampleTextures({&read, 1}, {lanes.get(), 1}, 1, {sample.get(), 1});
   return {sample->x[0], sample->y[0], sample->z[0], sample->w[0]};
 }
 
 simd_float4 sampleAt(const TexturePyramid& pyramid, device::WrapMode wrap, float u, float v) {
-  static const TexelTables tables;
-  return sampleTexture(pyramid, tables, wrap, wrap, {u, v, 0, 0, 0, 0});
+  return sampleTexture(pyramid, wrap, wrap, {u, v, 0, 0, 0, 0});
 }
 
 TEST(TextureSampler, WrapsClampsAndMirrors) {
@@ -144,7 +143,6 @@ TEST(TextureSampler, WrapsClampsAndMirrors) {
 
 TEST(TextureSampler, GivesADefinedTexelForAnyCoordinates) {
   const TexturePyramid pyramid = pyramidOf(checker(8, 1), true);
-  static const TexelTables tables;
   const float bad[] = {std::numeric_limits<float>::quiet_NaN(),
                        std::numeric_limits<float>::infinity(),
                        -std::numeric_limits<float>::infinity(),
@@ -158,7 +156,7 @@ TEST(TextureSampler, GivesADefinedTexelForAnyCoordinates) {
         for (const TextureFootprint& footprint :
              {TextureFootprint{a, b, 0, 0, 0, 0}, TextureFootprint{0.5f, 0.5f, a, b, b, a},
               TextureFootprint{a, a, b, b, a, a}}) {
-          const simd_float4 texel = sampleTexture(pyramid, tables, wrap, wrap, footprint);
+          const simd_float4 texel = sampleTexture(pyramid, wrap, wrap, footprint);
           ASSERT_TRUE(texel.x >= 0 && texel.x <= 1.0001f) << a << " " << b;
         }
       }
@@ -168,9 +166,8 @@ TEST(TextureSampler, GivesADefinedTexelForAnyCoordinates) {
 
 TEST(TextureSampler, ReadsTheSmallestLevelForAWholeTextureInAPixel) {
   const TexturePyramid pyramid = pyramidOf(checker(64, 1), true);
-  static const TexelTables tables;
   const simd_float4 texel =
-      sampleTexture(pyramid, tables, device::WrapMode::repeat, device::WrapMode::repeat, {0.3f, 0.7f, 1, 0, 0, 1});
+      sampleTexture(pyramid, device::WrapMode::repeat, device::WrapMode::repeat, {0.3f, 0.7f, 1, 0, 0, 1});
   EXPECT_NEAR(texel.x, linearFromSRGB8(188), 1e-5);
 }
 
@@ -184,12 +181,10 @@ TEST(TextureSampler, ResolvesTheShortAxisOfALongFootprint) {
     }
   }
   const TexturePyramid pyramid = pyramidOf(stripes, false);
-  static const TexelTables tables;
   for (const bool isSwapped : {false, true}) {
     TextureFootprint footprint{4.0f / 64, 0.5f, 1.0f / 64, 0, 0, 8.0f / 64};
     if (isSwapped) footprint = {4.0f / 64, 0.5f, 0, 8.0f / 64, 1.0f / 64, 0};
-    EXPECT_NEAR(sampleTexture(pyramid, tables, device::WrapMode::repeat, device::WrapMode::repeat, footprint).x, 1,
-                1e-4);
+    EXPECT_NEAR(sampleTexture(pyramid, device::WrapMode::repeat, device::WrapMode::repeat, footprint).x, 1, 1e-4);
   }
 }
 
@@ -271,7 +266,6 @@ ReferenceSample referenceSample(const TexturePyramid& pyramid, device::WrapMode 
 }
 
 TEST(TextureSampler, FollowsItsDefinitionInDoublePrecision) {
-  static const TexelTables tables;
   std::mt19937 random(8);
   std::uniform_real_distribution<float> place(-1.5f, 2.5f), exponent(-9, -1), turn(0, 6.2831853f);
   Image noise = solidImage(48, 33, {0, 0, 0, 255});
@@ -290,7 +284,7 @@ TEST(TextureSampler, FollowsItsDefinitionInDoublePrecision) {
         const ReferenceSample expected = referenceSample(pyramid, wrap, footprint);
         if (expected.isOnEdge) continue;
         ++compared;
-        const simd_float4 texel = sampleTexture(pyramid, tables, wrap, wrap, footprint);
+        const simd_float4 texel = sampleTexture(pyramid, wrap, wrap, footprint);
         for (std::size_t i = 0; i < 4; ++i) {
           // Colour divided by a small alpha has fewer digits.
           const double tolerance = 2e-4 / (pyramid.isPremultiplied() ? std::max(expected.texel[3], 0.01) : 1.0);
