@@ -84,7 +84,7 @@ HWY_INLINE IntegerVector tableCodes(const std::int32_t* entries, IntegerVector b
 }
 
 /// Codes by a formula that is good to `doubt` of a code, from the table where that does not decide: gathering takes
-/// several times longer. For vectors that hold a factor for each power of two.
+/// about twice as long. For vectors that hold a factor for each power of two.
 HWY_INLINE IntegerVector formulaCodes(const OutputTable& table, FloatVector linear) {
   constexpr Floats floats;
   constexpr Integers integers;
