@@ -171,13 +171,7 @@ class MaterialInstructionSet : public testing::TestWithParam<std::int64_t> {
   void TearDown() override { hwy::SetSupportedTargetsForTest(0); }
 };
 
-std::vector<std::int64_t> instructionSets() {
-  std::vector<std::int64_t> sets;
-  for (std::int64_t rest = hwy::SupportedTargets(); rest != 0; rest &= rest - 1) sets.push_back(rest & -rest);
-  return sets;
-}
-
-INSTANTIATE_TEST_SUITE_P(OfThisMachine, MaterialInstructionSet, testing::ValuesIn(instructionSets()),
+INSTANTIATE_TEST_SUITE_P(OfThisMachine, MaterialInstructionSet, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
                          [](const auto& set) { return std::string(hwy::TargetName(set.param)); });
 
 TEST_P(MaterialInstructionSet, ShadesEveryKindOfMaterialToTheSameBytes) {
