@@ -57,6 +57,10 @@ std::uint8_t byteOf(float value) {
   return static_cast<std::uint8_t>(code);
 }
 
+bool isSameTexel(const std::uint8_t* a, const std::uint8_t* b) {
+  return std::equal(a, a + 4, b);
+}
+
 simd_float3 linearColorOf(const std::uint8_t* texel) {
   return {linearFromSRGB8(texel[0]), linearFromSRGB8(texel[1]), linearFromSRGB8(texel[2])};
 }
@@ -125,6 +129,13 @@ std::optional<MetallicRoughnessImages> SpecularGlossinessConverter::convert(cons
     for (std::uint32_t x = 0; x < width; ++x, color += 4, data += 4) {
       const std::uint8_t* diffuseTexel = diffuse.texel(x, y);
       const std::uint8_t* specularTexel = specularGlossiness.texel(x, y);
+      const bool isAsBefore = x > 0 && isSameTexel(diffuseTexel, diffuse.texel(x - 1, y)) &&
+                              isSameTexel(specularTexel, specularGlossiness.texel(x - 1, y));
+      if (isAsBefore) {
+        std::copy_n(color - 4, 4, color);
+        std::copy_n(data - 4, 4, data);
+        continue;
+      }
       const MetallicRoughness converted = metallicRoughness(
           linearColorOf(diffuseTexel) * source.diffuseFactor, linearColorOf(specularTexel) * source.specularFactor,
           static_cast<float>(specularTexel[3]) / 255.0F * source.glossinessFactor);

@@ -45,7 +45,7 @@ struct MetallicRoughnessImages {
 class SpecularGlossinessConverter {
  public:
   /// `allowedBytes` is what any document may have decoded and made, however small its images are.
-  explicit SpecularGlossinessConverter(std::uint64_t allowedBytes = std::uint64_t{1} << 30)
+  explicit SpecularGlossinessConverter(std::uint64_t allowedBytes = std::uint64_t{384} << 20)
       : allowedBytes_(allowedBytes) {}
 
   /// The images that stand for `source`, in the size of its larger image on each axis. Nothing where no image decodes,
