@@ -83,13 +83,13 @@ void readSheet(benchmark::State& state, Attributes attributes, int corners, std:
       withThreadLimit(threads, read);
     }
   }
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * obj.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(obj.size()));
 }
 
 void parseSheet(benchmark::State& state, Attributes attributes, int corners) {
   const std::string& obj = text(attributes, corners);
   for (auto _ : state) withThreadLimit(1, [&] { benchmark::DoNotOptimize(readOBJStatements(obj)); });
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * obj.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(obj.size()));
 }
 
 BENCHMARK_CAPTURE(parseSheet, full_triangles, Attributes::texcoordsAndNormals, 3)->Unit(benchmark::kMillisecond);
