@@ -280,7 +280,7 @@ TEST_F(SceneControllerTest, AnUnreadableFurtherInstanceChangesNothing) {
   loadCube();
   const ModelInfo info = controller.modelInfo();
   for (const auto& [format, text] : {std::pair{ModelFormat::dae, "This build cannot read DAE files."},
-                                     std::pair{ModelFormat::glb, "This build cannot read GLB files."}}) {
+                                     std::pair{ModelFormat::glb, "none.glb could not be loaded as glTF."}}) {
     const ViewportModelInstance instance = instanceOf(format, "/tmp/none." + std::string(rawValue(format)));
     EXPECT_EQ(failureOf([&] { controller.addModelInstance(instance, true); }), text);
   }
