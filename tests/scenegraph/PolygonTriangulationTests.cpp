@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <numeric>
 #include <random>
 
 #include "scenegraph/PolygonTriangulation.h"
@@ -40,6 +42,128 @@ void expectCovers(const Corners& corners) {
     area += length(part);
   }
   EXPECT_NEAR(area, length(whole), 1e-9 * length(whole));
+}
+
+double turnOf(const simd_double3& a, const simd_double3& b, const simd_double3& c) {
+  return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+}
+
+bool isPlainEar(const Corners& corners, const std::vector<std::uint32_t>& left, std::size_t at) {
+  const simd_double3 a = corners[left[(at + left.size() - 1) % left.size()]];
+  const simd_double3 b = corners[left[at]];
+  const simd_double3 c = corners[left[(at + 1) % left.size()]];
+  if (!(turnOf(a, b, c) > 0)) return false;
+  const auto isSamePlace = [](const simd_double3& p, const simd_double3& q) { return p.x == q.x && p.y == q.y; };
+  return std::none_of(left.begin(), left.end(), [&](std::uint32_t other) {
+    const simd_double3 p = corners[other];
+    return !isSamePlace(p, a) && !isSamePlace(p, b) && !isSamePlace(p, c) && turnOf(a, b, p) >= 0 &&
+           turnOf(b, c, p) >= 0 && turnOf(c, a, p) >= 0;
+  });
+}
+
+// Looks at every corner for every ear, walking around a counter-clockwise polygon in the plane z = 0.
+std::vector<std::uint32_t> plainlyClipped(const Corners& corners) {
+  std::vector<std::uint32_t> left(corners.size());
+  std::iota(left.begin(), left.end(), 0U);
+  std::vector<std::uint32_t> triangles;
+  std::size_t at = 0;
+  const auto cut = [&] {
+    for (const std::size_t corner : {at + left.size() - 1, at, at + 1}) {
+      triangles.push_back(left[corner % left.size()]);
+    }
+  };
+  while (left.size() > 3) {
+    for (std::size_t step = 0; step < left.size(); ++step) {
+      const std::size_t candidate = (at + step) % left.size();
+      if (!isPlainEar(corners, left, candidate)) continue;
+      at = candidate;
+      break;
+    }
+    cut();
+    const std::size_t afterNext = (at + 2) % left.size();
+    left.erase(left.begin() + static_cast<std::ptrdiff_t>(at));
+    at = afterNext > at ? afterNext - 1 : afterNext;
+  }
+  cut();
+  return triangles;
+}
+
+bool isFan(const std::vector<std::uint32_t>& triangles) {
+  for (std::size_t i = 0; i < triangles.size(); i += 3) {
+    if (triangles[i] != 0) return false;
+  }
+  return true;
+}
+
+// Twice the signed area as the normal of the polygon in z tells it.
+double newellArea(const Corners& corners) {
+  double area = 0;
+  for (std::size_t i = 0; i < corners.size(); ++i) {
+    const simd_double3 a = corners[i];
+    const simd_double3 b = corners[(i + 1) % corners.size()];
+    area += (a.x - b.x) * (a.y + b.y);
+  }
+  return area;
+}
+
+// Clockwise polygons in the plane z = 0 are seen from behind, with x and y exchanged.
+void expectPlainEars(Corners corners) {
+  const std::vector<std::uint32_t> triangles = triangulated(corners);
+  if (newellArea(corners) < 0) {
+    for (simd_double3& p : corners) p = {p.y, p.x, 0};
+  }
+  if (isFan(triangles) && !isFan(plainlyClipped(corners))) {
+    for (std::size_t i = 0; i < triangles.size(); i += 3) {
+      EXPECT_GE(turnOf(corners[0], corners[triangles[i + 1]], corners[triangles[i + 2]]), 0);
+    }
+    return;
+  }
+  EXPECT_EQ(triangles, plainlyClipped(corners));
+}
+
+Corners randomStar(std::size_t count, std::mt19937_64& random) {
+  std::uniform_real_distribution<double> radius(0.2, 1);
+  Corners star;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double angle = 2 * std::numbers::pi * double(i) / double(count);
+    const double r = radius(random);
+    star.push_back({r * std::cos(angle), r * std::sin(angle), 0});
+  }
+  return star;
+}
+
+Corners randomComb(std::size_t teeth, std::mt19937_64& random) {
+  std::uniform_real_distribution<double> depth(1, 9.9);
+  Corners comb;
+  for (std::size_t i = 0; i < teeth; ++i) {
+    comb.push_back({double(i), 0, 0});
+    comb.push_back({double(i) + 0.5, depth(random), 0});
+  }
+  comb.push_back({double(teeth), 10, 0});
+  comb.push_back({-1, 10, 0});
+  return comb;
+}
+
+// A band of `count` corners on either side, wound around the origin.
+Corners spiralBand(int count, double step) {
+  Corners spiral;
+  const auto add = [&](int i, double start) {
+    const double angle = i * step;
+    spiral.push_back({(start + angle) * std::cos(angle), (start + angle) * std::sin(angle), 0});
+  };
+  for (int i = 0; i < count; ++i) add(i, 1);
+  for (int i = count - 1; i >= 0; --i) add(i, 0.7);
+  return spiral;
+}
+
+// The tests that the triangulation of a polygon took, for each of its corners.
+double testsPerCorner(const Corners& corners) {
+  std::vector<std::uint32_t> triangles;
+  PolygonTriangulator triangulator;
+  const std::size_t before = triangulator.testsLeft() + corners.size() * PolygonTriangulator::testsPerCorner;
+  triangulator.triangulate(corners, triangles);
+  EXPECT_EQ(triangles.size(), (corners.size() - 2) * 3);
+  return double(before - triangulator.testsLeft()) / double(corners.size());
 }
 
 Corners tilted(const Corners& flat) {
@@ -126,6 +250,58 @@ TEST(PolygonTriangulation, CornersAreNeverOutOfRange) {
   }
 }
 
+TEST(PolygonTriangulation, SimplePolygonsLoseTheirEarsInTheOrderOfAPlainWalk) {
+  std::mt19937_64 random(11);
+  for (int round = 0; round < 60; ++round) {
+    const std::size_t count = 4 + random() % 197;
+    Corners star = randomStar(count, random);
+    expectPlainEars(star);
+    expectPlainEars({star.rbegin(), star.rend()});
+    expectPlainEars(randomComb(2 + count / 2, random));
+  }
+  expectPlainEars(spiralBand(100, 0.2));
+  expectPlainEars(spiralBand(20, 0.2));
+}
+
+TEST(PolygonTriangulation, CrossingPolygonsAreCutInTheOrderOfAPlainWalkToo) {
+  std::mt19937_64 random(12);
+  std::uniform_real_distribution<double> anywhere(-1, 1);
+  for (int round = 0; round < 150; ++round) {
+    const auto places = static_cast<int>(2 + random() % 12);
+    Corners crossing(4 + random() % 197);
+    Corners onGrid(crossing.size());
+    for (simd_double3& p : crossing) p = {anywhere(random), anywhere(random), 0};
+    for (simd_double3& p : onGrid) p = {double(int(random() % 64) % places), double(int(random() % 64) % places), 0};
+    expectPlainEars(crossing);
+    if (newellArea(onGrid) != 0) expectPlainEars(onGrid);
+  }
+}
+
+TEST(PolygonTriangulation, LargeConcavePolygonsAreCovered) {
+  std::mt19937_64 random(13);
+  Corners star;
+  for (int i = 0; i < 20'000; ++i) {
+    const double angle = i * std::numbers::pi / 10'000;
+    const double r = i % 2 == 0 ? 1 : 0.5;
+    star.push_back({r * std::cos(angle), r * std::sin(angle), 0});
+  }
+  for (const Corners& corners :
+       {star, randomStar(20'000, random), randomComb(10'000, random), spiralBand(10'000, 0.1)}) {
+    expectCovers(corners);
+    EXPECT_LT(testsPerCorner(corners), 200);
+  }
+}
+
+TEST(PolygonTriangulation, AConcaveArcIsNotWalkedAgainForEveryEar) {
+  Corners bay{{100, 100, 0}, {-100, 100, 0}};
+  for (int i = -10'000; i <= 10'000; ++i) {
+    const double x = i * 0.005;
+    bay.push_back({x, 50 - x * x * 0.02, 0});
+  }
+  expectCovers(bay);
+  EXPECT_LT(testsPerCorner(bay), 200);
+}
+
 TEST(PolygonTriangulation, LargeHostilePolygonsEndSoon) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   EXPECT_EQ(triangulated(Corners(20'000, simd_double3{nan, 0, 0})).size(), 19'998U * 3);
@@ -133,6 +309,13 @@ TEST(PolygonTriangulation, LargeHostilePolygonsEndSoon) {
   for (int i = 0; i < 20'000; ++i) zigzag.push_back({i * 1.0, i % 2 * 1.0, 0});
   zigzag.push_back({10'000, -1, 0});
   EXPECT_EQ(triangulated(zigzag).size(), 19'999U * 3);
+  std::mt19937_64 random(14);
+  std::uniform_real_distribution<double> anywhere(-1, 1);
+  Corners crossing(20'000);
+  for (simd_double3& p : crossing) p = {anywhere(random), anywhere(random), 0};
+  EXPECT_LT(testsPerCorner(crossing), 500);
+  for (simd_double3& p : crossing) p = {double(random() % 2), double(random() % 2), 0};
+  EXPECT_LT(testsPerCorner(crossing), 500);
 }
 
 }  // namespace
