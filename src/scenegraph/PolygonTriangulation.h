@@ -25,7 +25,7 @@ namespace ornolith {
 ///
 /// A polygon that is made to cost more ends all the same: a triangulator may spend `testsPerCorner` tests for each
 /// corner that it was given, and `spareTests` besides; when they are used up, what is left of a polygon becomes a fan.
-/// Simple polygons of 100,000 corners stay well within that.
+/// Simple polygons of 100,000 corners stay within that.
 class PolygonTriangulator {
  public:
   static constexpr std::size_t plainCorners = 1024;
