@@ -7,6 +7,7 @@
 #include <new>
 #include <system_error>
 
+#include "foundation/ByteOrderMark.h"
 #include "foundation/JSON.h"
 #include "foundation/JSONFaultFinder.h"
 
@@ -15,8 +16,6 @@ namespace {
 
 namespace dom = simdjson::dom;
 using Handle = std::array<std::byte, 16>;
-
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 // Numbers.
 
@@ -175,8 +174,7 @@ JSONDocument& JSONDocument::operator=(JSONDocument&&) noexcept = default;
 JSONDocument::~JSONDocument() = default;
 
 JSONDocument JSONDocument::parse(std::span<const std::byte> bytes) {
-  std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  if (text.starts_with(byteOrderMark)) text.remove_prefix(byteOrderMark.size());
+  const std::string_view text = withoutByteOrderMark({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 
   auto storage = std::make_unique<Storage>();
   const bool isParsed = !text.empty() && !mayHoldNegativeZero(text) && parseInto(storage->document, text);

@@ -95,7 +95,9 @@ class CPURenderDevice final : public device::RenderDevice {
   }
 
   std::vector<const TexturePyramid*> pyramidsOf(const device::FrameDescription& frame) {
-    return textures_.pyramidsFor(frame.textures, tables());
+    if (!frame.textures.empty()) return textures_.pyramidsFor(frame.textures, tables());
+    textures_.clear();
+    return {};
   }
 
   /// Deals the primitives out in drawing order. The two sides of a blended double-sided item are drawn one after the

@@ -328,16 +328,21 @@ TEST(Textures, StayGreyWhenACheckerIsTooFineToSee) {
   }
 }
 
+/// A level square, one below the camera and 600 long, over which a texture repeats `repeats` times each way.
+MeshData floorToTheHorizon(float repeats) {
+  MeshData floor;
+  floor.positions = {-300, -1, 0, 300, -1, 0, 300, -1, -600, -300, -1, -600};
+  floor.texcoords = {0, repeats, repeats, repeats, repeats, 0, 0, 0};
+  floor.indices = {0, 1, 2, 0, 2, 3};
+  return floor;
+}
+
 TEST(Textures, KeepTheirMeanOnAPlaneSeenAtAGrazingAngle) {
   FrameBuilder scene(256, 128);
   device::Material material = FrameBuilder::constantMaterial({1, 1, 1, 1});
   material.diffuse.texture = scene.addTexture(checker(128, 8), true);
   material.diffuse.wrapS = material.diffuse.wrapT = device::WrapMode::repeat;
-  MeshData floor;
-  floor.positions = {-300, -1, 0, 300, -1, 0, 300, -1, -600, -300, -1, -600};
-  floor.texcoords = {0, 150, 150, 150, 150, 0, 0, 0};
-  floor.indices = {0, 1, 2, 0, 2, 3};
-  scene.add(floor, material);
+  scene.add(floorToTheHorizon(150), material);
   const Image picture = scene.render();
   // In linear light every stretch of rows averages to a half, and toward the horizon single pixels do.
   for (const std::uint32_t first : {66u, 70u, 80u, 96u}) {
@@ -357,11 +362,7 @@ TEST(Textures, KeepTheirContrastOnAPlaneSeenAtAGrazingAngleAsLongAsItCanBeSeen) 
   device::Material material = FrameBuilder::constantMaterial({1, 1, 1, 1});
   material.diffuse.texture = scene.addTexture(checker(512, 64), true);
   material.diffuse.wrapS = material.diffuse.wrapT = device::WrapMode::repeat;
-  MeshData floor;
-  floor.positions = {-300, -1, 0, 300, -1, 0, 300, -1, -600, -300, -1, -600};
-  floor.texcoords = {0, 75, 75, 75, 75, 0, 0, 0};
-  floor.indices = {0, 1, 2, 0, 2, 3};
-  scene.add(floor, material);
+  scene.add(floorToTheHorizon(75), material);
   const Image picture = scene.render();
   const auto light = [&](std::uint32_t x, std::uint32_t y) {
     return linearFromSRGB8(static_cast<std::uint8_t>(pixelAt(picture, x, y)[0]));

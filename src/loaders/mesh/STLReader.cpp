@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/ByteOrderMark.h"
 #include "foundation/Parallel.h"
 #include "foundation/Text.h"
 #include "imaging/ByteOrder.h"
@@ -176,13 +177,6 @@ void readBinary(Bytes bytes, SCNScene& scene, const std::function<void()>& whenR
 
 // ASCII files.
 
-/// What some editors put before a text in UTF-8.
-Bytes withoutByteOrderMark(Bytes bytes) {
-  const bool hasMark =
-      bytes.size() >= 3 && byteAt(bytes, 0) == 0xEF && byteAt(bytes, 1) == 0xBB && byteAt(bytes, 2) == 0xBF;
-  return bytes.subspan(hasMark ? 3 : 0);
-}
-
 /// Where in a line the first facet begins, which some programs write right behind the solid's name; the line's length
 /// where none does.
 std::size_t facetIn(std::string_view line) {
@@ -322,7 +316,8 @@ std::shared_ptr<SCNScene> readSTL(std::span<const std::byte> bytes, const std::f
   std::shared_ptr<SCNScene> scene = SCNScene::scene();
   const bool canBeBinary = bytes.size() >= firstFacet;
   const bool isWholeBinary = canBeBinary && claimedSize(bytes) == bytes.size();
-  const Bytes text = withoutByteOrderMark(bytes);
+  const Bytes text =
+      std::as_bytes(std::span(withoutByteOrderMark({reinterpret_cast<const char*>(bytes.data()), bytes.size()})));
   if (!isWholeBinary && isText(text)) {
     TextReader(text, *scene).read();
   } else if (canBeBinary) {

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/ByteOrderMark.h"
 #include "foundation/FileMapping.h"
 #include "foundation/Text.h"
 #include "loaders/mesh/MeshGeometry.h"
@@ -19,12 +20,11 @@ namespace {
 using MaterialList = std::vector<std::shared_ptr<SCNMaterial>>;
 
 std::string_view textOf(std::span<const std::byte> bytes) {
-  std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) {
     throwMalformedMesh("The OBJ file is written in UTF-16; only ASCII and UTF-8 can be read.");
   }
-  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-  return text;
+  return withoutByteOrderMark(text);
 }
 
 /// The libraries' material that the rest of a "usemtl" line names, or nothing.

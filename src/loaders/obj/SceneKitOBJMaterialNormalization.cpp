@@ -8,6 +8,7 @@
 #include <cstring>
 #include <utility>
 
+#include "foundation/ByteOrderMark.h"
 #include "foundation/FileMapping.h"
 #include "foundation/FileSystem.h"
 #include "foundation/NumberText.h"
@@ -25,7 +26,6 @@ using Normalization = SceneKitOBJMaterialNormalization;
 
 namespace {
 
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view libraryDirective = "mtllib";
 
 bool isBlankByte(char letter) noexcept {
@@ -96,7 +96,7 @@ class LibraryLineSearch {
       : text_(text), fileName_(std::move(fileName)), body_(body) {}
 
   void run() {
-    if (text_.starts_with(byteOrderMark)) text_.remove_prefix(byteOrderMark.size());
+    text_ = withoutByteOrderMark(text_);
     while (!text_.empty()) {
       const std::size_t size = sizeOfWholeLines();
       searchIn(text_.substr(0, size));
@@ -308,8 +308,7 @@ std::vector<std::string> Normalization::materialLibraryReferences(std::string_vi
 
 void Normalization::forEachLibraryLine(const FileURL& url, const std::function<void(const std::string& line)>& body) {
   forEachRawLine(url, maximumMaterialLibraryByteCount, [&](std::string_view bytes) {
-    if (bytes.starts_with(byteOrderMark)) bytes.remove_prefix(byteOrderMark.size());
-    const std::string text = repairingUTF8(bytes);
+    const std::string text = repairingUTF8(withoutByteOrderMark(bytes));
     for (std::size_t begin = 0; begin < text.size();) {
       const std::size_t end = std::min(text.find('\r', begin), text.size());
       body(text.substr(begin, end - begin));
