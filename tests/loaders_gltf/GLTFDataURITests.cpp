@@ -33,9 +33,19 @@ TEST(GLTFDataURI, DecodesPercentEncodedText) {
   EXPECT_THAT(textOf("data:,a%20b%00%fF"), Optional(std::string("a b\0\xFF", 5)));
 }
 
+TEST(GLTFDataURI, KnowsBase64InEveryFormThatIsInUse) {
+  EXPECT_THAT(textOf("data:application/octet-stream;charset=utf-8;base64,YWI="), Optional(std::string("ab")));
+  EXPECT_THAT(textOf("data:;BASE64,YWI="), Optional(std::string("ab")));
+  EXPECT_THAT(textOf("data:image/png; base64,YWI="), Optional(std::string("ab")));
+  EXPECT_THAT(textOf("data:;base64,YWI%3D"), Optional(std::string("ab")));
+  EXPECT_THAT(textOf("data:;base64,%2B%2f+/"), Optional(std::string("\xFB\xFF\xBF")));
+  EXPECT_THAT(textOf("data:;base64,YW\r\n I=\n"), Optional(std::string("ab")));
+  EXPECT_THAT(textOf("data:base64,YWI="), Optional(std::string("YWI=")));
+}
+
 TEST(GLTFDataURI, RefusesWhatIsMalformed) {
   for (const char* uri : {"data:;base64", "data:", "data:;base64,YWJ*", "data:;base64,Y", "data:;base64,YW=j",
-                          "data:,%2", "data:,%2g", "a.bin", "DATA:,a"}) {
+                          "data:;base64,YWJ%2", "data:,%2", "data:,%2g", "a.bin", "DATA:,a"}) {
     EXPECT_EQ(textOf(uri), std::nullopt) << uri;
   }
 }

@@ -99,6 +99,40 @@ TEST(GLTFIndices, AreRefusedWhereTheyAreNone) {
   EXPECT_THAT(refusal(unsignedShort, "SCALAR", ",\"normalized\":true"), HasSubstr("does not hold indices"));
 }
 
+TEST(GLTFIndices, MayBeSparse) {
+  const auto indices = [](const std::string& bytes, const std::string& replacing, int type) {
+    File file;
+    file.positions({0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0});
+    const int given = bytes.empty() ? -1 : file.view(bytes);
+    const std::string places = std::to_string(file.view(packed<std::uint8_t>({2, 4, 5})));
+    const std::string values = std::to_string(file.view(replacing));
+    const int accessor = file.accessor(given, type, 6, "SCALAR",
+                                       R"(,"sparse":{"count":3,"indices":{"componentType":5121,"bufferView":)" +
+                                           places + R"(},"values":{"bufferView":)" + values + "}}");
+    file.addMesh("\"POSITION\":0", ",\"indices\":" + std::to_string(accessor));
+    return file;
+  };
+  const File shorts =
+      indices(packed<std::uint16_t>({0, 1, 9, 1, 9, 9}), packed<std::uint16_t>({2, 3, 2}), unsignedShort);
+  EXPECT_THAT(drawn(shorts).indices, ElementsAre(0, 1, 2, 1, 3, 2));
+  const File words = indices(packed<std::uint32_t>({0, 1, 9, 1, 9, 9}), packed<std::uint32_t>({2, 3, 2}), unsignedInt);
+  EXPECT_THAT(drawn(words).indices, ElementsAre(0, 1, 2, 1, 3, 2));
+  const File onZeros = indices("", packed<std::uint8_t>({2, 3, 2}), unsignedByte);
+  EXPECT_THAT(drawn(onZeros).indices, ElementsAre(0, 0, 2, 0, 3, 2));
+  EXPECT_EQ(refusalOf(indices("", packed<std::uint8_t>({2, 4, 2}), unsignedByte)),
+            "The accessor 1 holds the index 4 into 4 vertices.");
+  EXPECT_EQ(refusalOf(indices("", packed<std::uint8_t>({2, 255, 2}), unsignedByte)),
+            "The accessor 1 holds an index that restarts a primitive.");
+}
+
+TEST(GLTFIndices, AreRefusedWithoutAnyData) {
+  File file;
+  file.positions({0, 0, 0, 1, 0, 0, 0, 1, 0});
+  file.accessor(-1, unsignedShort, 3, "SCALAR");
+  file.addMesh("\"POSITION\":0", ",\"indices\":1");
+  EXPECT_EQ(refusalOf(file), "The accessor 1 holds indices in a way that is not allowed.");
+}
+
 TEST(GLTFIndices, DropWhatIsLeftOverBehindTheLastPrimitive) {
   EXPECT_THAT(drawn(quadFile(4, {0, 1, 2, 3, 0})).indices, ElementsAre(0, 1, 2));
   EXPECT_THAT(drawn(quadFile(1, {0, 1, 2})).indices, ElementsAre(0, 1));
@@ -368,6 +402,41 @@ TEST(GLTFPrimitives, GetTheTangentsThatANormalMapNeeds) {
   EXPECT_THAT(valuesOf(*parts[0]->geometry, Semantic::tangent),
               ElementsAre(1, 0, 0, 1, 1, 0, 0, 1, 1, 0, 0, 1, 1, 0, 0, 1));
   EXPECT_EQ(parts[1]->geometry->firstSourceForSemantic(Semantic::tangent), nullptr);
+}
+
+TEST(GLTFPrimitives, HaveTangentsThatFollowTheTransformOfTheirNormalMap) {
+  // A quarter turn: what was the direction of v is that of u now; mirrored in u, it runs the other way.
+  const auto tangents = [](const std::string& transform, const std::string& stride) {
+    File file;
+    file.positions({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0});
+    file.floats({0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1}, "VEC3", 3);
+    if (stride.empty()) {
+      file.floats({0, 1, 1, 1, 1, 0, 0, 0}, "VEC2", 2);
+    } else {
+      file.accessor(file.view(packed<float>({0, 1, 9, 1, 1, 9, 1, 0, 9, 0, 0, 9}), stride), floatingPoint, 4, "VEC2");
+    }
+    const std::string indices = std::to_string(file.shorts({0, 1, 2, 0, 2, 3}));
+    file.add("images", onePixel);
+    file.add("textures", R"([{"source":0}])");
+    file.add("materials",
+             R"([{"normalTexture":{"index":0,"extensions":{"KHR_texture_transform":)" + transform + "}}}]");
+    file.addMesh(R"("POSITION":0,"NORMAL":1,"TEXCOORD_0":2)", ",\"material\":0,\"indices\":" + indices);
+    const SCNNode::Pointer root = rootOf(file);
+    const SCNGeometry& geometry = drawnGeometry(root);
+    EXPECT_THAT(valuesOf(geometry, Semantic::texcoord), ElementsAre(0, 1, 1, 1, 1, 0, 0, 0));
+    return valuesOf(geometry, Semantic::tangent);
+  };
+  for (const char* stride : {"", ",\"byteStride\":12"}) {
+    std::vector<double> turned = tangents(R"({"rotation":1.5707963267948966})", stride);
+    for (double& value : turned) value = std::round(value * 1000) / 1000;
+    EXPECT_THAT(turned, ElementsAre(0, -1, 0, 1, 0, -1, 0, 1, 0, -1, 0, 1, 0, -1, 0, 1)) << stride;
+    EXPECT_THAT(tangents(R"({"scale":[-1,1]})", stride),
+                ElementsAre(-1, 0, 0, -1, -1, 0, 0, -1, -1, 0, 0, -1, -1, 0, 0, -1))
+        << stride;
+    EXPECT_THAT(tangents(R"({"scale":[3,5],"offset":[1,2]})", stride),
+                ElementsAre(1, 0, 0, 1, 1, 0, 0, 1, 1, 0, 0, 1, 1, 0, 0, 1))
+        << stride;
+  }
 }
 
 TEST(GLTFPrimitives, AreSplitWhereOneVertexHasTwoTangents) {

@@ -149,7 +149,7 @@ TEST_F(GLTFMaterialsTest, TakeValuesOfTheWrongTypeAsAbsent) {
     EXPECT_EQ(colorIn(material(index).emission), NSColor::blackColor());
     EXPECT_EQ(material(index).alphaMode, SCNAlphaMode::opaque);
     EXPECT_FALSE(material(index).isDoubleSided);
-    EXPECT_FALSE(document->materials.needsTangents(index));
+    EXPECT_EQ(document->materials.normalMapping(index), std::nullopt);
   }
 }
 
@@ -208,9 +208,7 @@ TEST_F(GLTFMaterialsTest, TakeTheSetOfTextureCoordinatesFromTheTransformFirst) {
   EXPECT_EQ(material().diffuse.mappingChannel, 1);
   EXPECT_EQ(material().normal.mappingChannel, 3);
   EXPECT_EQ(material().ambientOcclusion.mappingChannel, 2);
-  EXPECT_EQ(document->materials.normalTexcoordSet(0), 3U);
-  EXPECT_EQ(document->materials.normalTexcoordSet(1), 0U);
-  EXPECT_EQ(document->materials.normalTexcoordSet(std::nullopt), 0U);
+  EXPECT_EQ(document->materials.normalMapping(0)->texcoordSet, 3U);
   EXPECT_EQ(material(2).normal.mappingChannel, 255);
 }
 
@@ -246,7 +244,7 @@ TEST_F(GLTFMaterialsTest, WithoutLightShowTheirColourAlone) {
   const auto unlit = document->materials.material(0);
   EXPECT_EQ(unlit->lightingModelName, SCNLightingModelConstant);
   EXPECT_EQ(colorIn(unlit->emission), NSColor::blackColor());
-  EXPECT_FALSE(document->materials.needsTangents(0));
+  EXPECT_EQ(document->materials.normalMapping(0), std::nullopt);
   const auto lit = document->materials.material(1);
   const auto line = document->materials.material(1, {.isUnlit = true});
   EXPECT_NE(lit, line);
@@ -260,11 +258,12 @@ TEST_F(GLTFMaterialsTest, WithoutLightShowTheirColourAlone) {
 }
 
 TEST_F(GLTFMaterialsTest, NeedTangentsForAMapOfNormals) {
-  read(R"([{"normalTexture": {"index": 0}}, {"normalTexture": {"index": 8}}, {}])");
-  EXPECT_TRUE(document->materials.needsTangents(0));
-  EXPECT_FALSE(document->materials.needsTangents(1));
-  EXPECT_FALSE(document->materials.needsTangents(2));
-  EXPECT_FALSE(document->materials.needsTangents(std::nullopt));
+  read(R"([{"normalTexture": {"index": 0, "extensions": {"KHR_texture_transform": {"scale": [2, 3]}}}},
+       {"normalTexture": {"index": 8}}, {}])");
+  EXPECT_EQ(document->materials.normalMapping(0), (GLTFTextureMapping{0, material().normal.contentsTransform}));
+  EXPECT_EQ(document->materials.normalMapping(1), std::nullopt);
+  EXPECT_EQ(document->materials.normalMapping(2), std::nullopt);
+  EXPECT_EQ(document->materials.normalMapping(std::nullopt), std::nullopt);
 }
 
 TEST_F(GLTFMaterialsTest, ReflectAsTheirIndexOfRefractionAndSpecularValuesSay) {

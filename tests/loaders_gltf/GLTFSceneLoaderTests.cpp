@@ -207,6 +207,19 @@ TEST(GLTFSceneLoader, RefusesOtherVersionsOfTheFormat) {
             "asset.version: The glTF version \"1.0\" cannot be read.");
   EXPECT_EQ(refusalOf(R"({"asset":{"version":"2.0","minVersion":"3.0"}})", ModelFormat::gltf),
             "asset.minVersion: The glTF version \"3.0\" cannot be read.");
+  EXPECT_EQ(refusalOf(R"({"asset":{"version":"2.0","minVersion":"2.1"}})", ModelFormat::gltf),
+            "asset.minVersion: The glTF version \"2.1\" cannot be read.");
+  EXPECT_EQ(refusalOf(R"({"asset":{"version":"2"}})", ModelFormat::gltf),
+            "asset.version: The glTF version \"2\" cannot be read.");
+}
+
+TEST(GLTFSceneLoader, TakesLaterVersionsThatDoNotNeedMore) {
+  const std::string scene = triangleFile().gltf();
+  for (const char* version : {R"("2.1")", R"("2.9","minVersion":"2.0")", R"("3.0","minVersion":"2.0")"}) {
+    std::string changed = scene;
+    changed.replace(changed.find(R"("2.0")"), 5, version);
+    EXPECT_EQ(refusalOf(changed, ModelFormat::gltf), "") << version;
+  }
 }
 
 }  // namespace

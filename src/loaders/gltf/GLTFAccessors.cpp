@@ -230,14 +230,14 @@ LargeVector<float> GLTFAccessors::floats(GLTFIndex accessor) {
   return values;
 }
 
-void GLTFAccessors::addSparseValues(GLTFIndex accessor, LargeVector<float>& values) {
+template <typename Put>
+void GLTFAccessors::forEachSparseElement(GLTFIndex accessor, const Put& put) {
   const GLTFAccessor& target = record(accessor);
   const GLTFSparse& sparse = *target.sparse;
   if (sparse.count > target.count) refuse(accessor, "has more sparse values than elements.");
   const auto count = static_cast<std::size_t>(sparse.count);
   const std::size_t indexSize = componentSize(sparse.indicesType);
-  const std::size_t components = componentCount(target.type);
-  const std::size_t elementSize = components * componentSize(target.componentType);
+  const std::size_t elementSize = componentCount(target.type) * componentSize(target.componentType);
   const GLTFBytes indices = elementBytes(buffers_.bytesOfView(sparse.indicesView), sparse.indicesOffset, count,
                                          indexSize, indexSize, accessor);
   const GLTFBytes elements = elementBytes(buffers_.bytesOfView(sparse.valuesView), sparse.valuesOffset, count,
@@ -249,9 +249,18 @@ void GLTFAccessors::addSparseValues(GLTFIndex accessor, LargeVector<float>& valu
       refuse(accessor, "has sparse indices of a type that is not allowed.");
     }
     if (index >= target.count) refuse(accessor, "has a sparse index that is out of range.");
-    convertElements(target.componentType, target.isNormalized, elements.bytes.data() + i * elementSize, elementSize, 1,
-                    components, values.data() + index * components);
+    put(index, elements.bytes.data() + i * elementSize);
   }
+}
+
+void GLTFAccessors::addSparseValues(GLTFIndex accessor, LargeVector<float>& values) {
+  const GLTFAccessor& target = record(accessor);
+  const std::size_t components = componentCount(target.type);
+  const std::size_t elementSize = components * componentSize(target.componentType);
+  forEachSparseElement(accessor, [&](std::size_t index, const std::byte* element) {
+    convertElements(target.componentType, target.isNormalized, element, elementSize, 1, components,
+                    values.data() + index * components);
+  });
 }
 
 std::shared_ptr<const SCNGeometrySource> GLTFAccessors::source(GLTFIndex accessor, SCNGeometrySourceSemantic semantic) {
@@ -281,21 +290,30 @@ const GLTFAccessors::Indices& GLTFAccessors::indices(GLTFIndex accessor) {
 GLTFAccessors::Indices GLTFAccessors::makeIndices(GLTFIndex accessor) {
   const GLTFAccessor& record = this->record(accessor);
   if (record.type != GLTFElementType::scalar || record.isNormalized) refuse(accessor, "does not hold indices.");
-  if (!record.bufferView || record.sparse) refuse(accessor, "holds indices in a way that is not allowed.");
+  if (!hasData(accessor)) refuse(accessor, "holds indices in a way that is not allowed.");
   const Layout layout = baseLayout(accessor);
   const std::span<const std::byte> bytes = layout.bytes.bytes;
   Indices indices;
   indices.count = layout.count;
-  const bool isInPlace = layout.type == GLTFComponentType::unsignedInt && layout.stride == sizeof(std::uint32_t) &&
-                         isAligned(bytes.data());
+  const bool isInPlace = layout.type == GLTFComponentType::unsignedInt && !record.sparse &&
+                         layout.stride == sizeof(std::uint32_t) && isAligned(bytes.data());
   if (isInPlace) {
     indices.largest = largestOf({reinterpret_cast<const std::uint32_t*>(bytes.data()), layout.count});
     indices.data = layout.bytes.shared();
   } else {
     budget_.take(layout.count, sizeof(std::uint32_t));
     LargeVector<std::uint32_t> widened(layout.count);
-    if (!widenAny(layout.type, bytes.data(), layout.stride, layout.count, widened.data(), indices.largest)) {
+    const std::size_t given = record.bufferView ? layout.count : 0;
+    if (!widenAny(layout.type, bytes.data(), layout.stride, given, widened.data(), indices.largest)) {
       refuse(accessor, "has indices of a type that is not allowed.");
+    }
+    if (record.sparse) {
+      std::fill(widened.begin() + static_cast<std::ptrdiff_t>(given), widened.end(), 0U);
+      forEachSparseElement(accessor, [&](std::size_t index, const std::byte* element) {
+        std::uint32_t largest = 0;
+        widenAny(layout.type, element, componentSize(layout.type), 1, &widened[index], largest);
+      });
+      indices.largest = largestOf(widened);
     }
     indices.data = SharedBytes::takingOver(std::move(widened));
   }

@@ -52,6 +52,9 @@ class GLTFAccessors {
   struct Layout;
 
   Layout baseLayout(GLTFIndex accessor);
+  /// Calls `put(index, bytes)` for each element that a sparse accessor replaces.
+  template <typename Put>
+  void forEachSparseElement(GLTFIndex accessor, const Put& put);
   void addSparseValues(GLTFIndex accessor, LargeVector<float>& values);
   Indices makeIndices(GLTFIndex accessor);
 

@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 
+#include "foundation/Text.h"
 #include "foundation/URLComponents.h"
 
 namespace ornolith {
@@ -12,7 +13,6 @@ namespace ornolith {
 namespace {
 
 constexpr std::string_view dataScheme = "data:";
-constexpr std::string_view base64Mark = ";base64";
 constexpr std::uint8_t noDigit = 0xFF;
 
 /// What each character counts for in base64.
@@ -74,6 +74,23 @@ std::optional<std::vector<std::byte>> decodePercent(std::string_view text) {
   return std::vector<std::byte>(bytes.begin(), bytes.end());
 }
 
+/// Whether the text before the comma ends in the mark, in either case and with blanks behind the semicolon.
+bool hasBase64Mark(std::string_view header) {
+  const std::size_t semicolon = header.rfind(';');
+  return semicolon != std::string_view::npos &&
+         lowercased(trimmingWhitespace(header.substr(semicolon + 1))) == "base64";
+}
+
+/// The same of a text with percent-encoded digits or with white space, as web browsers take it too (WHATWG, "Fetch",
+/// section "data: URLs").
+std::optional<std::vector<std::byte>> decodeEscapedBase64(std::string_view text) {
+  std::optional<std::string> digits = percentDecodedBytes(text);
+  if (!digits) return std::nullopt;
+  std::erase_if(*digits,
+                [](char letter) { return std::string_view(" \t\n\f\r").find(letter) != std::string_view::npos; });
+  return decodeBase64(*digits);
+}
+
 }  // namespace
 
 bool isDataURI(std::string_view uri) noexcept {
@@ -86,7 +103,9 @@ std::optional<std::vector<std::byte>> decodeDataURI(std::string_view uri) {
   if (comma == std::string_view::npos) return std::nullopt;
   const std::string_view header = uri.substr(0, comma);
   const std::string_view body = uri.substr(comma + 1);
-  return header.ends_with(base64Mark) ? decodeBase64(body) : decodePercent(body);
+  if (!hasBase64Mark(header)) return decodePercent(body);
+  std::optional<std::vector<std::byte>> bytes = decodeBase64(body);
+  return bytes ? bytes : decodeEscapedBase64(body);
 }
 
 }  // namespace ornolith

@@ -12,8 +12,8 @@ namespace ornolith {
 /// Whether `uri` is a data URI.
 bool isDataURI(std::string_view uri) noexcept;
 
-/// The bytes that a data URI holds, in base64 (RFC 4648, section 4; padding may be missing) or percent-encoded. Nothing
-/// where `uri` is none or its text is malformed.
+/// The bytes that a data URI holds, in base64 (RFC 4648, section 4; padding may be missing, white space and
+/// percent-encoded digits may stand in it) or percent-encoded. Nothing where `uri` is none or its text is malformed.
 std::optional<std::vector<std::byte>> decodeDataURI(std::string_view uri);
 
 }  // namespace ornolith

@@ -161,15 +161,19 @@ class DocumentReader {
  private:
   Elements list(std::string_view key) const { return listUnder(root_, key); }
 
+  /// What a file needs at least counts before what it was written for (glTF 2.0, section 3.2).
   void requireVersion() const {
     const std::optional<JSONElement> asset = root_.optionalValue("asset");
     if (!asset) return;
-    for (const std::string_view key : {"version", "minVersion"}) {
+    const auto require = [&](std::string_view key, const auto& isKnown) {
       const std::optional<JSONElement> version = asset->optionalValue(key);
-      if (!version) continue;
+      if (!version) return false;
       const std::string text = version->asString();
-      if (!text.starts_with("2.")) throw version->fault("The glTF version \"" + text + "\" cannot be read.");
-    }
+      if (!isKnown(text)) throw version->fault("The glTF version \"" + text + "\" cannot be read.");
+      return true;
+    };
+    if (require("minVersion", [](const std::string& text) { return text == "2.0"; })) return;
+    require("version", [](const std::string& text) { return text.starts_with("2."); });
   }
 
   GLTFBuffer buffer(const JSONElement& element) const {

@@ -267,18 +267,12 @@ void GLTFMaterials::restoreLightingModels() const {
   for (const auto& [key, made] : made_) made.material->lightingModelName = made.lightingModel;
 }
 
-bool GLTFMaterials::needsTangents(std::optional<std::uint32_t> index) {
+std::optional<GLTFTextureMapping> GLTFMaterials::normalMapping(std::optional<std::uint32_t> index) {
   const std::optional<JSONElement> source = find(index);
-  if (!source || extension(*source, "KHR_materials_unlit")) return false;
+  if (!source || extension(*source, "KHR_materials_unlit")) return std::nullopt;
   SCNMaterialProperty property;
-  return textures_.apply(optionalObject(*source, "normalTexture"), property);
-}
-
-std::size_t GLTFMaterials::normalTexcoordSet(std::optional<std::uint32_t> index) const {
-  const std::optional<JSONElement> source = find(index);
-  if (!source) return 0;
-  const auto texture = optionalObject(*source, "normalTexture");
-  return texture ? static_cast<std::size_t>(GLTFTextures::texcoordSet(*texture)) : 0;
+  if (!textures_.apply(optionalObject(*source, "normalTexture"), property)) return std::nullopt;
+  return GLTFTextureMapping{static_cast<std::size_t>(property.mappingChannel), property.contentsTransform};
 }
 
 }  // namespace ornolith

@@ -44,11 +44,8 @@ class GLTFMaterials {
   /// Gives the materials made so far their own lighting models: constant where they are unlit, else physically based.
   void restoreLightingModels() const;
 
-  /// Whether drawing the material takes tangents, since it has a normal map.
-  bool needsTangents(std::optional<std::uint32_t> index);
-
-  /// The set of texture coordinates that the normal map uses and that tangents follow from; 0 where there is none.
-  std::size_t normalTexcoordSet(std::optional<std::uint32_t> index) const;
+  /// How the material's normal map lies, which tangents follow from; nothing where drawing the material takes none.
+  std::optional<GLTFTextureMapping> normalMapping(std::optional<std::uint32_t> index);
 
  private:
   using Key = std::pair<std::optional<std::uint32_t>, GLTFMaterialNeeds>;

@@ -1,6 +1,7 @@
 #include "loaders/gltf/GLTFMeshes.h"
 
 #include <algorithm>
+#include <optional>
 #include <tuple>
 #include <utility>
 
@@ -71,10 +72,9 @@ class GeometryMaker {
                            sourceIn(sources, SCNGeometrySourceSemantic::normal) == nullptr;
       const auto material = materials_.material(primitive->material,
                                                 {.isUnlit = isUnlit, .hasTransparentVertices = hasTransparentVertices});
-      if (lacksTangents(*primitive, corners, sources)) {
+      if (const auto mapping = mappingOfMissingTangents(*primitive, corners, sources)) {
         chargeDrawing(*corners.element(), budget_);
-        GLTFTangentStreams streams =
-            addingTangents(sources, materials_.normalTexcoordSet(primitive->material), corners, budget_);
+        GLTFTangentStreams streams = addingTangents(sources, *mapping, corners, budget_);
         add(std::move(streams.sources), {{streams.corners.element()}, {material}});
       } else {
         shared.elements.push_back(corners.element());
@@ -85,14 +85,17 @@ class GeometryMaker {
     if (!shared.elements.empty()) add(sources, std::move(shared));
   }
 
-  bool lacksTangents(const GLTFPrimitive& primitive, const GLTFCorners& corners,
-                     const SCNGeometry::Sources& sources) const {
-    if (corners.type != SCNGeometryPrimitiveType::triangles || !materials_.needsTangents(primitive.material)) {
-      return false;
+  /// How the normal map lies, where its tangents are missing and can be generated.
+  std::optional<GLTFTextureMapping> mappingOfMissingTangents(const GLTFPrimitive& primitive, const GLTFCorners& corners,
+                                                             const SCNGeometry::Sources& sources) const {
+    if (corners.type != SCNGeometryPrimitiveType::triangles || !sourceIn(sources, SCNGeometrySourceSemantic::normal) ||
+        sourceIn(sources, SCNGeometrySourceSemantic::tangent)) {
+      return std::nullopt;
     }
-    return sourceIn(sources, SCNGeometrySourceSemantic::normal) &&
-           !sourceIn(sources, SCNGeometrySourceSemantic::tangent) &&
-           sourceIn(sources, SCNGeometrySourceSemantic::texcoord, materials_.normalTexcoordSet(primitive.material));
+    std::optional<GLTFTextureMapping> mapping = materials_.normalMapping(primitive.material);
+    const bool hasTexcoords =
+        mapping && sourceIn(sources, SCNGeometrySourceSemantic::texcoord, mapping->texcoordSet) != nullptr;
+    return hasTexcoords ? mapping : std::nullopt;
   }
 
   void add(SCNGeometry::Sources sources, Draft draft) {

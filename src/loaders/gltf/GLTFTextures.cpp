@@ -22,6 +22,14 @@ SCNWrapMode wrapMode(std::optional<std::uint32_t> number) {
   return SCNWrapMode::repeat;
 }
 
+/// The set of texture coordinates that a texture info object asks for.
+int texcoordSet(const JSONElement& info) {
+  std::optional<std::uint32_t> set;
+  if (const auto transform = extension(info, "KHR_texture_transform")) set = optionalIndex(*transform, "texCoord");
+  if (!set) set = optionalIndex(info, "texCoord");
+  return static_cast<int>(std::min(set.value_or(0), largestTexcoordSet));
+}
+
 /// Translation * rotation * scale of KHR_texture_transform. A positive angle turns texture coordinates
 /// counter-clockwise as the image is seen, with its second axis pointing down.
 SCNMatrix4 textureTransform(const JSONElement& transform) {
@@ -41,13 +49,6 @@ SCNMatrix4 textureTransform(const JSONElement& transform) {
 
 GLTFTextures::GLTFTextures(const JSONElement& root, GLTFImages& images)
     : images_(images), textures_(optionalList(root, "textures")), samplers_(optionalList(root, "samplers")) {}
-
-int GLTFTextures::texcoordSet(const JSONElement& info) {
-  std::optional<std::uint32_t> set;
-  if (const auto transform = extension(info, "KHR_texture_transform")) set = optionalIndex(*transform, "texCoord");
-  if (!set) set = optionalIndex(info, "texCoord");
-  return static_cast<int>(std::min(set.value_or(0), largestTexcoordSet));
-}
 
 const SCNMaterialContents& GLTFTextures::contentsOf(const JSONElement& texture) {
   static const SCNMaterialContents none;

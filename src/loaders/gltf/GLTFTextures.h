@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -9,6 +10,13 @@
 #include "scenegraph/SCNMaterial.h"
 
 namespace ornolith {
+
+/// How a texture lies on a mesh.
+struct GLTFTextureMapping {
+  std::size_t texcoordSet = 0;
+  SCNMatrix4 transform;  ///< Of texture coordinates as points (u, v, 0, 1).
+  bool operator==(const GLTFTextureMapping&) const = default;
+};
 
 /// The textures and samplers of a glTF document.
 class GLTFTextures {
@@ -21,9 +29,6 @@ class GLTFTextures {
   /// the WebP one counts (EXT_texture_webp), else the plain one. Nothing changes, and the answer is false, where there
   /// is no image to show. The filters of samplers do not count: every texture is filtered over its mip levels.
   bool apply(const std::optional<JSONElement>& info, SCNMaterialProperty& property);
-
-  /// The set of texture coordinates that `info` asks for.
-  static int texcoordSet(const JSONElement& info);
 
  private:
   const SCNMaterialContents& contentsOf(const JSONElement& texture);

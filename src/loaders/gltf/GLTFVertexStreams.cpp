@@ -152,6 +152,23 @@ std::span<const float> packed(const SCNGeometrySource& source, std::size_t compo
   return copy;
 }
 
+/// Texture coordinates as a texture's transform leaves them: where they stand, or in `copy`, where they may stand
+/// before.
+std::span<const float> transformed(std::span<const float> texcoords, const SCNMatrix4& transform,
+                                   GLTFMemoryBudget& budget, LargeVector<float>& copy) {
+  if (transform == SCNMatrix4()) return texcoords;
+  if (copy.empty()) {
+    budget.take(texcoords.size(), sizeof(float));
+    copy.resize(texcoords.size());
+  }
+  for (std::size_t i = 0; i + 1 < texcoords.size(); i += 2) {
+    const simd_double4 moved = transform * simd_double4{double{texcoords[i]}, double{texcoords[i + 1]}, 0, 1};
+    copy[i] = static_cast<float>(moved.x);
+    copy[i + 1] = static_cast<float>(moved.y);
+  }
+  return copy;
+}
+
 /// The stream with vector `sourceVertices[i]` as its vector i.
 Source gathered(const SCNGeometrySource& source, std::span<const std::uint32_t> sourceVertices,
                 GLTFMemoryBudget& budget) {
@@ -171,7 +188,7 @@ SCNGeometry::Sources vertexStreams(const GLTFPrimitive& primitive, const GLTFDef
   return StreamMaker(primitive, deformation, accessors, budget).make();
 }
 
-GLTFTangentStreams addingTangents(const SCNGeometry::Sources& sources, std::size_t channel,
+GLTFTangentStreams addingTangents(const SCNGeometry::Sources& sources, const GLTFTextureMapping& mapping,
                                   const GLTFCorners& triangles, GLTFMemoryBudget& budget) {
   const Source positions = sourceIn(sources, Semantic::vertex);
   // What the generator needs for its own work, roughly, and what it gives.
@@ -182,7 +199,9 @@ GLTFTangentStreams addingTangents(const SCNGeometry::Sources& sources, std::size
   const TangentInput input{
       .positions = packed(*positions, 3, budget, copies[0]),
       .normals = packed(*sourceIn(sources, Semantic::normal), 3, budget, copies[1]),
-      .texcoords = packed(*sourceIn(sources, Semantic::texcoord, channel), 2, budget, copies[2]),
+      .texcoords =
+          transformed(packed(*sourceIn(sources, Semantic::texcoord, mapping.texcoordSet), 2, budget, copies[2]),
+                      mapping.transform, budget, copies[2]),
   };
   TangentMesh mesh = generateTangents(input, triangles.indices());
 

@@ -9,6 +9,7 @@
 #include "loaders/gltf/GLTFAccessors.h"
 #include "loaders/gltf/GLTFCorners.h"
 #include "loaders/gltf/GLTFDeformation.h"
+#include "loaders/gltf/GLTFTextures.h"
 #include "scenegraph/SCNGeometry.h"
 
 namespace ornolith {
@@ -25,9 +26,10 @@ struct GLTFTangentStreams {
   GLTFCorners corners;
 };
 
-/// Adds tangents to `sources`, which have normals and the texture coordinates of `channel`. Vertices may be split,
-/// which changes all streams.
-GLTFTangentStreams addingTangents(const SCNGeometry::Sources& sources, std::size_t channel,
+/// Adds tangents for a texture that lies as `mapping` says to `sources`, which have normals and its set of texture
+/// coordinates. They follow from the coordinates as the texture's transform leaves them. Vertices may be split, which
+/// changes all streams.
+GLTFTangentStreams addingTangents(const SCNGeometry::Sources& sources, const GLTFTextureMapping& mapping,
                                   const GLTFCorners& triangles, GLTFMemoryBudget& budget);
 
 /// The first source of a kind, or the one of a channel; null where there is none.
