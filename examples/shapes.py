@@ -185,3 +185,15 @@ def oriented(corners, normal, point):
     if sum(facing[j] * normal[j] for j in range(3)) < 0:
         corners = list(reversed(corners))
     return [(point(p), normal, (0.5, 0.5)) for p in corners]
+
+
+def unique(values, digits):
+    """The distinct values in order of first use, rounded, and each value's index."""
+    seen, out, index = {}, [], []
+    for value in values:
+        key = tuple(round(float(c), digits) + 0.0 for c in value)
+        if key not in seen:
+            seen[key] = len(out)
+            out.append(key)
+        index.append(seen[key])
+    return out, index
