@@ -18,7 +18,7 @@ class Selection : public ImportFixture {};
 
 TEST_F(Selection, TakesTheFirstModelAndStagesEverythingFlat) {
   const ImportedModel imported = importModel({put("elsewhere/t.png"), put("src/MODEL.FBX"), put("src/second.obj"),
-                                              put("src/x.json"), FileURL(folder / "src", true)});
+                                              put("src/x.JSON"), FileURL(folder / "src", true)});
   EXPECT_EQ(imported.format, ModelFormat::fbx);
   EXPECT_EQ(imported.modelURL.path(), folder / "root/MODEL.FBX");
   EXPECT_EQ(imported.importRoot.path(), folder / "root");

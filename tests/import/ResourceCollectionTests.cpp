@@ -34,6 +34,62 @@ TEST_F(FlatAssets, TakesTheTopLevelAndTheWellKnownFolders) {
                                    folder / "root/textures/deep"));
 }
 
+TEST_F(FlatAssets, TakesEveryKindOfImageAndEveryWellKnownFolder) {
+  for (const char* extension :
+       {"png", "jpg", "jpeg", "tif", "tiff", "tga", "bmp", "heic", "exr", "gif", "bin", "mtl"}) {
+    put("src/a." + std::string(extension));
+  }
+  for (const char* name : {"textures", "Textures", "materials", "Materials", "TEXTURES", "images"}) {
+    put("src/" + std::string(name) + "/b.png");
+  }
+  importModel({put("src/m.glb")});
+  EXPECT_THAT(staged(), ElementsAre("Materials/", "Materials/b.png", "Textures/", "Textures/b.png", "a.bmp", "a.exr",
+                                    "a.heic", "a.jpeg", "a.jpg", "a.png", "a.tga", "a.tif", "a.tiff", "m.glb",
+                                    "materials/", "materials/b.png", "textures/", "textures/b.png"));
+}
+
+TEST_F(FlatAssets, LeavesHiddenFilesAndFoldersOutAtEveryLevel) {
+  for (const char* name : {"src/.a.png", "src/textures/.b.png", "src/textures/.deep/c.png", "extra/.d.png"}) put(name);
+  importModel({put("src/m.fbx")}, {FileURL(folder / "extra")});
+  EXPECT_THAT(staged(), ElementsAre("extra/", "m.fbx", "textures/"));
+}
+
+TEST_F(FlatAssets, LetsTheLaterSourceOfOneDestinationWin) {
+  const FileURL model = put("src/m.fbx");
+  put("src/textures/a.png", "known folder");
+  put("src/textures/b.png", "known folder");
+  put("else/textures/a.png", "additional folder");
+  put("else/m.fbm/c.png", "additional folder");
+  put("src/m.fbm/c.png", "embedded media");
+  importModel({model}, {FileURL(folder / "else/textures"), FileURL(folder / "else/m.fbm")});
+  EXPECT_EQ(stagedContents("textures/a.png"), "additional folder");
+  EXPECT_EQ(stagedContents("textures/b.png"), "known folder");
+  EXPECT_EQ(stagedContents("m.fbm/c.png"), "embedded media");
+}
+
+TEST_F(FlatAssets, ListsTheFoldersAsAFileBrowserDoesAndNoHiddenOnes) {
+  const FileURL model = put("src/m.fbx");
+  std::vector<FileURL> additional;
+  for (const char* name : {"t10/x/deep", "t9", "B", "a/z", ".hidden/x"})
+    folder.makeDirectory("else/" + std::string(name));
+  for (const char* name : {"t10", "t9", "B", "a", ".hidden"}) {
+    additional.emplace_back(folder / "else/" + std::string(name), true);
+  }
+  std::vector<std::string> folders;
+  for (const FileURL& url : importModel({model}, additional).assetDirectories) folders.push_back(url.path());
+  const std::string root = folder / "root";
+  EXPECT_THAT(folders, ElementsAre(root, root + "/a", root + "/a/z", root + "/B", root + "/t9", root + "/t10",
+                                   root + "/t10/x", root + "/t10/x/deep"));
+}
+
+TEST_F(FlatAssets, MayStandInAFolderThatTheCallerReachesByALink) {
+  put("real/m.stl");
+  put("real/a.png");
+  folder.makeLink("link", folder / "real");
+  importModel({FileURL(folder / "link/m.stl")});
+  EXPECT_THAT(staged(), ElementsAre("a.png", "m.stl"));
+}
+
 TEST_F(FlatAssets, TakesMaterialLibrariesForOBJAlone) {
   put("src/m.mtl");
   importModel({put("src/m.obj")});
@@ -210,6 +266,38 @@ TEST_F(USDTree, TakesTheTreeButNoLinks) {
   EXPECT_THAT(imported.diagnostics, ElementsAre(skipped(folder / "src/a/f.png"), skipped(folder / "src/link")));
 }
 
+TEST_F(USDTree, TakesEveryKindOfResourceAndNothingElse) {
+  for (const char* name :
+       {"a.usd", "a.USDA", "a.usdc", "a.usdz", "a.mdl", "a.mtlx", "a.png", "a.bin", "a.mtl", "a.usdx"}) {
+    put("src/x/" + std::string(name));
+  }
+  ASSERT_EQ(::mkfifo((folder / "src/x/pipe.png").c_str(), 0600), 0);
+  EXPECT_THAT(importModel({put("src/m.usda")}).diagnostics, IsEmpty());
+  EXPECT_THAT(staged(), ElementsAre("m.usda", "x/", "x/a.USDA", "x/a.mdl", "x/a.mtlx", "x/a.png", "x/a.usd", "x/a.usdc",
+                                    "x/a.usdz"));
+}
+
+TEST_F(USDTree, LetsTheLaterRootWin) {
+  put("src/x/a.png", "own");
+  put("extra/x/a.png", "extra");
+  importModel({put("src/m.usdc")}, {FileURL(folder / "extra")});
+  EXPECT_EQ(stagedContents("x/a.png"), "extra");
+}
+
+TEST_F(USDTree, DoesNotWalkIntoItsOwnCopies) {
+  put("a.png");
+  EXPECT_THAT(importModel({put("m.usd")}).diagnostics, IsEmpty());
+  EXPECT_THAT(staged(), ElementsAre("a.png", "m.usd"));
+}
+
+TEST_F(USDTree, MayStandInAFolderThatTheCallerReachesByALink) {
+  put("real/m.usd");
+  put("real/x/a.png");
+  folder.makeLink("link", folder / "real");
+  importModel({FileURL(folder / "link/m.usd")});
+  EXPECT_THAT(staged(), ElementsAre("m.usd", "x/", "x/a.png"));
+}
+
 TEST_F(USDTree, MergesSeveralRootsAndReportsWhatDoesNotFit) {
   const FileURL model = put("src/m.usd");
   put("src/x.png", "file");
@@ -247,13 +335,16 @@ TEST_F(GLTFResources, AreStagedUnderTheirDecodedNamesAndNothingElseIs) {
 
 TEST_F(GLTFResources, EndTheImportWhereTheyReachOut) {
   put("src/a.png");
-  for (const char* uri : {"http://h/a.png", "file:a.png", "//host/a.png", "a.png?q", "a.png#f", "/a.png", "a%5Cb.png",
-                          "a b.png", "../a.png", "..", "x/../../a.png", "", "./", "a/..", "%2Fetc/passwd", "..%2Fa.png",
-                          "a%FF.png", "a%2.png", "DATA:,x"}) {
+  for (const char* uri :
+       {"http://h/a.png", "file:a.png",    "//host/a.png", "///a.png", "a.png?",  "a.png#",        "a.png?q", "a.png#f",
+        "/a.png",         "a%5Cb.png",     "a b.png",      "../a.png", "..",      "x/../../a.png", "",        "./",
+        "a/..",           "%2Fetc/passwd", "..%2Fa.png",   "a%FF.png", "a%2.png", "DATA:,x"}) {
     EXPECT_EQ(failureOf({putManifest(uri)}),
               "Die Ressource " + std::string(uri) + " liegt außerhalb des erlaubten Asset-Ordners.")
         << uri;
   }
+  EXPECT_EQ(failureOf({putManifest("a\\\\b.png")}),
+            "Die Ressource a\\b.png liegt außerhalb des erlaubten Asset-Ordners.");
 }
 
 TEST_F(GLTFResources, MayDescendAndComeBack) {
@@ -278,6 +369,47 @@ TEST_F(GLTFResources, AreMissingWhereOnlyALinkAFolderOrNothingStands) {
         << uri;
   }
   EXPECT_THAT(staged(), ElementsAre("m.gltf"));
+}
+
+TEST_F(GLTFResources, AreLookedForOnceEachInTheOrderOfTheirText) {
+  const ImportedModel imported = importModel({put("src/m.gltf", R"({"images":[{"uri":"z.png"},{"uri":"b.png"},
+      {"uri":"z.png"}],"buffers":[{"uri":"m.bin"},{"uri":"B.bin"},{"uri":"b%2Epng"}]})")});
+  std::vector<std::string> missing;
+  for (const ModelLoadDiagnostic& diagnostic : imported.diagnostics) missing.push_back(*diagnostic.resourcePath);
+  EXPECT_THAT(missing, ElementsAre("B.bin", "b%2Epng", "b.png", "m.bin", "z.png"));
+}
+
+TEST_F(GLTFResources, AreTakenFromALaterRootWhereAnEarlierOneHasOnlyALink) {
+  put("outside/x.png", "outside");
+  put("extra/link/x.png", "extra");
+  put("extra/l.png", "extra");
+  folder.makeLink("src/link", folder / "outside");
+  folder.makeLink("src/l.png", folder / "outside/x.png");
+  const FileURL model = put("src/m.gltf", R"({"images":[{"uri":"link/x.png"},{"uri":"l.png"}]})");
+  EXPECT_THAT(importModel({model}, {FileURL(folder / "extra")}).diagnostics, IsEmpty());
+  EXPECT_EQ(stagedContents("link/x.png"), "extra");
+  EXPECT_EQ(stagedContents("l.png"), "extra");
+}
+
+TEST_F(GLTFResources, MayStandInAFolderThatTheCallerReachesByALink) {
+  put("real/m.gltf", R"({"images":[{"uri":"a.png"}]})");
+  put("real/a.png");
+  folder.makeLink("link", folder / "real");
+  EXPECT_THAT(importModel({FileURL(folder / "link/m.gltf")}).diagnostics, IsEmpty());
+  EXPECT_THAT(staged(), ElementsAre("a.png", "m.gltf"));
+}
+
+TEST_F(GLTFResources, MayHaveAnyExtensionAndLeaveNothingElseStaged) {
+  for (const char* name : {"src/shapes.dat", "src/noextension", "src/textures/a.png", "src/b.png"}) put(name);
+  importModel({put("src/m.gltf", R"({"buffers":[{"uri":"shapes.dat"},{"uri":"noextension"}]})")});
+  EXPECT_THAT(staged(), ElementsAre("m.gltf", "noextension", "shapes.dat"));
+}
+
+TEST_F(GLTFResources, OfAContainerAreTakenByTheFlatRule) {
+  put("src/a.png");
+  put("src/a.bin");
+  EXPECT_THAT(importModel({put("src/m.glb", "no container at all")}).diagnostics, IsEmpty());
+  EXPECT_THAT(staged(), ElementsAre("a.png", "m.glb"));
 }
 
 TEST_F(GLTFResources, AreRefusedWhereTheyArePipes) {
