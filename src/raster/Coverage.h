@@ -13,10 +13,11 @@ namespace ornolith::raster {
 
 inline constexpr std::uint32_t noPrimitive = 0xffffffff;
 
-/// The nearest depth of each pixel of a tile (larger is nearer), and which primitive is seen there.
+/// The nearest depth of each pixel of a tile (larger is nearer), and which primitive is seen there; behind the last
+/// pixel there is what whole vectors touch.
 struct VisibilityBuffer {
-  alignas(64) std::array<float, tilePixels> depth;
-  alignas(64) std::array<std::uint32_t, tilePixels> primitive;
+  alignas(64) std::array<float, tilePixels + laneReserve> depth;
+  alignas(64) std::array<std::uint32_t, tilePixels + laneReserve> primitive;
 
   void clear(float farthestDepth) noexcept {
     depth.fill(farthestDepth);

@@ -83,48 +83,72 @@ HWY_INLINE IntegerVector tableCodes(const std::int32_t* entries, IntegerVector b
   return hn::ShiftRight<16>(hn::Add(entry, hn::And(bits, hn::Set(integers, 0xffff))));
 }
 
-/// Codes by a formula that is good to `doubt` of a code, from the table where that does not decide: gathering takes
-/// about twice as long. For vectors that hold a factor for each power of two.
-HWY_INLINE IntegerVector formulaCodes(const OutputTable& table, FloatVector linear) {
+/// From 2^-13 to 1; NaN becomes the least.
+HWY_INLINE IntegerVector limitedBits(FloatVector linear) {
+  constexpr Floats floats;
+  const FloatVector least = hn::Set(floats, 0x1p-13f), most = hn::Set(floats, 1.0f);
+  const FloatVector atLeast = hn::IfThenElse(hn::Gt(linear, least), linear, least);
+  return hn::BitCast(Integers(), hn::IfThenElse(hn::Lt(atLeast, most), atLeast, most));
+}
+
+/// The lowest bits of a float of that exponent are whole numbers.
+constexpr float wholeBits = 0x1.8p23f;
+
+/// Codes by a formula, in the lowest bits of `code` as a float above `wholeBits`.
+struct FormulaCode {
+  IntegerVector code;
+  FloatVector distance;  ///< Of the unrounded code from the whole number.
+};
+
+/// Good to a little less than `formulaDoubt` of a code: where that leaves two codes, the table decides. Gathering from
+/// the table takes about twice as long. For vectors that hold a factor for each power of two.
+constexpr float formulaDoubt = 0.0004f;
+
+HWY_INLINE FormulaCode formulaCode(const OutputTable& table, IntegerVector bits) {
   constexpr Floats floats;
   constexpr Integers integers;
-  constexpr float doubt = 0x1p-10f;
-  const IntegerVector bits = hn::BitCast(integers, linear);
   constexpr int mantissaBits = 23;
   constexpr auto firstPower = static_cast<std::int32_t>(OutputTable::firstBucket >> (mantissaBits - 16));
+  const FloatVector linear = hn::BitCast(floats, bits);
   const IntegerVector power = hn::Sub(hn::ShiftRight<mantissaBits>(bits), hn::Set(integers, firstPower));
   const FloatVector m = hn::BitCast(floats, hn::Or(hn::And(bits, hn::Set(integers, (1 << mantissaBits) - 1)),
                                                    hn::BitCast(integers, hn::Set(floats, 1.0f))));
-  // m^(1 / 2.4) for 1 <= m < 2, through six Chebyshev nodes.
-  FloatVector root = hn::Set(floats, 0.0051434881f);
-  for (const float coefficient : {-0.049227591f, 0.20208976f, -0.48228520f, 0.94603216f, 0.37824926f}) {
+  // m^(1 / 2.4) for 1 <= m < 2, the polynomial of the least maximal error.
+  FloatVector root = hn::Set(floats, 0.00533313164f);
+  for (const float coefficient : {-0.0506533347f, 0.206318095f, -0.488464832f, 0.95048058f, 0.376987725f}) {
     root = hn::Add(hn::Mul(root, m), hn::Set(floats, coefficient));
   }
   const FloatVector factor = hn::TableLookupLanes(hn::LoadU(floats, table.powers()), hn::IndicesFromVec(floats, power));
-  const FloatVector half = hn::Set(floats, 0.5f);
-  const FloatVector curved = hn::Add(hn::Mul(root, factor), hn::Set(floats, 0.5f - 255.0f * 0.055f));
-  const FloatVector straight = hn::Add(hn::Mul(linear, hn::Set(floats, 255.0f * 12.92f)), half);
+  const FloatVector curved = hn::Add(hn::Mul(root, factor), hn::Set(floats, -255.0f * 0.055f));
+  const FloatVector straight = hn::Mul(linear, hn::Set(floats, 255.0f * 12.92f));
   const FloatVector value = hn::IfThenElse(hn::Le(linear, hn::Set(floats, 0.0031308f)), straight, curved);
-  const IntegerVector codes = hn::ConvertTo(integers, value);
-  const FloatVector fraction = hn::Sub(value, hn::ConvertTo(floats, codes));
-  const auto isDoubtful = hn::Gt(hn::Abs(hn::Sub(fraction, half)), hn::Set(floats, 0.5f - doubt));
-  if (HWY_LIKELY(hn::AllFalse(floats, isDoubtful))) return codes;
-  return tableCodes(table.entries(), bits);
-}
-
-HWY_INLINE IntegerVector codes(const OutputTable& table, FloatVector linear) {
-  constexpr Floats floats;
-  // The first comparison turns NaN into the code 0.
-  const FloatVector least = hn::Set(floats, 0x1p-13f), most = hn::Set(floats, 1.0f);
-  const FloatVector atLeast = hn::IfThenElse(hn::Gt(linear, least), linear, least);
-  const FloatVector limited = hn::IfThenElse(hn::Lt(atLeast, most), atLeast, most);
-  if constexpr (hn::MaxLanes(Floats()) >= OutputTable::powerCount) return formulaCodes(table, limited);
-  return tableCodes(table.entries(), hn::BitCast(Integers(), limited));
+  const FloatVector whole = hn::Add(value, hn::Set(floats, wholeBits));
+  return {hn::BitCast(integers, whole), hn::Abs(hn::Sub(value, hn::Sub(whole, hn::Set(floats, wholeBits))))};
 }
 
 HWY_INLINE IntegerVector pixelOf(IntegerVector red, IntegerVector green, IntegerVector blue, IntegerVector alpha) {
   static_assert(std::endian::native == std::endian::little, "a pixel's first byte is the lowest of its 32 bits");
   return hn::Or(hn::Or(red, hn::ShiftLeft<8>(green)), hn::Or(hn::ShiftLeft<16>(blue), hn::ShiftLeft<24>(alpha)));
+}
+
+/// Pixels of straight light, without the alpha.
+HWY_INLINE IntegerVector opaqueCodes(const OutputTable& table, FloatVector red, FloatVector green, FloatVector blue) {
+  const IntegerVector zero = hn::Zero(Integers());
+  const IntegerVector bits[3] = {limitedBits(red), limitedBits(green), limitedBits(blue)};
+  if constexpr (hn::MaxLanes(Floats()) >= OutputTable::powerCount) {
+    const FormulaCode r = formulaCode(table, bits[0]), g = formulaCode(table, bits[1]), b = formulaCode(table, bits[2]);
+    const FloatVector farthest = hn::Max(r.distance, hn::Max(g.distance, b.distance));
+    const auto isDoubtful = hn::Gt(farthest, hn::Set(Floats(), 0.5f - formulaDoubt));
+    if (HWY_LIKELY(hn::AllFalse(Floats(), isDoubtful))) {
+      // The upper bits of the three add up to the same everywhere.
+      constexpr std::uint32_t upper = std::bit_cast<std::uint32_t>(wholeBits);
+      constexpr std::uint32_t sum = upper + (upper << 8) + (upper << 16);
+      const IntegerVector packed = hn::Add(r.code, hn::Add(hn::ShiftLeft<8>(g.code), hn::ShiftLeft<16>(b.code)));
+      return hn::Sub(packed, hn::Set(Integers(), std::bit_cast<std::int32_t>(sum)));
+    }
+  }
+  const std::int32_t* const entries = table.entries();
+  return pixelOf(tableCodes(entries, bits[0]), tableCodes(entries, bits[1]), tableCodes(entries, bits[2]), zero);
 }
 
 /// Pixels from light multiplied by alpha.
@@ -138,8 +162,8 @@ HWY_INLINE IntegerVector encodedPixels(const OutputTable& table, FloatVector red
   const FloatVector scale = hn::IfThenElse(hn::Gt(alpha, zero), hn::Div(one, alpha), zero);
   const IntegerVector alphaCode =
       hn::ConvertTo(Integers(), hn::Add(hn::Mul(alpha, hn::Set(floats, 255.0f)), hn::Set(floats, 0.5f)));
-  return pixelOf(codes(table, hn::Mul(red, scale)), codes(table, hn::Mul(green, scale)),
-                 codes(table, hn::Mul(blue, scale)), alphaCode);
+  const IntegerVector opaque = opaqueCodes(table, hn::Mul(red, scale), hn::Mul(green, scale), hn::Mul(blue, scale));
+  return hn::Or(opaque, hn::ShiftLeft<24>(alphaCode));
 }
 
 void encode(const OutputTable& table, const float* colors, std::uint8_t* out) {
@@ -154,28 +178,39 @@ void encode(const OutputTable& table, const float* colors, std::uint8_t* out) {
   hwy::CopyBytes<sizeof(pixels)>(pixels, out);
 }
 
+/// Puts the fragments from `i` into their pixels: most often these are neighbours.
+HWY_INLINE void put(IntegerVector encoded, const FragmentBatch& batch, std::size_t i, TileCodes& out) {
+  constexpr Integers integers;
+  constexpr hn::Rebind<std::uint16_t, Integers> numbers;
+  const std::size_t lanes = hn::Lanes(integers);
+  const std::uint16_t* const pixel = batch.pixel.data() + i;
+  const auto neighbours = hn::Add(hn::Iota(numbers, 0), hn::Set(numbers, pixel[0]));
+  if (i + lanes <= batch.count && hn::AllTrue(numbers, hn::Eq(hn::LoadU(numbers, pixel), neighbours))) {
+    return hn::StoreU(hn::BitCast(hn::RebindToUnsigned<Integers>(), encoded), hn::RebindToUnsigned<Integers>(),
+                      out.pixels.data() + pixel[0]);
+  }
+  HWY_ALIGN std::int32_t pixels[hn::MaxLanes(Integers())];
+  hn::Store(encoded, integers, pixels);
+  const std::size_t end = HWY_MIN(lanes, batch.count - i);
+  for (std::size_t k = 0; k < end; ++k) out.pixels[pixel[k]] = static_cast<std::uint32_t>(pixels[k]);
+}
+
 void encodeBatch(const OutputTable& table, const FragmentBatch& batch, bool keepsAlpha, TileCodes& out) {
   constexpr Floats floats;
   constexpr Integers integers;
   const std::size_t lanes = hn::Lanes(floats);
   const Lane4& result = batch.result;
-  HWY_ALIGN std::int32_t pixels[hn::MaxLanes(Floats())];
   for (std::size_t i = 0; i < batch.count; i += lanes) {
     const FloatVector red = hn::Load(floats, &result.x[i]);
     const FloatVector green = hn::Load(floats, &result.y[i]);
     const FloatVector blue = hn::Load(floats, &result.z[i]);
     if (keepsAlpha) {
       const FloatVector alpha = hn::Load(floats, &result.w[i]);
-      const IntegerVector encoded =
-          encodedPixels(table, hn::Mul(red, alpha), hn::Mul(green, alpha), hn::Mul(blue, alpha), alpha);
-      hn::Store(encoded, integers, pixels);
+      put(encodedPixels(table, hn::Mul(red, alpha), hn::Mul(green, alpha), hn::Mul(blue, alpha), alpha), batch, i, out);
     } else {
-      const IntegerVector encoded =
-          pixelOf(codes(table, red), codes(table, green), codes(table, blue), hn::Set(integers, 255));
-      hn::Store(encoded, integers, pixels);
+      const IntegerVector encoded = opaqueCodes(table, red, green, blue);
+      put(hn::Or(encoded, hn::Set(integers, std::bit_cast<std::int32_t>(0xff000000u))), batch, i, out);
     }
-    const std::size_t end = HWY_MIN(lanes, batch.count - i);
-    for (std::size_t k = 0; k < end; ++k) out.pixels[batch.pixel[i + k]] = static_cast<std::uint32_t>(pixels[k]);
   }
 }
 

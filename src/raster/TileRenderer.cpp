@@ -29,6 +29,7 @@ void TileRenderer::begin(const TileInputs& inputs, std::size_t tile) {
   rays_ =
       inputs.projection.viewRays(bounds_.x + 0.5 - description.width * 0.5, bounds_.y + 0.5 - description.height * 0.5);
   records_.clear();
+  groups_.clear();
   batch_.count = 0;
   isBlending_ = false;
   hasBlending_ = blendsIn(inputs, tile);
@@ -62,11 +63,25 @@ void TileRenderer::draw(const PrimitiveRecord* records, std::span<const std::uin
       if (!isBlending_) shadeOpaque();
       for (const std::uint32_t entry : run) drawBlended(records[entry], item);
     } else if (first.kind == PrimitiveKind::triangle && !item.plan.dropsFragments()) {
+      const std::size_t before = records_.size();
       drawOpaqueTriangles(records, run, item);
+      enlargeGroup(first.item, before);
     } else {
+      const std::size_t before = records_.size();
       for (const std::uint32_t entry : run) drawOpaque(records[entry], item);
+      enlargeGroup(first.item, before);
     }
     entries = entries.subspan(size);
+  }
+}
+
+void TileRenderer::enlargeGroup(std::uint32_t item, std::size_t firstRecord) {
+  const auto begin = static_cast<std::uint32_t>(firstRecord), end = static_cast<std::uint32_t>(records_.size());
+  if (begin == end) return;
+  if (!groups_.empty() && groups_.back().item == item) {
+    groups_.back().end = end;
+  } else {
+    groups_.push_back({item, begin, end});
   }
 }
 
@@ -91,21 +106,89 @@ void TileRenderer::drawOpaque(const PrimitiveRecord& record, const PreparedItem&
 }
 
 void TileRenderer::shadeOpaque() {
-  // Sort the visible pixels by primitive; primitives stand in drawing order, so that this groups them by item as well.
-  const std::span<const PixelRun> runs = std::span(runs_).first(findRuns(visibility_, bounds_, runs_));
-  runEnds_.assign(records_.size() + 1, 0);
-  for (const PixelRun& run : runs) runEnds_[run.primitive + 1] += run.count;
-  for (std::size_t i = 1; i < runEnds_.size(); ++i) runEnds_[i] += runEnds_[i - 1];
-  sortPixels(runs, runEnds_.data(), sortedPixels_);
-
+  const std::span<PixelRun> found = std::span(runs_).first(findRuns(visibility_, bounds_, runs_));
+  planGroups(found);
+  const std::span<PixelRun> runs = sortByWay(found);
   std::uint32_t begin = 0;
-  for (std::size_t i = 0; i < records_.size(); ++i) {
-    const std::uint32_t end = runEnds_[i];
+  for (std::size_t way = 0; way < wayEnds_.size(); ++way) {
+    const std::uint32_t end = wayEnds_[way];
+    if (end == begin) continue;
+    const std::span<PixelRun> part = runs.subspan(begin, end - begin);
+    const RecordGroup& group = groups_[way / 2];
+    if (way % 2 == 0) {
+      shadeByRows(group.item, part);
+    } else {
+      shadeByPrimitives(group, part);
+    }
+    begin = end;
+  }
+  isBlending_ = true;
+}
+
+void TileRenderer::planGroups(std::span<const PixelRun> runs) {
+  pixelCounts_.assign(records_.size(), 0);
+  for (const PixelRun& run : runs) pixelCounts_[run.primitive] += run.count;
+  ways_.resize(records_.size());
+  planes_.resize(records_.size());
+  for (std::size_t g = 0; g < groups_.size(); ++g) {
+    const RecordGroup& group = groups_[g];
+    const PreparedItem& item = inputs_->frame.items[group.item];
+    const bool takesPlanes = takesNormalPlanes(item);
+    const std::uint32_t byRows = static_cast<std::uint32_t>(2 * g), byPrimitives = byRows + 1;
+    std::fill(ways_.begin() + group.begin, ways_.begin() + group.end, takesPlanes ? byRows : byPrimitives);
+    if (!takesPlanes || !item.plan.isLit) continue;
+    visible_.clear();
+    for (std::uint32_t i = group.begin; i < group.end; ++i) {
+      if (pixelCounts_[i] > 0) visible_.push_back(i);
+    }
+    setUpNormalPlanes({inputs_->frame, item, bounds_, records_, visible_}, planes_.data());
+    for (const std::uint32_t number : visible_) {
+      if (!planes_[number].isSound) ways_[number] = byPrimitives;
+    }
+  }
+}
+
+std::span<PixelRun> TileRenderer::sortByWay(std::span<PixelRun> runs) {
+  wayEnds_.assign(2 * groups_.size() + 1, 0);
+  for (const PixelRun& run : runs) ++wayEnds_[ways_[run.primitive] + 1];
+  const bool isSorted = !runs.empty() && wayEnds_[ways_[runs.front().primitive] + 1] == runs.size();
+  for (std::size_t i = 1; i < wayEnds_.size(); ++i) wayEnds_[i] += wayEnds_[i - 1];
+  if (!isSorted) {
+    for (const PixelRun& run : runs) sortedRuns_[wayEnds_[ways_[run.primitive]]++] = run;
+    wayEnds_.pop_back();
+    return std::span(sortedRuns_).first(runs.size());
+  }
+  wayEnds_.erase(wayEnds_.begin());
+  return runs;
+}
+
+/// The order of an item's opaque fragments makes no difference.
+void TileRenderer::shadeByRows(std::uint32_t itemNumber, std::span<PixelRun> runs) {
+  const PreparedItem& item = inputs_->frame.items[itemNumber];
+  const RunSource source{item.plan.isLit ? planes_.data() : nullptr, item.material->isDoubleSided};
+  batchItem_ = itemNumber;
+  while (!runs.empty()) {
+    runs = runs.subspan(appendRuns(source, runs, batch_));
+    if (batch_.count == batchSize) flushBatch();
+  }
+  flushBatch();
+}
+
+void TileRenderer::shadeByPrimitives(const RecordGroup& group, std::span<const PixelRun> runs) {
+  pixelEnds_.resize(records_.size());
+  std::uint32_t sum = 0;
+  for (std::uint32_t i = group.begin; i < group.end; ++i) {
+    pixelEnds_[i] = sum;
+    if (ways_[i] % 2 == 1) sum += pixelCounts_[i];
+  }
+  sortPixels(runs, pixelEnds_.data(), sortedPixels_);
+  std::uint32_t begin = 0;
+  for (std::uint32_t i = group.begin; i < group.end; ++i) {
+    const std::uint32_t end = pixelEnds_[i];
     if (end > begin) appendToBatch(*records_[i], {sortedPixels_.data() + begin, end - begin});
     begin = end;
   }
   flushBatch();
-  isBlending_ = true;
 }
 
 void TileRenderer::drawBlended(const PrimitiveRecord& record, const PreparedItem& item) {

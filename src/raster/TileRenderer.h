@@ -9,6 +9,7 @@
 #include "raster/Coverage.h"
 #include "raster/FragmentBatch.h"
 #include "raster/Interpolation.h"
+#include "raster/NormalPlanes.h"
 #include "raster/PixelOutput.h"
 #include "raster/PrimitiveChunk.h"
 #include "raster/Shading.h"
@@ -35,14 +36,25 @@ class TileRenderer {
   void render(const TileInputs& inputs, std::size_t tile, Image& image);
 
  private:
+  /// Opaque records of one item.
+  struct RecordGroup {
+    std::uint32_t item;
+    std::uint32_t begin, end;  ///< Among `records_`.
+  };
+
   void begin(const TileInputs& inputs, std::size_t tile);
   /// Whether any blended primitive may touch the tile.
   bool blendsIn(const TileInputs& inputs, std::size_t tile);
   void draw(const PrimitiveRecord* records, std::span<const std::uint32_t> entries);
+  void enlargeGroup(std::uint32_t item, std::size_t firstRecord);
   void drawOpaqueTriangles(const PrimitiveRecord* records, std::span<const std::uint32_t> run,
                            const PreparedItem& item);
   void drawOpaque(const PrimitiveRecord& record, const PreparedItem& item);
   void shadeOpaque();
+  void planGroups(std::span<const PixelRun> runs);
+  std::span<PixelRun> sortByWay(std::span<PixelRun> runs);
+  void shadeByRows(std::uint32_t item, std::span<PixelRun> runs);
+  void shadeByPrimitives(const RecordGroup& group, std::span<const PixelRun> runs);
   void drawBlended(const PrimitiveRecord& record, const PreparedItem& item);
   void dropTransparent(const PrimitiveRecord& record, const PreparedItem& item);
   void appendToBatch(const PrimitiveRecord& record, std::span<const std::uint16_t> pixels);
@@ -56,8 +68,14 @@ class TileRenderer {
   VisibilityBuffer visibility_;
   std::vector<std::uint32_t> binScratch_, lookAhead_;
   std::vector<const PrimitiveRecord*> records_;  ///< The opaque ones; the visibility buffer holds indices into it.
-  std::vector<std::uint32_t> runEnds_;
-  PixelRuns runs_;
+  std::vector<RecordGroup> groups_;
+  PixelRuns runs_, sortedRuns_;
+  std::vector<std::uint32_t> pixelCounts_;  ///< By record: how many of its pixels are seen.
+  std::vector<std::uint32_t> visible_;      ///< Records of one group of which some pixel is seen.
+  std::vector<NormalPlane> planes_;         ///< By record.
+  /// By record: twice the number of its group, and 1 more where it is shaded by primitives, not by rows.
+  std::vector<std::uint32_t> ways_;
+  std::vector<std::uint32_t> wayEnds_, pixelEnds_;
   PixelList sortedPixels_;
   FragmentList fragments_;
   FragmentBatch batch_;

@@ -19,75 +19,88 @@ using WideFloats = hn::ScalableTag<float>;
 template <typename Floats>
 using IntegersOf = hn::RebindToSigned<Floats>;
 
-/// The pixels of a row in which a triangle can be: conservative by far more than what the quotients are rounded by.
-struct RowSpan {
-  std::int32_t left, right;
-
-  RowSpan(const TileTriangle& triangle, const std::int32_t (&edge)[3], const float (&inverseStep)[3]) {
-    constexpr float margin = 0.02f;
-    auto low = static_cast<float>(triangle.left), high = static_cast<float>(triangle.right);
-    for (int k = 0; k < 3; ++k) {
-      const float at = -static_cast<float>(edge[k]) * inverseStep[k];
-      if (triangle.stepX[k] > 0 && at - margin > low) low = at - margin;
-      if (triangle.stepX[k] < 0 && at + margin < high) high = at + margin;
-      if (triangle.stepX[k] == 0 && edge[k] < 0) high = -1;
-    }
-    left = low < tileSide ? static_cast<std::int32_t>(low) : tileSide;
-    right = high > -1 ? static_cast<std::int32_t>(high) : -1;
-  }
+/// The first and last pixel of each row of a triangle; none where the first is behind the last.
+struct RowSpans {
+  static constexpr std::size_t size = tileSide + hn::MaxLanes(WideFloats());
+  HWY_ALIGN std::int32_t first[size];
+  HWY_ALIGN std::int32_t last[size];
 };
+
+/// Exact, for as many rows at a time as a vector has lanes: a quotient tells where a side crosses a row to much less
+/// than a pixel, and the side's value at the pixel nearest to that on which side of the crossing it is.
+HWY_INLINE void findSpans(const TileTriangle& triangle, RowSpans& spans) {
+  constexpr WideFloats floats;
+  constexpr IntegersOf<WideFloats> integers;
+  const auto set = [](std::int32_t value) { return hn::Set(IntegersOf<WideFloats>(), value); };
+  // Sides that run along the rows are crossed infinitely far away.
+  constexpr float farAway = 1e30f;
+  // A float of that size has whole numbers in its lowest bits.
+  constexpr float wholeBits = 0x1.8p23f;
+  const auto wholeBitsAsInteger = hn::BitCast(integers, hn::Set(floats, wholeBits));
+  const auto beforeTile = hn::Set(floats, -1.0f), behindTile = hn::Set(floats, static_cast<float>(tileSide + 1));
+  const auto lanes = static_cast<std::int32_t>(hn::Lanes(floats));
+  for (std::int32_t row = 0; row <= triangle.bottom - triangle.top; row += lanes) {
+    const auto y = hn::Iota(integers, row + triangle.top);
+    auto first = set(triangle.left), last = set(triangle.right);
+    for (int k = 0; k < 3; ++k) {
+      const std::int32_t step = triangle.stepX[k];
+      const float inverse = step != 0 ? -1.0f / static_cast<float>(step) : -farAway;
+      const auto edge = hn::Add(set(triangle.edge[k]), hn::Mul(y, set(triangle.stepY[k])));
+      const auto crossing = hn::Mul(hn::ConvertTo(floats, edge), hn::Set(floats, inverse));
+      const auto limited = hn::Min(hn::Max(crossing, beforeTile), behindTile);
+      const auto nearest =
+          hn::Sub(hn::BitCast(integers, hn::Add(limited, hn::Set(floats, wholeBits))), wholeBitsAsInteger);
+      const auto isOutside = hn::BroadcastSignBit(hn::Add(edge, hn::Mul(nearest, set(step))));
+      if (step >= 0) {
+        first = hn::Max(first, hn::Sub(nearest, isOutside));
+      } else {
+        last = hn::Min(last, hn::Add(nearest, isOutside));
+      }
+    }
+    hn::Store(first, integers, spans.first + row);
+    hn::Store(last, integers, spans.last + row);
+  }
+}
 
 /// Calls `visit(first pixel, mask of lanes, depths)` for vectors of pixels that hold all pixels that the triangle
 /// covers.
 template <bool isNarrow, typename Floats, typename Visit>
-HWY_INLINE void visitRows(Floats floats, const TileTriangle& triangle, const TileBounds& tile, const Visit& visit) {
+HWY_INLINE void visitRows(Floats floats, const TileTriangle& triangle, const RowSpans& spans, const Visit& visit) {
   constexpr IntegersOf<Floats> integers;
   const auto lanes = static_cast<std::int32_t>(hn::Lanes(floats));
-  const auto zero = hn::Zero(integers);
   const auto iota = hn::Iota(integers, 0);
-  const auto ramp0 = hn::Mul(iota, hn::Set(integers, triangle.stepX[0]));
-  const auto ramp1 = hn::Mul(iota, hn::Set(integers, triangle.stepX[1]));
-  const auto ramp2 = hn::Mul(iota, hn::Set(integers, triangle.stepX[2]));
   const auto depthX = hn::Set(floats, triangle.depthX);
-  float inverseStep[3] = {};
-  for (int k = 0; k < 3 && !isNarrow; ++k) {
-    if (triangle.stepX[k] != 0) inverseStep[k] = 1.0f / static_cast<float>(triangle.stepX[k]);
-  }
   for (std::int32_t y = triangle.top; y <= triangle.bottom; ++y) {
-    const std::int32_t edge[3] = {triangle.edge[0] + triangle.stepY[0] * y, triangle.edge[1] + triangle.stepY[1] * y,
-                                  triangle.edge[2] + triangle.stepY[2] * y};
+    std::int32_t x = spans.first[y - triangle.top];
+    const std::int32_t last = spans.last[y - triangle.top];
     const auto rowDepth = hn::Set(floats, triangle.depth + triangle.depthY * static_cast<float>(y));
-    const auto visitAt = [&](std::int32_t x) {
-      const auto edge0 = hn::Add(hn::Set(integers, edge[0] + triangle.stepX[0] * x), ramp0);
-      const auto edge1 = hn::Add(hn::Set(integers, edge[1] + triangle.stepX[1] * x), ramp1);
-      const auto edge2 = hn::Add(hn::Set(integers, edge[2] + triangle.stepX[2] * x), ramp2);
-      // Beyond the tile's own width, the pixel counts as outside of one more edge.
-      const auto border = hn::Sub(hn::Set(integers, tile.width - 1 - x), iota);
-      const auto isOutside = hn::Lt(hn::Or(hn::Or(edge0, edge1), hn::Or(edge2, border)), zero);
+    const auto visitAt = [&] {
       const auto column = hn::ConvertTo(floats, hn::Add(iota, hn::Set(integers, x)));
-      visit(pixelIndex(x, y), hn::RebindMask(floats, hn::Not(isOutside)), hn::Add(rowDepth, hn::Mul(depthX, column)));
+      visit(pixelIndex(x, y), hn::FirstN(floats, static_cast<std::size_t>(last - x + 1)),
+            hn::Add(rowDepth, hn::Mul(depthX, column)));
     };
-    if constexpr (isNarrow) {
-      visitAt(HWY_MIN(triangle.left, tileSide - lanes));
-    } else {
-      const RowSpan span(triangle, edge, inverseStep);
-      for (std::int32_t x = span.left & ~(lanes - 1); x <= span.right; x += lanes) visitAt(x);
+    if (x > last) continue;
+    visitAt();
+    if constexpr (!isNarrow) {
+      for (x += lanes; x <= last; x += lanes) visitAt();
     }
   }
 }
 
 template <typename Visit>
-HWY_INLINE void visitCorners(const TileTriangle& triangle, const TileBounds& tile, const Visit& visit) {
+HWY_INLINE void visitCorners(const TileTriangle& triangle, const Visit& visit) {
   if (triangle.top > triangle.bottom) return;
+  RowSpans spans;
+  findSpans(triangle, spans);
   constexpr NarrowFloats narrow;
   constexpr WideFloats wide;
   const std::int32_t width = triangle.right - triangle.left;
   if (width < static_cast<std::int32_t>(hn::Lanes(narrow))) {
-    visitRows<true>(narrow, triangle, tile, visit);
+    visitRows<true>(narrow, triangle, spans, visit);
   } else if (width < static_cast<std::int32_t>(hn::Lanes(wide))) {
-    visitRows<true>(wide, triangle, tile, visit);
+    visitRows<true>(wide, triangle, spans, visit);
   } else {
-    visitRows<false>(wide, triangle, tile, visit);
+    visitRows<false>(wide, triangle, spans, visit);
   }
 }
 
@@ -122,7 +135,7 @@ HWY_INLINE void visitTriangle(const PrimitiveRecord& record, const TileBounds& t
   if (record.form == TriangleForm::mask) {
     visitMask(record, visit);
   } else {
-    visitCorners(TileTriangle(record, tile), tile, visit);
+    visitCorners(TileTriangle(record, tile), visit);
   }
 }
 
