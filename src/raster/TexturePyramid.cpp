@@ -132,7 +132,7 @@ TexturePyramid::TexturePyramid(std::shared_ptr<const Image> image, bool isSRGB, 
   layOutLevels();
   for (std::size_t i = 1; i < levels_.size(); ++i) {
     const MipLevel& level = levels_[i];
-    std::uint8_t* texels = storage_.get() + std::size_t{4} * static_cast<std::size_t>(tables_.firstTexel[i]);
+    std::uint8_t* const texels = storage_.get() + (level.texels - storage_.get());
     const LevelHalver halver(levels_[i - 1], level.width, isSRGB, isPremultiplied_, tables);
     const std::size_t grain = std::max<std::size_t>(1, 16384 / level.width);
     parallelFor(level.height, grain, [&](std::size_t row) {
@@ -150,19 +150,15 @@ void TexturePyramid::layOutLevels() {
   std::size_t total = 0;
   while (levels_.back().width > 1 || levels_.back().height > 1) {
     const MipLevel& last = levels_.back();
-    const MipLevel level{std::max(last.width / 2, 1u), std::max(last.height / 2, 1u), nullptr};
-    tables_.firstTexel[levels_.size()] = static_cast<std::int32_t>(total);
-    total += std::size_t{level.width} * level.height;
-    levels_.push_back(level);
+    levels_.push_back({std::max(last.width / 2, 1u), std::max(last.height / 2, 1u), nullptr});
+    total += std::size_t{levels_.back().width} * levels_.back().height;
   }
-  storage_ = std::make_unique_for_overwrite<std::uint8_t[]>(std::max<std::size_t>(total, 1) * 4);
-  for (std::size_t i = 0; i < levels_.size(); ++i) {
-    if (i > 0) levels_[i].texels = storage_.get() + std::size_t{4} * static_cast<std::size_t>(tables_.firstTexel[i]);
-    tables_.width[i] = static_cast<std::int32_t>(levels_[i].width);
-    tables_.height[i] = static_cast<std::int32_t>(levels_[i].height);
+  storage_ = std::make_unique_for_overwrite<std::uint8_t[]>(total * 4);
+  std::uint8_t* next = storage_.get();
+  for (std::size_t i = 1; i < levels_.size(); ++i) {
+    levels_[i].texels = next;
+    next += std::size_t{levels_[i].width} * levels_[i].height * 4;
   }
-  tables_.imageTexels = image_->pixels.data();
-  tables_.smallerTexels = storage_.get();
 }
 
 }  // namespace ornolith::raster

@@ -24,14 +24,6 @@ struct MipLevel {
   const std::uint8_t* texels = nullptr;
 };
 
-/// Where the levels of a pyramid are, as arrays that vector code looks up by level.
-struct LevelTables {
-  std::array<std::int32_t, 32> width{}, height{};
-  std::array<std::int32_t, 32> firstTexel{};  ///< From the image's texels for level 0, from `smallerTexels` for others.
-  const std::uint8_t* imageTexels = nullptr;
-  const std::uint8_t* smallerTexels = nullptr;
-};
-
 /// An image with its mip levels down to 1 by 1. Level 0 is the image's own memory. Colour is averaged in linear light
 /// and weighted by alpha, so that invisible texels lend no colour; data is averaged as it stands. An odd side is halved
 /// with the box that covers it exactly (three texels weighted by their share), so that the mean of an image is kept.
@@ -41,7 +33,6 @@ class TexturePyramid {
   TexturePyramid(std::shared_ptr<const Image> image, bool isSRGB, bool hasTransparency, const TexelTables& tables);
 
   const std::vector<MipLevel>& levels() const noexcept { return levels_; }
-  const LevelTables& levelTables() const noexcept { return tables_; }
   bool isSRGB() const noexcept { return isSRGB_; }
   /// Whether sampling multiplies colour by alpha: for colour with some transparency.
   bool isPremultiplied() const noexcept { return isPremultiplied_; }
@@ -57,7 +48,6 @@ class TexturePyramid {
   bool isPremultiplied_;
   std::unique_ptr<std::uint8_t[]> storage_;  ///< All levels but the image's own.
   std::vector<MipLevel> levels_;
-  LevelTables tables_;
 };
 
 }  // namespace ornolith::raster

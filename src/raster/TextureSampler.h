@@ -36,9 +36,11 @@ bool sharesFootprints(const TextureRead& a, const TextureRead& b) noexcept;
 /// Fills `samples[read.sample]` for each read and each fragment: filtered texels, straight linear RGBA.
 ///
 /// Trilinear; up to `maximumAnisotropy` samples along the longer axis of the ellipse that the pixel's circle becomes in
-/// the texture (its axes are the singular values of the 2-by-2 matrix of derivatives, in texels). Colour is weighted by
-/// alpha where the pyramid has transparency. Coordinates may be anything: one that is not finite counts as 0,
-/// derivatives that are not finite select the smallest level. Lanes from `count` to the end of a vector hold anything.
+/// the texture (its axes are the singular values of the 2-by-2 matrix of derivatives, in texels, the shorter one
+/// counting as a texel at least). Filters that are nearest take one texel instead of four on the level of the image
+/// itself, where nothing is left out by that, and one level instead of two. Colour is weighted by alpha where the
+/// pyramid has transparency. Coordinates may be anything: one that is not finite counts as 0, derivatives that are not
+/// finite select the smallest level. Lanes from `count` to the end of a vector hold anything.
 void sampleTextures(std::span<const TextureRead> reads, std::span<const CoordinateLanes> coordinates, std::size_t count,
                     std::span<Lane4> samples) noexcept;
 

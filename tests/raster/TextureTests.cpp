@@ -237,7 +237,7 @@ ReferenceSample referenceSample(const TexturePyramid& pyramid, device::WrapMode 
   const double xu = f.dudx * width, xv = f.dvdx * height, yu = f.dudy * width, yv = f.dvdy * height;
   const double a = xu * xu + yu * yu, b = xu * xv + yu * yv, c = xv * xv + yv * yv;
   const double radius = std::hypot((a - c) / 2, b), major = (a + c) / 2 + radius;
-  const double minor = std::max((a + c) / 2 - radius, major / 4096);
+  const double minor = std::max((a + c) / 2 - radius, 1.0);
   ReferenceSample result;
   double count = 1, level = 0, angle = 0;
   if (major > 1) {

@@ -38,6 +38,7 @@ struct Mesh {
 
 enum class Topology : std::uint8_t { triangles, lines, points };
 enum class WrapMode : std::uint8_t { clamp, repeat, mirror };
+enum class FilterMode : std::uint8_t { nearest, linear };
 enum class LightingModel : std::uint8_t { constant, lambert, blinn, physicallyBased };
 enum class BlendMode : std::uint8_t { alpha, replace, add };
 enum class TextureComponent : std::uint8_t { red, green, blue, alpha };
@@ -63,6 +64,8 @@ struct MaterialSlot {
   std::uint32_t channel = 0;      ///< Texture coordinate channel; one that the mesh has not got gives (0, 0).
   WrapMode wrapS = WrapMode::clamp;
   WrapMode wrapT = WrapMode::clamp;
+  FilterMode magnificationFilter = FilterMode::linear;  ///< Where a pixel spans no more than a texel.
+  FilterMode mipFilter = FilterMode::linear;            ///< Between two levels, or of the nearer one alone.
   /// Texture coordinates become (m[0]*u + m[2]*v + m[4], m[1]*u + m[3]*v + m[5]).
   float transform[6] = {1, 0, 0, 1, 0, 0};
   simd_float4 factor{1, 1, 1, 1};  ///< Linear RGBA; x for scalar properties, none for the normal map.
