@@ -10,8 +10,6 @@ namespace ornolith {
 
 namespace {
 
-constexpr double defaultFieldOfView = 45.0;  // degrees
-
 double fieldOfViewInUse(const SceneController& controller, std::optional<double> fieldOfView) {
   if (fieldOfView) return *fieldOfView;
   const auto& camera = controller.cameraNode()->camera;

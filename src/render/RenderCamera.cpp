@@ -1,12 +1,12 @@
 #include "render/RenderCamera.h"
 
+#include "scene/SceneCamera.h"
+
 namespace ornolith {
 
 SCNNode::Pointer makeRenderCameraNode() {
   auto node = SCNNode::node();
-  node->camera = SCNCamera::camera();
-  node->camera->zNear = 0.001;
-  node->camera->zFar = 10000.0;
+  node->camera = makeSceneCamera();
   return node;
 }
 

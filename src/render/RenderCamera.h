@@ -5,7 +5,7 @@
 
 namespace ornolith {
 
-/// A node with the camera that every picture is taken with: near plane 0.001, far plane 10000 units of the scene.
+/// A node with a new camera of the scene's lens (SceneCamera.h).
 SCNNode::Pointer makeRenderCameraNode();
 
 /// Gives `camera`, a node with a camera, the position, Euler angles and field of view of `state`; its target plays no

@@ -164,7 +164,7 @@ class SceneController {
   void positionCamera(const std::vector<SCNNode::Pointer>& roots);
   /// Sets position, Euler angles, field of view and target of the camera, which is made where there is none.
   void applyCameraState(const CameraState& state);
-  /// The camera as it stands; the field of view is 45 degrees where the node has no camera.
+  /// The camera as it stands; the field of view is `defaultFieldOfView` where the node has no camera.
   CameraState currentCameraState();
   /// The box of all visible models in world space, or that from -0.5 to 0.5 where it is not finite in 32-bit floats.
   ModelRenderBounds currentModelRenderBounds() const;

@@ -4,6 +4,7 @@
 
 #include "scene/Invariants.h"
 #include "scene/ModelBounds.h"
+#include "scene/SceneCamera.h"
 #include "scene/SceneController.h"
 
 namespace ornolith {
@@ -11,16 +12,6 @@ namespace ornolith {
 // The default lights and the camera.
 
 namespace {
-
-constexpr double defaultFieldOfView = 45;  // degrees
-
-std::shared_ptr<SCNCamera> makeCamera() {
-  auto camera = SCNCamera::camera();
-  camera->fieldOfView = defaultFieldOfView;
-  camera->zNear = 0.001;
-  camera->zFar = 10000;
-  return camera;
-}
 
 SCNNode::Pointer makeLightNode(SCNLightType type, double intensity) {
   auto light = SCNLight::light();
@@ -55,14 +46,14 @@ void SceneController::addDefaultLights() {
 
 void SceneController::addCamera(SCNVector3 position, SCNVector3 target) {
   cameraNode_ = SCNNode::node();
-  cameraNode_->camera = makeCamera();
+  cameraNode_->camera = makeSceneCamera();
   cameraNode_->setPosition(position);
   cameraNode_->lookAt(target);
   scene_->rootNode()->addChildNode(cameraNode_);
 }
 
 void SceneController::ensureCamera() {
-  if (!cameraNode_->camera) cameraNode_->camera = makeCamera();
+  if (!cameraNode_->camera) cameraNode_->camera = makeSceneCamera();
   if (!cameraNode_->hasParent()) scene_->rootNode()->addChildNode(cameraNode_);
 }
 
