@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "SceneFixtures.h"
+#include "scene/OriginalMaterials.h"
 #include "scene/SceneController.h"
 #include "scene/SurfaceModeMaterials.h"
 
@@ -93,6 +94,34 @@ TEST_F(SurfaceModesTest, SwitchingBackPutsTheVerySameMaterialsBack) {
   originals[1]->transparency = 0.5;
   controller.applySurfaceMode(SurfaceMode::textured);
   EXPECT_EQ(geometry->materials()[1]->transparency, 0.5);
+}
+
+TEST(OriginalMaterials, AreKnownByTheGeometryFirstAndByAStableNameElse) {
+  const SCNNode::Pointer root = SCNNode::node();
+  const SCNNode::Pointer first = addNode(root, unitCube());
+  const SCNNode::Pointer second = addNode(root, unitCube());
+  for (const SCNNode::Pointer& node : {first, second}) node->setName("__fbx_1__Twin");
+  const SCNGeometry::Materials ofFirst = first->geometry->materials();
+  const SCNGeometry::Materials ofSecond = second->geometry->materials();
+  OriginalMaterials originals;
+  originals.collect(*root);
+  EXPECT_EQ(*originals.find(*first), ofFirst);
+  EXPECT_EQ(*originals.find(*second), ofSecond);
+  first->geometry = unitCube();
+  EXPECT_EQ(*originals.find(*first), ofSecond) << "the later of one name";
+  originals.clear();
+  EXPECT_EQ(originals.find(*first), nullptr);
+  EXPECT_EQ(originals.find(*second), nullptr);
+}
+
+TEST(OriginalMaterials, OfALaterRecordReplaceTheEarlierOnes) {
+  const SCNNode::Pointer root = SCNNode::nodeWithGeometry(unitCube());
+  OriginalMaterials originals;
+  originals.collect(*root);
+  const SCNGeometry::Materials later{SCNMaterial::material(), SCNMaterial::material()};
+  root->geometry->setMaterials(later);
+  originals.collect(*root);
+  EXPECT_EQ(*originals.find(*root), later);
 }
 
 TEST_F(SurfaceModesTest, DoesNotChangeTheOptions) {
@@ -251,6 +280,31 @@ TEST_F(DiagnosticColorsTest, AHingeColoursItsRolesAndWhatHangsBelowThem) {
   EXPECT_EQ(diffuseColor(*fixed->geometry), NSColor::systemIndigoColor().colorWithAlphaComponent(0.72));
   EXPECT_EQ(diffuseColor(*belowFixed->geometry), NSColor::systemIndigoColor().colorWithAlphaComponent(0.72));
   EXPECT_EQ(diffuseColor(*loose->geometry), NSColor::systemRedColor().colorWithAlphaComponent(0.72));
+}
+
+TEST_F(DiagnosticColorsTest, OfSeveralRolesThePivotComesFirstAndMovingBeforeFixed) {
+  const ModelNodePath pivotPath{{component("pivot")}};
+  const ModelNodePath movingPath = pivotPath.appending(component("moving"));
+  RigidArticulationBinding binding;
+  binding.pivotPath = pivotPath;
+  binding.movingPartPaths = {pivotPath, movingPath};
+  binding.fixedPartPaths = {pivotPath, movingPath};
+  entry.parts.articulationBinding = binding;
+  apply();
+  EXPECT_EQ(diffuseColor(*pivot->geometry), NSColor::systemOrangeColor().colorWithAlphaComponent(0.72));
+  EXPECT_EQ(diffuseColor(*moving->geometry), NSColor::systemTealColor().colorWithAlphaComponent(0.72));
+}
+
+TEST_F(DiagnosticColorsTest, APathIsAPrefixByItsIdentitiesAndItsNames) {
+  RigidArticulationBinding binding;
+  binding.movingPartPaths = {ModelNodePath{{{ModelNodeSourceID{"fbx:fixed"}, "renamed"}}},
+                             ModelNodePath{{{ModelNodeSourceID{"fbx:other"}, "loose"}}},
+                             ModelNodePath{{component("pivot"), component("moving"), component("finger")}}};
+  entry.parts.articulationBinding = binding;
+  apply();
+  for (const SCNNode::Pointer& node : {fixed, loose, pivot, moving}) {
+    EXPECT_EQ(diffuseColor(*node->geometry), NSColor::systemRedColor().colorWithAlphaComponent(0.72));
+  }
 }
 
 TEST_F(DiagnosticColorsTest, AnEmptyPathIsThePrefixOfEveryPath) {
