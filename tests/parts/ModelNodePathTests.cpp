@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <functional>
 #include <unordered_set>
 
 #include "parts/ModelNodePath.h"
@@ -56,12 +57,20 @@ TEST(ModelNodePath, HashesByValue) {
   EXPECT_EQ(set.size(), 3U);
 }
 
+TEST(ModelNodePath, IsOfTheSameIdentityUnderTwoParentsTwoPaths) {
+  const ModelNodePath left = path({component("fbx:1", "A"), component("fbx:7", "shared")});
+  const ModelNodePath right = path({component("fbx:2", "B"), component("fbx:7", "shared")});
+  EXPECT_NE(left, right);
+  EXPECT_EQ(left.components.back().sourceID, right.components.back().sourceID);
+}
+
 TEST(ModelNodePath, RequiresEveryKeyOfItsJSON) {
   const ModelNodePath value = path({component("fbx:1", "a"), component("gltf:2", "")});
   EXPECT_EQ(roundTrip(value), value);
   EXPECT_EQ(compactJSON(encodeJSON(path({component("fbx:1", "a")}))),
             R"({"components":[{"sourceID":"fbx:1","originalName":"a"}]})");
   EXPECT_THROW(decode<ModelNodePath>(R"({"components":[{"sourceID":"fbx:1"}]})"), JSONError);
+  EXPECT_THROW(decode<ModelNodePath>(R"({"components":[{"originalName":"a"}]})"), JSONError);
   EXPECT_THROW(decode<ModelNodePath>(R"({})"), JSONError);
   EXPECT_EQ(decode<ModelNodePath>(R"({"components":[{"sourceID":"of any form","originalName":"a"}]})"),
             path({component("of any form", "a")}));
@@ -92,16 +101,38 @@ TEST(ModelPartDescriptor, FindsGeometryAtAnyDepth) {
 TEST(ModelPartDescriptor, ComparesAndHashesAllFields) {
   EXPECT_EQ(smallTree(), smallTree());
   EXPECT_EQ(std::hash<ModelPartDescriptor>{}(smallTree()), std::hash<ModelPartDescriptor>{}(smallTree()));
-  ModelPartDescriptor other = smallTree();
-  other.children[0].children[0].isAuthoredHidden = true;
-  EXPECT_FALSE(other == smallTree());
+  const std::vector<std::function<void(ModelPartDescriptor&)>> changes{
+      [](ModelPartDescriptor& part) { part.sourceID = {"fbx:9"}; },
+      [](ModelPartDescriptor& part) { part.path = ModelNodePath::root; },
+      [](ModelPartDescriptor& part) { part.name = "other"; },
+      [](ModelPartDescriptor& part) { part.hasGeometry = !part.hasGeometry; },
+      [](ModelPartDescriptor& part) { part.isAuthoredHidden = true; },
+      [](ModelPartDescriptor& part) { part.children.push_back(descriptor("fbx:9", false)); }};
+  for (std::size_t i = 0; i < changes.size(); ++i) {
+    ModelPartDescriptor other = smallTree();
+    changes[i](other.children[0].children[0]);
+    EXPECT_FALSE(other == smallTree()) << i;
+    EXPECT_NE(std::hash<ModelPartDescriptor>{}(other), std::hash<ModelPartDescriptor>{}(smallTree())) << i;
+  }
 }
 
 TEST(ModelPartDescriptor, ReadsWhatItWritesAndRequiresEveryKey) {
   EXPECT_EQ(roundTrip(smallTree()), smallTree());
-  EXPECT_THROW(decode<ModelPartDescriptor>(
-                   R"({"sourceID":"fbx:1","path":{"components":[]},"name":"a","hasGeometry":true,"children":[]})"),
-               JSONError);
+  const std::vector<std::string> members{R"("sourceID":"fbx:1")", R"("path":{"components":[]})", R"("name":"a")",
+                                         R"("hasGeometry":true)", R"("isAuthoredHidden":true)",  R"("children":[])"};
+  const auto withoutMember = [&](std::size_t left) {
+    std::string text;
+    for (std::size_t i = 0; i < members.size(); ++i) {
+      if (i != left) text += (text.empty() ? "" : ",") + members[i];
+    }
+    return "{" + text + "}";
+  };
+  const auto whole = decode<ModelPartDescriptor>(withoutMember(members.size()));
+  EXPECT_TRUE(whole.isAuthoredHidden && whole.hasGeometry);
+  for (std::size_t left = 0; left < members.size(); ++left) {
+    EXPECT_THROW(decode<ModelPartDescriptor>(withoutMember(left)), JSONError) << members[left];
+  }
+  EXPECT_EQ(compactJSON(encodeJSON(whole)), withoutMember(members.size()));
 }
 
 TEST(ModelPartDescriptor, IsCopiedComparedAndDestroyedAtAnyDepth) {

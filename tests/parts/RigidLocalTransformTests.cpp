@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <utility>
 
 #include "foundation/Rotation.h"
 #include "parts/RigidLocalTransform.h"
@@ -46,19 +47,36 @@ TEST(RigidDecomposition, RefusesShear) {
   EXPECT_TRUE(RigidLocalTransformAnalyzer::decompose(sheared));
 }
 
+TEST(RigidDecomposition, RefusesShearBetweenAnyTwoAxes) {
+  for (const auto& [column, row] : {std::pair{1U, 0U}, std::pair{2U, 0U}, std::pair{2U, 1U}}) {
+    simd_float4x4 sheared;
+    sheared.columns[column][row] = 0.001F;
+    EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(sheared)) << column << row;
+    sheared.columns[column][row] = 0.00009F;
+    EXPECT_TRUE(RigidLocalTransformAnalyzer::decompose(sheared)) << column << row;
+  }
+}
+
 TEST(RigidDecomposition, RefusesAFlatAxis) {
-  EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(scaled(1, 0, 1)));
-  EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(scaled(0.000001F, 1, 1)));
+  for (const float small : {0.0F, 0.000001F}) {
+    EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(scaled(small, 1, 1)));
+    EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(scaled(1, small, 1)));
+    EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(scaled(1, 1, small)));
+  }
   EXPECT_TRUE(RigidLocalTransformAnalyzer::decompose(scaled(0.0001F, 1, 1)));
 }
 
 TEST(RigidDecomposition, RefusesPerspective) {
-  simd_float4x4 m;
-  m.columns[0].w = 0.001F;
-  EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(m));
-  m = {};
-  m.columns[3].w = 1.001F;
-  EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(m));
+  for (std::size_t column = 0; column < 4; ++column) {
+    for (const float sign : {1.0F, -1.0F}) {
+      simd_float4x4 m;
+      m.columns[column].w += sign * 0.001F;
+      EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(m)) << column;
+      m = {};
+      m.columns[column].w += sign * 0.000009F;
+      EXPECT_TRUE(RigidLocalTransformAnalyzer::decompose(m)) << column;
+    }
+  }
 }
 
 TEST(RigidDecomposition, RefusesWhatIsNotFinite) {

@@ -191,6 +191,11 @@ TEST(SCNNodeTree, ACloneHasTheSameShapeAndSharesObjects) {
   tree.c->light = SCNLight::light();
   tree.c->isHidden = true;
   tree.c->renderingOrder = 7;
+  tree.c->castsShadow = false;
+  tree.c->categoryBitMask = 12;
+  tree.c->skinner = std::make_shared<SCNSkinner>(SCNSkinner{tree.d});
+  tree.c->morpher = std::make_shared<SCNMorpher>();
+  tree.c->constraints = {std::make_shared<SCNBillboardConstraint>()};
   tree.c->ornolithMetadata = MetadataDictionary{{"key", true}};
   tree.c->setEulerAngles({0.1, 0.2, 0.3});
   tree.c->addAnimationPlayer(std::make_shared<SCNAnimationPlayer>(SCNAnimation{2}), "spin");
@@ -209,6 +214,11 @@ TEST(SCNNodeTree, ACloneHasTheSameShapeAndSharesObjects) {
   EXPECT_EQ(c->light, tree.c->light);
   EXPECT_TRUE(c->isHidden);
   EXPECT_EQ(c->renderingOrder, 7);
+  EXPECT_FALSE(c->castsShadow);
+  EXPECT_EQ(c->categoryBitMask, 12);
+  EXPECT_EQ(c->skinner, tree.c->skinner);
+  EXPECT_EQ(c->morpher, tree.c->morpher);
+  EXPECT_EQ(c->constraints, tree.c->constraints);
   EXPECT_EQ(c->ornolithMetadata, tree.c->ornolithMetadata);
   EXPECT_EQ(c->transform(), tree.c->transform());
   EXPECT_EQ(c->eulerAngles(), (SCNVector3{0.1, 0.2, 0.3}));

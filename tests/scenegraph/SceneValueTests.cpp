@@ -67,8 +67,23 @@ TEST(SCNMaterial, ANewMaterialIsWhiteBlinnAndOpaque) {
   EXPECT_EQ(std::get<NSColor>(material.diffuse.contents), NSColor::whiteColor());
   EXPECT_EQ(std::get<NSColor>(material.specular.contents), NSColor::blackColor());
   EXPECT_EQ(std::get<NSColor>(material.emission.contents), NSColor::blackColor());
+  EXPECT_EQ(std::get<NSColor>(material.transparent.contents), NSColor::whiteColor());
+  EXPECT_EQ(std::get<NSColor>(material.ambientOcclusion.contents), NSColor::whiteColor());
+  EXPECT_EQ(std::get<double>(material.roughness.contents), 0.5);
+  EXPECT_EQ(std::get<double>(material.metalness.contents), 0.0);
   EXPECT_TRUE(std::holds_alternative<std::monostate>(material.normal.contents));
   EXPECT_EQ(material.transparency, 1);
+  EXPECT_EQ(material.blendMode, SCNBlendMode::alpha);
+  EXPECT_EQ(material.fillMode, SCNFillMode::fill);
+  for (const SCNMaterialProperty* property :
+       {&material.diffuse, &material.normal, &material.roughness, &material.metalness, &material.emission,
+        &material.transparent, &material.specular, &material.ambientOcclusion}) {
+    EXPECT_EQ(property->intensity, 1);
+    EXPECT_EQ(property->contentsTransform, SCNMatrix4{});
+    EXPECT_EQ(property->mappingChannel, 0);
+    EXPECT_EQ(property->wrapS, SCNWrapMode::clamp);
+    EXPECT_EQ(property->wrapT, SCNWrapMode::clamp);
+  }
   EXPECT_FALSE(material.isDoubleSided);
   EXPECT_TRUE(material.readsFromDepthBuffer);
   EXPECT_TRUE(material.writesToDepthBuffer);
@@ -99,6 +114,16 @@ TEST(SCNMaterial, ModesHaveThePlatformsNumbers) {
   EXPECT_EQ(static_cast<int>(SCNFillMode::lines), 1);
   EXPECT_EQ(static_cast<int>(SCNWrapMode::clamp), 1);
   EXPECT_EQ(static_cast<int>(SCNWrapMode::repeat), 2);
+}
+
+TEST(SCNLight, ANewLightIsWhiteAndNeutral) {
+  const auto light = SCNLight::light();
+  EXPECT_EQ(light->color, NSColor::whiteColor());
+  EXPECT_EQ(light->intensity, 1000);
+}
+
+TEST(SCNCamera, ANewCameraIsPerspective) {
+  EXPECT_FALSE(SCNCamera::camera()->usesOrthographicProjection);
 }
 
 TEST(SCNScene, KeepsAttributesByKey) {
