@@ -226,6 +226,75 @@ TEST_F(GLTF, InventoryIsExact) {
   EXPECT_EQ(runHere({"door.glb", "--list-parts"}), (Outcome{.status = 0, .output = expected, .error = ""}));
 }
 
+TEST_F(GLTF, InventoryLeavesOutCamerasAndLightsButNotWhatHangsBelowThem) {
+  folder.makeFile("rig.glb", triangleGLB(R"("nodes": [{"name": "Rig", "children": [1, 3]},
+      {"name": "Camera", "camera": 0, "children": [2]}, {"name": "Held", "mesh": 0},
+      {"name": "Lamp", "extensions": {"KHR_lights_punctual": {"light": 0}}}],
+      "cameras": [{"type": "perspective", "perspective": {"yfov": 1, "znear": 1}}],
+      "extensionsUsed": ["KHR_lights_punctual"],
+      "extensions": {"KHR_lights_punctual": {"lights": [{"type": "point"}]}},)"));
+  const auto parts = inventory(folder / "rig.glb").parts;
+  ASSERT_EQ(parts.size(), 2U);
+  EXPECT_EQ(parts[0].originalName, "Rig");
+  EXPECT_TRUE(parts[0].hasChildren);
+  EXPECT_EQ(parts[1].originalName, "Held");
+  EXPECT_EQ(parts[1].selector.canonicalString(), "path:gltf:0/gltf:1/gltf:2");
+  EXPECT_EQ(parts[1].parent->canonicalString(), "path:gltf:0/gltf:1");
+  EXPECT_NE(picture("rig.glb", {"--rotate-part", "path:gltf:0/gltf:1/gltf:2", "z=90"}), picture("rig.glb"));
+}
+
+TEST_F(GLTF, InventoryHoldsTheNodesOfTheSceneHiddenNamelessAndTwinOnesToo) {
+  folder.makeFile("scene.glb", triangleGLB(R"("scene": 1, "scenes": [{"nodes": [0]}, {"nodes": [2, 1]}],
+      "nodes": [{"name": "Elsewhere", "mesh": 0}, {"name": "Twin", "mesh": 0}, {"mesh": 0, "children": [3, 4]},
+      {"name": "Twin"}, {"name": "Hidden", "extensions": {"KHR_node_visibility": {"visible": false}}}],)"));
+  std::vector<std::string> listed;
+  for (const ListedModelPart& part : inventory(folder / "scene.glb").parts) {
+    listed.push_back(part.originalName + " " + part.selector.canonicalString());
+  }
+  EXPECT_THAT(listed,
+              ElementsAre(" path:gltf:2", "Twin path:gltf:2/gltf:3", "Hidden path:gltf:2/gltf:4", "Twin path:gltf:1"));
+  EXPECT_EQ(
+      runHere({"scene.glb", "--rotate-part", "Twin", "x=1", "--output", "x.png"}),
+      failure("Part name 'Twin' is ambiguous. Use one of these canonical paths: path:gltf:1, path:gltf:2/gltf:3."));
+}
+
+TEST_F(GLTF, ANodeOfSeveralGeometriesIsOnePart) {
+  std::string manifest = triangleManifest(R"("nodes": [{"name": "Both", "mesh": 0}],)");
+  const std::string primitive = R"({"attributes": {"POSITION": 0}})";
+  manifest.replace(manifest.find(primitive), primitive.size(), primitive + ", " + primitive);
+  folder.makeFile("both.glb", container(chunk("JSON", manifest, ' ') + chunk("BIN\0", triangleBytes(), '\0')));
+  const auto parts = inventory(folder / "both.glb").parts;
+  ASSERT_EQ(parts.size(), 1U);
+  EXPECT_TRUE(parts[0].hasGeometry);
+  EXPECT_FALSE(parts[0].hasChildren);
+  EXPECT_TRUE(parts[0].isRotatable);
+}
+
+TEST_F(GLTF, InventoryFoldsAMirrorIntoX) {
+  folder.makeFile("mirror.glb", triangleGLB(R"("nodes": [{"name": "M", "mesh": 0, "scale": [2, -3, 4]}],)"));
+  const auto transform = inventory(folder / "mirror.glb").parts.at(0).localTransform;
+  EXPECT_EQ(transform.scale, (ListedModelVector3{.x = -2, .y = 3, .z = 4}));
+  ASSERT_TRUE(transform.columnMajorMatrix);
+  EXPECT_EQ((*transform.columnMajorMatrix)[5], -3);
+}
+
+TEST_F(GLTF, OneShearedNodeKeepsTheWholeModelFromBeingPosed) {
+  folder.makeFile("sheared.glb", triangleGLB(R"("nodes": [{"name": "Sound", "children": [1]},
+      {"name": "Sheared", "mesh": 0, "matrix": [1,0,0,0, 0.5,1,0,0, 0,0,1,0, 0,0,0,1]}],)"));
+  const auto parts = inventory(folder / "sheared.glb").parts;
+  ASSERT_EQ(parts.size(), 2U);
+  for (const ListedModelPart& part : parts) {
+    EXPECT_FALSE(part.isRotatable);
+    EXPECT_EQ(part.rotationBlockReason, "unsafe-local-transform:path:gltf:0/gltf:1");
+  }
+  EXPECT_TRUE(parts[0].localTransform.translation);
+  EXPECT_FALSE(parts[1].localTransform.translation);
+  EXPECT_TRUE(parts[1].localTransform.columnMajorMatrix);
+  EXPECT_EQ(runHere({"sheared.glb", "--rotate-part", "Sound", "x=1", "--output", "x.png"}),
+            failure("Part 'path:gltf:0/gltf:1' has a non-finite, non-affine, sheared, or otherwise unsafe local "
+                    "transform."));
+}
+
 TEST_F(GLTF, OneNodeIsPosedAlikeByNameByIdentityAndByPath) {
   const Image rest = picture(lamp);
   const Image byName = picture(lamp, {"--rotate-part", "Lower Arm", "z=-40"});
