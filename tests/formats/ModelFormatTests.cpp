@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <functional>
+
 #include "import/formats/ModelFormat.h"
 #include "import/formats/ModelLoadDiagnostic.h"
 
@@ -49,6 +51,19 @@ TEST(ModelLoadDiagnostic, HasAStableKey) {
 TEST(ModelLoadDiagnostic, ComparesAllFields) {
   EXPECT_EQ(missing, ModelLoadDiagnostic(missing));
   EXPECT_NE(missing, withoutResource());
+  const std::vector<std::function<void(ModelLoadDiagnostic&)>> changes{
+      [](ModelLoadDiagnostic& diagnostic) { diagnostic.severity = ModelDiagnosticSeverity::info; },
+      [](ModelLoadDiagnostic& diagnostic) { diagnostic.code = "resource.copy-failed"; },
+      [](ModelLoadDiagnostic& diagnostic) { diagnostic.format = ModelFormat::glb; },
+      [](ModelLoadDiagnostic& diagnostic) { diagnostic.message = "other"; },
+      [](ModelLoadDiagnostic& diagnostic) { diagnostic.resourcePath = "b.png"; }};
+  for (std::size_t i = 0; i < changes.size(); ++i) {
+    ModelLoadDiagnostic other = missing;
+    changes[i](other);
+    EXPECT_NE(other, missing) << i;
+    EXPECT_NE(other.id(), missing.id()) << i;
+    EXPECT_NE(std::hash<ModelLoadDiagnostic>{}(other), std::hash<ModelLoadDiagnostic>{}(missing)) << i;
+  }
   EXPECT_EQ(std::hash<ModelLoadDiagnostic>{}(missing), std::hash<ModelLoadDiagnostic>{}(ModelLoadDiagnostic(missing)));
 }
 
@@ -69,6 +84,9 @@ TEST(ModelLoadDiagnostic, ReadsWhatItWrites) {
 TEST(ModelLoadDiagnostic, RefusesUnknownWordsAndMissingKeys) {
   EXPECT_THROW(decode(R"({"severity":"fatal","code":"c","format":"fbx","message":"m"})"), JSONError);
   EXPECT_THROW(decode(R"({"severity":"info","code":"c","format":"FBX","message":"m"})"), JSONError);
+  EXPECT_THROW(decode(R"({"code":"c","format":"fbx","message":"m"})"), JSONError);
+  EXPECT_THROW(decode(R"({"severity":"info","format":"fbx","message":"m"})"), JSONError);
+  EXPECT_THROW(decode(R"({"severity":"info","code":"c","message":"m"})"), JSONError);
   EXPECT_THROW(decode(R"({"severity":"info","code":"c","format":"fbx"})"), JSONError);
   EXPECT_NO_THROW(decode(R"({"severity":"error","code":"c","format":"fbx","message":"m","resourcePath":null})"));
 }
