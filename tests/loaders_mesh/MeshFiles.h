@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
-#include <random>
 #include <span>
 #include <string>
 
 #include "loaders/mesh/MeshReadError.h"
 #include "scenegraph/SCNScene.h"
 #include "scenegraph/SceneCheck.h"
+#include "support/Damage.h"
 #include "support/TestModels.h"
 
 namespace ornolith::mesh_files {
@@ -45,13 +45,9 @@ std::string refusalOf(const Read& read, const std::string& file) {
 /// Cuts the file at every byte and overwrites bytes at random: each must read soundly or be refused.
 template <typename Read>
 void expectSurvivesDamage(const Read& read, const std::string& file) {
-  for (std::size_t size = 0; size < file.size(); ++size) refusalOf(read, file.substr(0, size));
-  std::mt19937 random(7);
-  for (int round = 0; round < 3000; ++round) {
-    std::string patched = file;
-    for (int patch = 0; patch < 4; ++patch) patched[random() % patched.size()] = static_cast<char>(random());
-    refusalOf(read, patched);
-  }
+  const auto readOrRefuse = [&](const std::string& damaged) { refusalOf(read, damaged); };
+  testsupport::cutEverywhere(file, readOrRefuse);
+  testsupport::patchAtRandom(file, 3000, 7, readOrRefuse);
 }
 
 using testsupport::sharedModels;

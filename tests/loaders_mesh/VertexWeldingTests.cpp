@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <limits>
 #include <map>
@@ -21,8 +22,10 @@ std::vector<std::uint32_t> copied(const LargeVector<std::uint32_t>& values) {
 }
 
 WeldedCorners welded(const std::vector<float>& positions) {
-  return weldedCorners(PackedCorners{std::as_bytes(std::span(positions))});
+  return weldedCorners({.bytes = std::as_bytes(std::span(positions))});
 }
+
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 /// Facets with corners on a small grid; the word is one of two.
 std::string facets(std::size_t count) {
@@ -36,47 +39,78 @@ std::string facets(std::size_t count) {
   return bytes;
 }
 
+FacetCorners cornersOf(const std::string& bytes, bool wordCounts) {
+  return {.bytes = bytesOf(bytes), .facetSize = 50, .firstCorner = 12, .wordCounts = wordCounts};
+}
+
 /// The same by an ordered map.
 WeldedCorners expectedOf(const std::string& bytes, bool wordCounts) {
   WeldedCorners result;
   std::map<std::string, std::uint32_t> known;
   for (std::size_t corner = 0; corner < bytes.size() / 50 * 3; ++corner) {
-    std::string key = bytes.substr(corner / 3 * 50 + 12 + corner % 3 * 12, 12);
-    if (wordCounts) key += bytes.substr(corner / 3 * 50 + 48, 2);
-    const auto [place, isNew] = known.emplace(key, known.size());
-    if (isNew) result.firstCorners.push_back(static_cast<std::uint32_t>(corner));
+    const std::string position = bytes.substr(corner / 3 * 50 + 12 + corner % 3 * 12, 12);
+    const std::string word = bytes.substr(corner / 3 * 50 + 48, 2);
+    const auto [place, isNew] = known.emplace(wordCounts ? position + word : position, known.size());
+    if (isNew) {
+      std::array<float, 3> components{};
+      std::memcpy(components.data(), position.data(), position.size());
+      result.positions.insert(result.positions.end(), components.begin(), components.end());
+      if (wordCounts) std::memcpy(&result.words.emplace_back(), word.data(), word.size());
+    }
     result.vertices.push_back(place->second);
   }
   return result;
 }
 
 TEST(VertexWelding, NumbersPlacesAsTheyFirstOccur) {
-  const WeldedCorners corners = welded({5, 0, 0, 1, 0, 0, 5, 0, 0, 1, 0, 1, 1, 0, 0});
-  EXPECT_EQ(copied(corners.vertices), (std::vector<std::uint32_t>{0, 1, 0, 2, 1}));
-  EXPECT_EQ(copied(corners.firstCorners), (std::vector<std::uint32_t>{0, 1, 3}));
+  const WeldedCorners corners = welded({5, 0, 0, 1, 0, 0, 5, 0, 0, 1, 0, 1, 1, 0, 0, 5, 0, 0});
+  EXPECT_EQ(copied(corners.vertices), (std::vector<std::uint32_t>{0, 1, 0, 2, 1, 0}));
+  EXPECT_EQ(corners.positions, (LargeVector<float>{5, 0, 0, 1, 0, 0, 1, 0, 1}));
 }
 
 TEST(VertexWelding, TakesBothZerosAsOneAndWhatIsNoNumberByItsBits) {
-  const float none = std::numeric_limits<float>::quiet_NaN();
-  const WeldedCorners corners = welded({0, 1, 2, -0.0F, 1, 2, none, 1, 2, none, 1, 2});
-  EXPECT_EQ(copied(corners.vertices), (std::vector<std::uint32_t>{0, 0, 1, 1}));
+  const WeldedCorners corners = welded({0, 1, 2, -0.0F, 1, 2, nan, 1, 2, nan, 1, 2, 1, -0.0F, -0.0F, 1, 0, 0});
+  EXPECT_EQ(copied(corners.vertices), (std::vector<std::uint32_t>{0, 0, 1, 1, 2, 2}));
 }
 
 TEST(VertexWelding, OfNothingIsNothing) {
   EXPECT_TRUE(welded({}).vertices.empty());
-  EXPECT_TRUE(weldedCorners(FacetCorners{}).firstCorners.empty());
+  EXPECT_TRUE(weldedCorners(FacetCorners{}).positions.empty());
 }
 
 TEST(VertexWelding, DoesNotDependOnTheThreads) {
-  const std::string bytes = facets(25'000);
+  const std::string bytes = facets(65'000);
   for (const bool wordCounts : {false, true}) {
     const WeldedCorners expected = expectedOf(bytes, wordCounts);
     for (const std::size_t threads : {1U, 2U, 3U, 7U}) {
       WeldedCorners corners;
-      withThreadLimit(threads, [&] { corners = weldedCorners(FacetCorners{bytesOf(bytes), wordCounts}); });
+      withThreadLimit(threads, [&] { corners = weldedCorners(cornersOf(bytes, wordCounts)); });
       EXPECT_EQ(corners.vertices, expected.vertices) << threads;
-      EXPECT_EQ(corners.firstCorners, expected.firstCorners) << threads;
+      EXPECT_EQ(corners.positions, expected.positions) << threads;
+      EXPECT_EQ(corners.words, expected.words) << threads;
     }
+  }
+}
+
+TEST(VertexWelding, FindsTheFirstVertexAtEachPlace) {
+  EXPECT_EQ(copied(firstVerticesThere(std::vector<float>{5, 0, 0, nan, 0, 1, 5, -0.0F, 0, nan, 0, 1})),
+            (std::vector<std::uint32_t>{0, 1, 0, 1}));
+  EXPECT_TRUE(firstVerticesThere(std::vector<float>{5, 0, 0, 1, 0, 0}).empty());
+  EXPECT_TRUE(firstVerticesThere({}).empty());
+}
+
+TEST(VertexWelding, FindsTheFirstVertexAtEachPlaceOnAnyNumberOfThreads) {
+  std::mt19937 random(11);
+  std::vector<float> positions;
+  for (int i = 0; i < 900'000; ++i) positions.push_back(static_cast<float>(random() % 80));
+  std::map<std::array<float, 3>, std::uint32_t> known;
+  std::vector<std::uint32_t> expected;
+  for (std::uint32_t vertex = 0; vertex < positions.size() / 3; ++vertex) {
+    const float* p = &positions[std::size_t{vertex} * 3];
+    expected.push_back(known.emplace(std::array{p[0], p[1], p[2]}, vertex).first->second);
+  }
+  for (const std::size_t threads : {1U, 2U, 3U, 7U}) {
+    withThreadLimit(threads, [&] { EXPECT_EQ(copied(firstVerticesThere(positions)), expected) << threads; });
   }
 }
 

@@ -1,38 +1,18 @@
 #include "loaders/mesh/IndexedMesh.h"
 
-#include <algorithm>
 #include <utility>
 
-#include "foundation/Parallel.h"
 #include "loaders/mesh/MeshGeometry.h"
 
 namespace ornolith {
 
-LargeVector<float> selectedVectors(std::span<const float> values, std::size_t components,
-                                   std::span<const std::uint32_t> vertices) {
-  LargeVector<float> result;
-  if (values.empty()) return result;
-  constexpr std::size_t verticesOfABlock = 1 << 14;
-  result.resize(vertices.size() * components);
-  parallelFor((vertices.size() + verticesOfABlock - 1) / verticesOfABlock, 1, [&](std::size_t block) {
-    const std::size_t end = std::min((block + 1) * verticesOfABlock, vertices.size());
-    float* place = result.data() + block * verticesOfABlock * components;
-    for (std::size_t i = block * verticesOfABlock; i < end; ++i) {
-      const float* vector = values.data() + std::size_t{vertices[i]} * components;
-      for (std::size_t component = 0; component < components; ++component) *place++ = vector[component];
-    }
-  });
-  return result;
-}
-
 void addMissingNormals(IndexedMesh& mesh, VertexPlaces vertexPlaces) {
   if (mesh.triangles.empty() || !mesh.normals.empty()) return;
-  CreasedMesh creased = creasedMesh(mesh.positions, mesh.triangles, {}, vertexPlaces);
-  mesh.triangles = std::move(creased.indices);
+  CreasedMesh creased = creaseMesh(mesh.positions, mesh.triangles, {}, vertexPlaces);
   mesh.normals = std::move(creased.normals);
-  mesh.positions = selectedVectors(mesh.positions, 3, creased.sourceVertices);
-  mesh.colors = selectedVectors(mesh.colors, mesh.colorComponents, creased.sourceVertices);
-  mesh.texcoords = selectedVectors(mesh.texcoords, 2, creased.sourceVertices);
+  splitVectors(mesh.positions, 3, creased);
+  splitVectors(mesh.colors, mesh.colorComponents, creased);
+  splitVectors(mesh.texcoords, 2, creased);
 }
 
 std::shared_ptr<SCNGeometry> geometryOfMesh(IndexedMesh mesh) {

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
 
 #include "foundation/LargeVector.h"
 #include "loaders/mesh/VertexNormals.h"
@@ -23,10 +22,6 @@ struct IndexedMesh {
 
   std::size_t vertexCount() const noexcept { return positions.size() / 3; }
 };
-
-/// The vectors of `values`, `components` to each, that the vertices stand for. Empty where `values` is.
-LargeVector<float> selectedVectors(std::span<const float> values, std::size_t components,
-                                   std::span<const std::uint32_t> vertices);
 
 /// Gives a mesh of triangles without normals those of VertexNormals.h, creased by angle; vertices are split for it.
 void addMissingNormals(IndexedMesh& mesh, VertexPlaces vertexPlaces = VertexPlaces::mayCoincide);

@@ -16,6 +16,7 @@
 #include "loaders/mesh/PLYHeader.h"
 #include "loaders/mesh/PLYRows.h"
 #include "loaders/mesh/PLYVertices.h"
+#include "loaders/mesh/SelectedVectors.h"
 
 namespace ornolith {
 

@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "foundation/ByteOrderMark.h"
-#include "foundation/Parallel.h"
 #include "foundation/Text.h"
 #include "imaging/ByteOrder.h"
 #include "imaging/Color.h"
@@ -137,26 +136,16 @@ class FacetColors {
 /// The vertices of facets whose corners at one place, where these have one colour, are one.
 IndexedMesh meshOfFacets(Bytes facets, const FacetColors& colors) {
   static_assert(std::endian::native == std::endian::little, "corners are copied as they stand");
-  constexpr std::size_t verticesOfABlock = 1 << 14;
   const bool hasColors = colors.coloring() != Coloring::none;
-  WeldedCorners welded = weldedCorners(FacetCorners{facets, hasColors});
-  const std::size_t vertexCount = welded.firstCorners.size();
+  WeldedCorners welded = weldedCorners({facets, facetSize, positionSize, hasColors});
   IndexedMesh mesh;
   mesh.triangles = std::move(welded.vertices);
-  mesh.positions.resize(vertexCount * 3);
-  if (hasColors) mesh.colors.resize(vertexCount * 3);
-  parallelFor((vertexCount + verticesOfABlock - 1) / verticesOfABlock, 1, [&](std::size_t block) {
-    const std::size_t end = std::min((block + 1) * verticesOfABlock, vertexCount);
-    for (std::size_t vertex = block * verticesOfABlock; vertex < end; ++vertex) {
-      const std::size_t corner = welded.firstCorners[vertex];
-      const std::size_t facet = corner / cornersOfAFacet;
-      const std::byte* position = facets.data() + facet * facetSize + positionSize * (1 + corner % cornersOfAFacet);
-      std::memcpy(mesh.positions.data() + vertex * 3, position, positionSize);
-      if (!hasColors) continue;
-      const LinearColor color = colors.of(attributeOf(facets, facet));
-      std::copy(color.begin(), color.end(), mesh.colors.begin() + static_cast<std::ptrdiff_t>(vertex * 3));
-    }
-  });
+  mesh.positions = std::move(welded.positions);
+  mesh.colors.reserve(welded.words.size() * 3);
+  for (const std::uint16_t attribute : welded.words) {
+    const LinearColor color = colors.of(attribute);
+    mesh.colors.insert(mesh.colors.end(), color.begin(), color.end());
+  }
   return mesh;
 }
 
@@ -282,10 +271,10 @@ class TextReader {
     const std::string_view name = std::exchange(name_, {});
     if (corners_.empty()) return;
     checkFacetCount(corners_.size() / 3 / cornersOfAFacet);
-    WeldedCorners welded = weldedCorners(PackedCorners{std::as_bytes(std::span(corners_))});
+    WeldedCorners welded = weldedCorners({.bytes = std::as_bytes(std::span(corners_))});
     IndexedMesh mesh;
     mesh.triangles = std::move(welded.vertices);
-    mesh.positions = selectedVectors(corners_, 3, welded.firstCorners);
+    mesh.positions = std::move(welded.positions);
     corners_.clear();
     if (isAtEnd()) corners_ = {};  // Normals take memory of their own.
     addSolid(scene_, name, std::move(mesh));

@@ -1,15 +1,13 @@
 #include "loaders/mesh/VertexNormals.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
+#include <atomic>
 #include <utility>
 #include <vector>
 
-#include "foundation/LargeVector.h"
-#include "foundation/LinearAlgebra.h"
-#include "foundation/Math.h"
 #include "foundation/Parallel.h"
+#include "loaders/mesh/CreaseGroups.h"
+#include "loaders/mesh/FacetKernels.h"
 #include "loaders/mesh/MeshReadError.h"
 #include "loaders/mesh/VertexWelding.h"
 
@@ -17,273 +15,245 @@ namespace ornolith {
 
 namespace {
 
-constexpr double creaseCosine = 0.5;  // 60 degrees.
-constexpr std::uint32_t none = 0xFFFFFFFF;
+constexpr std::size_t cornersOfABlock = std::size_t{3} << 11;
+constexpr std::size_t placesOfARange = std::size_t{1} << 13;  // Half a megabyte of sums.
+constexpr std::size_t rangesWithoutOrder = 2;
 
-/// How many groups of a place are looked through for one that a facet belongs to, and how many vertices of a source for
-/// one with a group. No more than some dozen facets fit around a place that lie further apart than the crease angle;
-/// only files of ever new smoothing groups come beyond, and get groups or vertices that could be one.
-constexpr int mostSearched = 64;
+/// Triangles one after the other, and between which places all their corners lie.
+struct Block {
+  std::size_t firstCorner = 0;
+  std::size_t cornerCount = 0;
+  std::uint32_t lowest = 0;
+  std::uint32_t highest = 0;
 
-/// acos(x) for x in 0..1, within 2e-8 (M. Abramowitz and I. Stegun, "Handbook of mathematical functions", 4.4.46).
-double arcCosineOfPositive(double x) {
-  constexpr double c[] = {1.5707963050, -0.2145988016, 0.0889789874, -0.0501743046,
-                          0.0308918810, -0.0170881256, 0.0066700901, -0.0012624911};
-  const double series = c[0] + x * (c[1] + x * (c[2] + x * (c[3] + x * (c[4] + x * (c[5] + x * (c[6] + x * c[7]))))));
-  return std::sqrt(1 - x) * series;
-}
-
-/// The angle whose cosine is given.
-double arcCosine(double cosine) {
-  const double angle = arcCosineOfPositive(std::min(std::abs(cosine), 1.0));
-  return cosine < 0 ? math::pi - angle : angle;
-}
-
-/// What a triangle adds to the normals at its corners.
-struct Facet {
-  bool hasArea = false;
-  simd_double3 normal;      // Of unit length.
-  simd_double3 areaNormal;  // As long as twice the area.
-  std::array<double, 3> angles{};
+  bool meets(const PlaceRange& range) const noexcept {
+    return lowest < range.first + range.count && highest >= range.first;
+  }
 };
 
-Facet facetOf(const std::array<simd_double3, 3>& corners) {
-  const simd_double3 a = corners[1] - corners[0];
-  const simd_double3 b = corners[2] - corners[0];
-  const simd_double3 c = corners[2] - corners[1];
-  Facet facet;
-  facet.areaNormal = cross(a, b);
-  const double area = length(facet.areaNormal);
-  if (!(area > 0) || !std::isfinite(area)) return facet;
-  const double squareA = dot(a, a);
-  facet.hasArea = true;
-  facet.normal = facet.areaNormal * (1 / area);
-  facet.angles[0] = arcCosine(dot(a, b) / std::sqrt(squareA * dot(b, b)));
-  facet.angles[1] = arcCosine(-dot(a, c) / std::sqrt(squareA * dot(c, c)));
-  facet.angles[2] = std::max(math::pi - facet.angles[0] - facet.angles[1], 0.0);
-  return facet;
+/// What the triangles' smoothing groups say for all of them.
+enum class Smoothing { byAngle, oneGroup, severalGroups };
+
+Smoothing smoothingOf(std::span<const std::uint32_t> groups) {
+  if (groups.empty()) return Smoothing::byAngle;
+  const std::uint32_t first = groups.front();
+  const bool areSame = std::all_of(groups.begin(), groups.end(), [&](std::uint32_t group) { return group == first; });
+  if (!areSame || first == flatFacet) return Smoothing::severalGroups;
+  return first == creasedByAngle ? Smoothing::byAngle : Smoothing::oneGroup;
 }
 
-/// The triangles of one place that share a normal.
-struct Group {
-  simd_double3 sum;
-  simd_float3 firstFacet;
-  std::uint32_t smoothingGroup;
-  std::uint32_t next;  // Of a place's first group the latest one, of the others the one before; `none` ends.
-  std::uint32_t firstCorner;
-};
-
-/// A new vertex: a given one as it is in a group.
-struct SplitVertex {
-  std::uint32_t group;
-  std::uint32_t firstCorner;
-  std::uint32_t nextOfSource;  // The one before of the same given vertex.
-};
-
-/// How many threads look through the triangles at once. Each has a range of the places and takes from all triangles, in
-/// their order, the corners that lie there; so what comes out does not depend on the number.
-std::size_t shareCount(std::size_t cornerCount) {
-  constexpr std::size_t cornersWorthAThread = std::size_t{1} << 14;
-  constexpr std::size_t mostShares = 8;
-  return std::clamp<std::size_t>(cornerCount / cornersWorthAThread, 1, std::min(availableThreadCount(), mostShares));
-}
-
+/// The places are cut into ranges, and a thread takes one at a time: it adds up the facets of all triangles there,
+/// finds the places that no crease can pass through, which are most, and goes the long way for the others. So the sums
+/// are few enough to stay in the processor's own memory. The ranges depend on the mesh alone.
 class Creasing {
  public:
-  Creasing(std::span<const float> positions, std::span<const std::uint32_t> triangles,
-           std::span<const std::uint32_t> smoothingGroups, VertexPlaces vertexPlaces)
-      : positions_(positions),
+  Creasing(std::span<const float> positions, std::span<std::uint32_t> triangles,
+           std::span<const std::uint32_t> smoothingGroups)
+      : places_{.positions = positions, .firstThere = {}},
         triangles_(triangles.first(triangles.size() / 3 * 3)),
         smoothingGroups_(smoothingGroups),
-        placeCount_(positions.size() / 3),
-        vertexPlaces_(vertexPlaces),
-        shares_(shareCount(triangles.size())) {
+        vertexCount_(positions.size() / 3) {
     // Numbers of groups and corners have 32 bits.
-    if (triangles_.size() > mostWeldedCorners || placeCount_ > mostWeldedCorners) {
+    if (triangles_.size() > mostWeldedCorners || vertexCount_ > mostWeldedCorners) {
       throwMalformedMesh("The mesh has too many triangles without normals.");
     }
   }
 
-  CreasedMesh run() {
-    numberPlaces();
-    makeShares();
-    result_.indices.resize(triangles_.size());
-    forEachShare([&](Share& share) { groupCorners(share); });
-    places_ = {};
-    const LargeVector<std::uint32_t> firstCorners = numberedByFirstCorners(result_.indices);
-    result_.sourceVertices.resize(firstCorners.size());
-    result_.normals.resize(firstCorners.size() * 3);
-    forEachShare([&](const Share& share) { emitVertices(share); });
+  CreasedMesh run(VertexPlaces vertexPlaces) {
+    if (vertexPlaces == VertexPlaces::mayCoincide) findPlaces();
+    makeBlocks();
+    makeRanges();
+    normals_.resize(vertexCount_ * 3);
+    finishRanges();
+    giveNormalsOfPlaces();
+    moveCorners();
+    dropUnusedVertices();
+    addFurtherVertices();
     return std::move(result_);
   }
 
  private:
-  /// A range of the places, and what one thread finds there.
-  struct Share {
-    std::uint32_t firstPlace;
-    std::uint32_t placeCount;
-    LargeVector<Group> laterGroups;     // Of places with several, numbered after all places.
-    LargeVector<SplitVertex> vertices;  // Where several vertices may stand at one place.
+  bool mayCoincide() const noexcept { return !places_.firstThere.empty(); }
+
+  void findPlaces() {
+    firstThere_ = firstVerticesThere(places_.positions);
+    places_.firstThere = firstThere_;
+    if (mayCoincide()) used_.assign(vertexCount_, 0);
+  }
+
+  void makeBlocks() {
+    blocks_.resize((triangles_.size() + cornersOfABlock - 1) / cornersOfABlock);
+    parallelFor(blocks_.size(), 16, [&](std::size_t i) {
+      Block& block = blocks_[i];
+      block.firstCorner = i * cornersOfABlock;
+      block.cornerCount = std::min(cornersOfABlock, triangles_.size() - block.firstCorner);
+      block.lowest = places_.placeOf(triangles_[block.firstCorner]);
+      block.highest = block.lowest;
+      for (const std::uint32_t vertex : cornersOf(block)) {
+        const std::uint32_t place = places_.placeOf(vertex);
+        block.lowest = std::min(block.lowest, place);
+        block.highest = std::max(block.highest, place);
+      }
+    });
+  }
+
+  std::span<const std::uint32_t> cornersOf(const Block& block) const {
+    return triangles_.subspan(block.firstCorner, block.cornerCount);
+  }
+
+  /// Small ranges where most blocks meet one or two of them, else few.
+  void makeRanges() {
+    std::size_t meetings = 0;
+    for (const Block& block : blocks_) meetings += block.highest / placesOfARange - block.lowest / placesOfARange + 1;
+    const std::size_t rangeCount = (vertexCount_ + placesOfARange - 1) / placesOfARange;
+    const bool hasOrder = meetings <= blocks_.size() * 2 + rangeCount;
+    const std::size_t size =
+        hasOrder ? placesOfARange
+                 : std::max((vertexCount_ + rangesWithoutOrder - 1) / rangesWithoutOrder, placesOfARange);
+    for (std::size_t first = 0; first < vertexCount_; first += size) {
+      const std::size_t count = std::min(size, vertexCount_ - first);
+      ranges_.push_back({static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(count)});
+    }
+    splits_.resize(ranges_.size());
+  }
+
+  /// What a thread needs for a range, one after the other.
+  struct Scratch {
+    std::vector<PlaceSum> sums;
+    LargeVector<std::uint32_t> others;
   };
 
+  void finishRanges() {
+    const Smoothing smoothing = smoothingOf(smoothingGroups_);
+    std::atomic<std::size_t> next = 0;
+    parallelFor(std::min(availableThreadCount(), ranges_.size()), 1, [&](std::size_t /*thread*/) {
+      Scratch scratch;
+      for (std::size_t i = next++; i < ranges_.size(); i = next++) finishRange(i, smoothing, scratch);
+    });
+  }
+
   template <typename Body>
-  void forEachShare(const Body& body) {
-    parallelFor(shares_.size(), 1, [&](std::size_t share) { body(shares_[share]); });
-  }
-
-  /// Vertices with equal coordinates stand at one place.
-  void numberPlaces() {
-    if (vertexPlaces_ == VertexPlaces::differ) return;
-    WeldedCorners welded = weldedCorners(PackedCorners{std::as_bytes(positions_)});
-    if (welded.firstCorners.size() == placeCount_) {
-      vertexPlaces_ = VertexPlaces::differ;
-      return;
-    }
-    placeCount_ = welded.firstCorners.size();
-    places_ = std::move(welded.vertices);
-    lastOfSource_.resize(places_.size());
-    std::fill(lastOfSource_.begin(), lastOfSource_.end(), none);
-  }
-
-  void makeShares() {
-    firstGroups_.resize(placeCount_);
-    std::size_t end = 0;
-    for (std::size_t i = 0; i < shares_.size(); ++i) {
-      const std::size_t begin = std::exchange(end, placeCount_ * (i + 1) / shares_.size());
-      shares_[i].firstPlace = static_cast<std::uint32_t>(begin);
-      shares_[i].placeCount = static_cast<std::uint32_t>(end - begin);
+  void forEachBlockOf(const PlaceRange& range, const Body& body) const {
+    for (const Block& block : blocks_) {
+      if (block.meets(range)) body(block);
     }
   }
 
-  std::uint32_t placeOf(std::uint32_t vertex) const {
-    return vertexPlaces_ == VertexPlaces::differ ? vertex : places_[vertex];
+  void finishRange(std::size_t index, Smoothing smoothing, Scratch& scratch) {
+    const PlaceRange& range = ranges_[index];
+    scratch.sums.assign(range.count + std::size_t{1}, PlaceSum{});
+    scratch.others.resize(range.count);
+    forEachBlockOf(range,
+                   [&](const Block& block) { addFacets(places_, cornersOf(block), range, scratch.sums, used_); });
+    const bool isSmooth = smoothing == Smoothing::oneGroup;
+    const std::size_t otherCount = finishNormals(std::span(scratch.sums).first(range.count),
+                                                 isSmooth ? Smoothness::everywhere : Smoothness::byAngle,
+                                                 normals_.data() + std::size_t{range.first} * 3, scratch.others.data());
+    if (smoothing != Smoothing::severalGroups) {
+      return finishOtherPlaces(index, std::span(scratch.others).first(otherCount), scratch.sums);
+    }
+    for (std::uint32_t i = 0; i < range.count; ++i) scratch.others[i] = i;
+    finishOtherPlaces(index, scratch.others, scratch.sums);
   }
 
-  simd_double3 positionOf(std::uint32_t vertex) const {
-    const float* position = positions_.data() + std::size_t{vertex} * 3;
-    return {position[0], position[1], position[2]};
-  }
-
-  void groupCorners(Share& share) {
-    for (std::uint32_t i = 0; i < share.placeCount; ++i) firstGroups_[share.firstPlace + i].firstCorner = none;
-    for (std::size_t first = 0; first < triangles_.size(); first += 3) {
-      std::array<std::uint32_t, 3> places;
-      bool isOfShare = false;
-      for (std::size_t i = 0; i < 3; ++i) {
-        places[i] = placeOf(triangles_[first + i]);
-        isOfShare |= places[i] - share.firstPlace < share.placeCount;
-      }
-      if (!isOfShare) continue;
-      const Facet facet = facetOf(
-          {positionOf(triangles_[first]), positionOf(triangles_[first + 1]), positionOf(triangles_[first + 2])});
-      const std::uint32_t smoothingGroup = smoothingGroups_.empty() ? creasedByAngle : smoothingGroups_[first / 3];
-      for (std::size_t i = 0; i < 3; ++i) {
-        if (places[i] - share.firstPlace >= share.placeCount) continue;
-        const auto corner = static_cast<std::uint32_t>(first + i);
-        const std::uint32_t number = groupAt(share, places[i], smoothingGroup, facet, corner);
-        Group& group = groupOf(share, number);
-        if (facet.hasArea) group.sum = group.sum + facet.areaNormal * facet.angles[i];
-        result_.indices[corner] =
-            vertexPlaces_ == VertexPlaces::differ ? group.firstCorner : firstCornerOf(share, corner, number);
+  void finishOtherPlaces(std::size_t index, std::span<const std::uint32_t> others, std::span<PlaceSum> sums) {
+    if (others.empty()) return;
+    const PlaceRange& range = ranges_[index];
+    SplitVertices& splits = splits_[index];
+    CreaseGroups groups(places_, range, sums, smoothingGroups_, used_, normals_.data());
+    bool some = false;
+    for (const std::uint32_t number : others) {
+      const bool hasFacets = sums[number].directions[3] > 0;
+      some = some || hasFacets;
+      if (hasFacets) {
+        groups.beginAt(number);
+      } else if (!mayCoincide()) {
+        splits.unused.push_back(range.first + number);
       }
     }
+    if (!some) return;
+    forEachBlockOf(range, [&](const Block& block) { groups.add(cornersOf(block), block.firstCorner / 3); });
+    groups.finish(splits);
   }
 
-  Group& groupOf(Share& share, std::uint32_t number) {
-    return number < placeCount_ ? firstGroups_[number] : share.laterGroups[number - placeCount_];
-  }
-  const Group& groupOf(const Share& share, std::uint32_t number) const {
-    return number < placeCount_ ? firstGroups_[number] : share.laterGroups[number - placeCount_];
-  }
-
-  /// The latest group of the place that the facet belongs to, or a new one.
-  std::uint32_t groupAt(Share& share, std::uint32_t place, std::uint32_t smoothingGroup, const Facet& facet,
-                        std::uint32_t corner) {
-    Group& first = firstGroups_[place];
-    const Group added{.sum = {},
-                      .firstFacet = {static_cast<float>(facet.normal.x), static_cast<float>(facet.normal.y),
-                                     static_cast<float>(facet.normal.z)},
-                      .smoothingGroup = smoothingGroup,
-                      .next = first.next,
-                      .firstCorner = corner};
-    if (first.firstCorner == none) {
-      first = added;
-      first.next = none;
-      return place;
+  /// Vertices at a place without creases have the normal that stands at its first vertex.
+  void giveNormalsOfPlaces() {
+    constexpr std::uint8_t hasOwnNormal = 2;
+    for (std::size_t vertex = 0; vertex < firstThere_.size(); ++vertex) {
+      if (firstThere_[vertex] == vertex || used_[vertex] == hasOwnNormal) continue;
+      std::copy_n(normals_.data() + std::size_t{firstThere_[vertex]} * 3, 3, normals_.data() + vertex * 3);
     }
-    if (smoothingGroup != flatFacet) {
-      int searched = 0;
-      for (std::uint32_t number = first.next; number != none; number = share.laterGroups[number - placeCount_].next) {
-        if (searched++ == mostSearched) break;
-        if (isOf(share.laterGroups[number - placeCount_], smoothingGroup, facet)) return number;
+  }
+
+  void moveCorners() {
+    std::size_t first = vertexCount_;
+    for (SplitVertices& splits : splits_) {
+      for (const auto& [corner, vertex] : splits.moved) triangles_[corner] = static_cast<std::uint32_t>(first + vertex);
+      splits.moved = {};
+      first += splits.sources.size();
+    }
+  }
+
+  void dropUnusedVertices() {
+    LargeVector<std::uint32_t> unused;
+    for (std::uint32_t vertex = 0; vertex < used_.size(); ++vertex) {
+      if (used_[vertex] == 0) unused.push_back(vertex);
+    }
+    for (SplitVertices& splits : splits_) unused.insert(unused.end(), splits.unused.begin(), splits.unused.end());
+    if (unused.empty()) return;
+    LargeVector<std::uint32_t>& left = result_.keptVertices.emplace();
+    LargeVector<std::uint32_t> newNumbers(vertexCount_);
+    left.reserve(vertexCount_ - unused.size());
+    auto dropped = unused.begin();
+    for (std::uint32_t vertex = 0; vertex < vertexCount_; ++vertex) {
+      newNumbers[vertex] = static_cast<std::uint32_t>(left.size());
+      if (dropped != unused.end() && *dropped == vertex) {
+        ++dropped;
+      } else {
+        left.push_back(vertex);
       }
-      if (searched < mostSearched && isOf(first, smoothingGroup, facet)) return place;
     }
-    first.next = static_cast<std::uint32_t>(placeCount_ + share.laterGroups.size());
-    share.laterGroups.push_back(added);
-    return first.next;
+    for (std::uint32_t& vertex : triangles_) {
+      vertex = vertex < vertexCount_ ? newNumbers[vertex] : vertex - static_cast<std::uint32_t>(unused.size());
+    }
+    for (std::size_t i = 0; i < left.size(); ++i) {
+      std::copy_n(normals_.data() + std::size_t{left[i]} * 3, 3, normals_.data() + i * 3);
+    }
+    normals_.resize(left.size() * 3);
   }
 
-  /// A triangle without an area, which shows nothing, belongs anywhere.
-  static bool isOf(const Group& group, std::uint32_t smoothingGroup, const Facet& facet) {
-    if (group.smoothingGroup != smoothingGroup) return false;
-    if (smoothingGroup != creasedByAngle || !facet.hasArea) return true;
-    const simd_double3 first = {group.firstFacet.x, group.firstFacet.y, group.firstFacet.z};
-    return dot(first, facet.normal) >= creaseCosine;
+  void addFurtherVertices() {
+    LargeVector<std::uint32_t>& further = result_.furtherVertices;
+    std::size_t count = 0;
+    for (const SplitVertices& splits : splits_) count += splits.sources.size();
+    further.reserve(count);
+    normals_.reserve(normals_.size() + count * 3);
+    for (SplitVertices& splits : splits_) {
+      further.insert(further.end(), splits.sources.begin(), splits.sources.end());
+      normals_.insert(normals_.end(), splits.normals.begin(), splits.normals.end());
+      splits = {};
+    }
+    result_.normals = std::move(normals_);
   }
 
-  /// The first corner with the same given vertex and group.
-  std::uint32_t firstCornerOf(Share& share, std::uint32_t corner, std::uint32_t group) {
-    std::uint32_t& last = lastOfSource_[triangles_[corner]];
-    std::uint32_t vertex = last;
-    for (int i = 0; i < mostSearched && vertex != none; ++i, vertex = share.vertices[vertex].nextOfSource) {
-      if (share.vertices[vertex].group == group) return share.vertices[vertex].firstCorner;
-    }
-    share.vertices.push_back({.group = group, .firstCorner = corner, .nextOfSource = last});
-    last = static_cast<std::uint32_t>(share.vertices.size() - 1);
-    return corner;
-  }
-
-  void emitVertices(const Share& share) {
-    if (vertexPlaces_ == VertexPlaces::mayCoincide) {
-      for (const SplitVertex& vertex : share.vertices) emitVertex(vertex.firstCorner, groupOf(share, vertex.group));
-      return;
-    }
-    for (std::uint32_t i = 0; i < share.placeCount; ++i) {
-      const Group& group = firstGroups_[share.firstPlace + i];
-      if (group.firstCorner != none) emitVertex(group.firstCorner, group);
-    }
-    for (const Group& group : share.laterGroups) emitVertex(group.firstCorner, group);
-  }
-
-  void emitVertex(std::uint32_t firstCorner, const Group& group) {
-    const std::uint32_t vertex = result_.indices[firstCorner];
-    result_.sourceVertices[vertex] = triangles_[firstCorner];
-    const double size = length(group.sum);
-    // Of triangles without an area alone.
-    const simd_double3 normal = size > 0 && std::isfinite(size) ? group.sum / size : simd_double3{0, 0, 1};
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      result_.normals[std::size_t{vertex} * 3 + axis] = static_cast<float>(normal[axis]);
-    }
-  }
-
-  std::span<const float> positions_;
-  std::span<const std::uint32_t> triangles_;
+  MeshPlaces places_;
+  std::span<std::uint32_t> triangles_;
   std::span<const std::uint32_t> smoothingGroups_;
-  std::size_t placeCount_;
-  VertexPlaces vertexPlaces_;
-  LargeVector<std::uint32_t> places_;        // Of each vertex, where several may stand at one.
-  LargeVector<std::uint32_t> lastOfSource_;  // The latest new vertex of each given one, likewise.
-  LargeVector<Group> firstGroups_;           // Of each place.
-  std::vector<Share> shares_;
+  std::size_t vertexCount_;
+  LargeVector<std::uint32_t> firstThere_;  // Empty where all vertices stand apart.
+  LargeVector<std::uint8_t> used_;  // Of the vertices, where some do not: 1 in a triangle, 2 with its own normal.
+  std::vector<Block> blocks_;
+  std::vector<PlaceRange> ranges_;
+  std::vector<SplitVertices> splits_;  // Of each range.
+  LargeVector<float> normals_;         // Of the given vertices, and in the end of the new ones.
   CreasedMesh result_;
 };
 
 }  // namespace
 
-CreasedMesh creasedMesh(std::span<const float> positions, std::span<const std::uint32_t> triangles,
-                        std::span<const std::uint32_t> smoothingGroups, VertexPlaces vertexPlaces) {
-  return Creasing(positions, triangles, smoothingGroups, vertexPlaces).run();
+CreasedMesh creaseMesh(std::span<const float> positions, std::span<std::uint32_t> triangles,
+                       std::span<const std::uint32_t> smoothingGroups, VertexPlaces vertexPlaces) {
+  return Creasing(positions, triangles, smoothingGroups).run(vertexPlaces);
 }
 
 }  // namespace ornolith

@@ -1,271 +1,252 @@
 #include "loaders/mesh/VertexWelding.h"
 
-#include <sys/auxv.h>
-
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <cstring>
+#include <numeric>
+#include <utility>
 #include <vector>
 
 #include "foundation/Parallel.h"
+#include "loaders/mesh/PlaceTable.h"
 
 namespace ornolith {
 
 namespace {
 
-constexpr std::uint32_t numbered = 0x80000000;  // Marks a first corner that has its vertex's number.
-constexpr std::size_t cornersOfABlock = std::size_t{1} << 16;
-constexpr std::size_t mostShares = 8;
 constexpr std::size_t positionSize = 12;
+constexpr std::size_t cornersOfAFacet = 3;
+constexpr std::size_t prefetchDistance = 16;
 
-/// What must be equal for corners to be one vertex.
-struct Key {
-  std::uint64_t low = 0;
-  std::uint64_t high = 0;
-  bool operator==(const Key&) const = default;
+// Corners of facets. A block of them is welded by itself first, in a table that stays in the processor's own memory, as
+// most facets share their vertices with near ones; what is left, a sixth, is looked for among the vertices of all
+// blocks before, in order.
+
+/// The different corners of a block of facets.
+struct WeldedBlock {
+  std::vector<PlaceKey> keys;
+  std::vector<std::uint32_t> hashes;
+  std::vector<std::uint32_t> vertices;  // What they are among those of all blocks.
 };
 
-/// Multiplicative hashing of vectors (Dietzfelbinger, "Universal hashing and k-wise independent random variables via
-/// integer arithmetic without primes", 1996), with multipliers that nobody who makes a file can know: so none can be
-/// made whose corners all meet at one place of the table. What is welded does not depend on them.
-class Hash {
+class BlockWelding {
  public:
-  Hash() noexcept {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel gives addresses as numbers.
-    const auto* random = reinterpret_cast<const std::byte*>(::getauxval(AT_RANDOM));  // Sixteen bytes for this process.
-    if (random != nullptr) std::memcpy(multipliers_.data(), random, sizeof multipliers_);
-    for (std::uint64_t& multiplier : multipliers_) multiplier |= 1;
-  }
+  static constexpr std::size_t facetsOfABlock = 4096;
 
-  std::uint64_t operator()(const Key& key) const noexcept {
-    std::uint64_t hash = key.low * multipliers_[0] + key.high * multipliers_[1];
-    hash ^= hash >> 32;
-    return hash * 0x9E3779B97F4A7C15U;
-  }
+  explicit BlockWelding(const FacetCorners& facets, const PlaceHash& hash) : facets_(facets), hash_(hash) {}
 
- private:
-  std::array<std::uint64_t, 2> multipliers_{0x9E3779B97F4A7C15U, 0xC2B2AE3D27D4EB4FU};
-};
-
-/// The bits of a position, in which equal coordinates are equal and what is no number is orderly too.
-std::array<std::uint32_t, 3> placeBits(const std::byte* position) noexcept {
-  std::array<std::uint32_t, 3> bits{};
-  std::memcpy(bits.data(), position, positionSize);
-  for (std::uint32_t& component : bits) component = component == 0x80000000 ? 0 : component;
-  return bits;
-}
-
-Key keyOf(const std::byte* position, std::uint32_t word) noexcept {
-  const auto [x, y, z] = placeBits(position);
-  return {x | std::uint64_t{y} << 32, z | std::uint64_t{word} << 32};
-}
-
-class Packed {
- public:
-  explicit Packed(const PackedCorners& corners) : bytes_(corners.bytes) {}
-  std::size_t count() const noexcept { return bytes_.size() / positionSize; }
-  Key key(std::size_t corner) const noexcept { return keyOf(bytes_.data() + corner * positionSize, 0); }
-
- private:
-  std::span<const std::byte> bytes_;
-};
-
-class Facets {
- public:
-  explicit Facets(const FacetCorners& corners) : bytes_(corners.bytes), wordCounts_(corners.wordCounts) {}
-  std::size_t count() const noexcept { return bytes_.size() / facetSize * 3; }
-  Key key(std::size_t corner) const noexcept {
-    const std::byte* facet = bytes_.data() + corner / 3 * facetSize;
-    std::uint16_t word = 0;
-    if (wordCounts_) std::memcpy(&word, facet + facetSize - sizeof word, sizeof word);
-    return keyOf(facet + positionSize * (1 + corner % 3), word);
-  }
-
- private:
-  static constexpr std::size_t facetSize = 50;
-  std::span<const std::byte> bytes_;
-  bool wordCounts_;
-};
-
-/// The first corners of vertices, found by their hashes: open addressing, at most half full.
-class FirstCorners {
- public:
-  FirstCorners(const Hash& hash, std::size_t expectedCount) : hash_(hash) {
-    makeSlots(std::bit_ceil(std::max<std::size_t>(expectedCount, 64)) * 2);
-  }
-
-  void prefetch(std::uint64_t hash) const noexcept { __builtin_prefetch(&slots_[hash >> shift_]); }
-
-  /// The first corner with the hash and key of `corner`, which becomes it where there is none.
-  template <typename Corners>
-  std::uint32_t find(const Corners& corners, std::uint32_t corner, std::uint64_t hash) {
-    const auto tag = static_cast<std::uint32_t>(hash);
-    for (std::size_t place = hash >> shift_;; place = (place + 1) & (slots_.size() - 1)) {
-      Slot& slot = slots_[place];
-      if (slot.corner == none) {
-        slot = {tag, corner};
-        if (++count_ * 2 > slots_.size()) grow(corners);
-        return corner;
+  /// Gives the corners of the facets from `first` to `end` the numbers of their keys in the block.
+  void weld(std::size_t first, std::size_t end, WeldedBlock& block, std::uint32_t* corners) const {
+    constexpr std::size_t slotBits = 14;
+    std::array<std::uint16_t, std::size_t{1} << slotBits> slots{};  // More than corners; the key's number plus one.
+    block.keys.clear();
+    block.hashes.clear();
+    for (std::size_t facet = first; facet < end; ++facet) {
+      const std::byte* position = facets_.bytes.data() + facet * facets_.facetSize + facets_.firstCorner;
+      std::uint16_t word = 0;
+      if (facets_.wordCounts) std::memcpy(&word, position + cornersOfAFacet * positionSize, sizeof word);
+      for (std::size_t i = 0; i < cornersOfAFacet; ++i, position += positionSize) {
+        const PlaceKey key = PlaceKey::at(position, word);
+        const std::uint32_t hash = hash_(key);
+        std::size_t place = hash >> (32 - slotBits);
+        while (slots[place] != 0 && block.keys[slots[place] - 1U] != key) place = (place + 1) % slots.size();
+        if (slots[place] == 0) {
+          block.keys.push_back(key);
+          block.hashes.push_back(hash);
+          slots[place] = static_cast<std::uint16_t>(block.keys.size());
+        }
+        *corners++ = slots[place] - 1U;
       }
-      if (slot.tag == tag && corners.key(slot.corner) == corners.key(corner)) return slot.corner;
     }
   }
 
  private:
-  static constexpr std::uint32_t none = 0xFFFFFFFF;
-  struct Slot {
-    std::uint32_t tag = 0;
-    std::uint32_t corner = none;
-  };
-
-  void makeSlots(std::size_t count) {
-    slots_.assign(count, Slot{});
-    shift_ = 64 - std::countr_zero(count);
-  }
-
-  template <typename Corners>
-  void grow(const Corners& corners) {
-    LargeVector<Slot> old;
-    std::swap(old, slots_);
-    makeSlots(old.size() * 2);
-    for (const Slot& slot : old) {
-      if (slot.corner == none) continue;
-      std::size_t place = hash_(corners.key(slot.corner)) >> shift_;
-      while (slots_[place].corner != none) place = (place + 1) & (slots_.size() - 1);
-      slots_[place] = slot;
-    }
-  }
-
-  Hash hash_;
-  LargeVector<Slot> slots_;
-  int shift_ = 0;
-  std::size_t count_ = 0;
+  const FacetCorners& facets_;
+  const PlaceHash& hash_;
 };
 
-class Numbering {
+class FacetWelding {
  public:
-  explicit Numbering(std::span<std::uint32_t> corners) : corners_(corners) {}
-
-  LargeVector<std::uint32_t> run() {
-    numberFirstCorners();
-    takeNumbersOfFirstCorners();
-    return std::move(firstCorners_);
-  }
-
- private:
-  std::size_t blockCount() const noexcept { return (corners_.size() + cornersOfABlock - 1) / cornersOfABlock; }
-  std::size_t endOfBlock(std::size_t block) const noexcept {
-    return std::min((block + 1) * cornersOfABlock, corners_.size());
-  }
-
-  template <typename Body>
-  void forEachBlock(const Body& body) const {
-    parallelFor(blockCount(), 1, [&](std::size_t block) { body(block, block * cornersOfABlock, endOfBlock(block)); });
-  }
-
-  void numberFirstCorners() {
-    std::vector<std::uint32_t> firstNumbers(blockCount() + 1);
-    forEachBlock([&](std::size_t block, std::size_t begin, std::size_t end) {
-      std::uint32_t firsts = 0;
-      for (std::size_t corner = begin; corner < end; ++corner) firsts += corners_[corner] == corner ? 1 : 0;
-      firstNumbers[block + 1] = firsts;
-    });
-    for (std::size_t block = 0; block < blockCount(); ++block) firstNumbers[block + 1] += firstNumbers[block];
-    firstCorners_.resize(firstNumbers.back());
-    forEachBlock([&](std::size_t block, std::size_t begin, std::size_t end) {
-      std::uint32_t number = firstNumbers[block];
-      for (std::size_t corner = begin; corner < end; ++corner) {
-        if (corners_[corner] != corner) continue;
-        firstCorners_[number] = static_cast<std::uint32_t>(corner);
-        corners_[corner] = numbered | number++;
-      }
-    });
-  }
-
-  // First corners are read here by all threads and keep their mark until the others have their numbers.
-  void takeNumbersOfFirstCorners() {
-    forEachBlock([&](std::size_t /*block*/, std::size_t begin, std::size_t end) {
-      for (std::size_t corner = begin; corner < end; ++corner) {
-        const std::uint32_t first = corners_[corner];
-        if ((first & numbered) == 0) corners_[corner] = corners_[first] & ~numbered;
-      }
-    });
-    forEachBlock([&](std::size_t /*block*/, std::size_t begin, std::size_t end) {
-      for (std::size_t corner = begin; corner < end; ++corner) corners_[corner] &= ~numbered;
-    });
-  }
-
-  std::span<std::uint32_t> corners_;
-  LargeVector<std::uint32_t> firstCorners_;
-};
-
-template <typename Corners>
-class Welding {
- public:
-  explicit Welding(const Corners& corners) : corners_(corners), count_(corners.count()) {}
+  explicit FacetWelding(const FacetCorners& facets)
+      : facets_(facets),
+        facetCount_(facets.bytes.size() / facets.facetSize),
+        blockCount_((facetCount_ + BlockWelding::facetsOfABlock - 1) / BlockWelding::facetsOfABlock),
+        expectedCount_(facetCount_ / 2 + facetCount_ / 64),
+        table_(expectedCount_, static_cast<std::uint32_t>(facetCount_ * cornersOfAFacet)) {}
 
   WeldedCorners run() {
-    result_.vertices.resize(count_);
-    findFirstCorners();
-    result_.firstCorners = numberedByFirstCorners(result_.vertices);
+    result_.vertices.resize(facetCount_ * cornersOfAFacet);
+    result_.positions.reserve(expectedCount_ * 3);
+    if (facets_.wordCounts) result_.words.reserve(expectedCount_);
+    weldInWaves();
+    result_.positions.resize(vertexCount_ * 3);
     return std::move(result_);
   }
 
  private:
-  // Each thread has a share of the hashes' values and looks at all corners for those that are its own.
-  void findFirstCorners() {
-    const bool isSmall = count_ < cornersOfABlock;
-    const std::size_t shares = isSmall ? 1 : std::bit_ceil(std::min(availableThreadCount(), mostShares));
-    parallelFor(shares, 1, [&](std::size_t share) { findFirstCorners(share, shares); });
+  // While a wave of blocks is welded, one thread takes in the vertices of the wave before, and the corners of the one
+  // before that get theirs.
+  void weldInWaves() {
+    const std::size_t threads = availableThreadCount();
+    const std::size_t blocksOfAWave = threads == 1 ? 1 : threads * 2;
+    const std::size_t waveCount = (blockCount_ + blocksOfAWave - 1) / blocksOfAWave;
+    std::array<std::vector<WeldedBlock>, 3> waves;
+    for (std::vector<WeldedBlock>& wave : waves) wave.resize(blocksOfAWave);
+    const BlockWelding welding(facets_, hash_);
+    for (std::size_t step = 0; step < waveCount + 2; ++step) {
+      const auto forBlockOf = [&](std::size_t wave, std::size_t i, const auto& body) {
+        const std::size_t block = wave * blocksOfAWave + i;
+        if (wave < waveCount && block < blockCount_) body(block, waves[wave % waves.size()][i]);
+      };
+      const auto weld = [&](std::size_t i) {
+        forBlockOf(step, i, [&](std::size_t block, WeldedBlock& welded) {
+          welding.weld(firstFacetOf(block), firstFacetOf(block + 1), welded, cornersOf(block));
+        });
+      };
+      const auto takeIn = [&] {
+        for (std::size_t i = 0; i < blocksOfAWave && step >= 1; ++i) {
+          forBlockOf(step - 1, i, [&](std::size_t /*block*/, WeldedBlock& welded) { takeInVertices(welded); });
+        }
+      };
+      const auto translate = [&](std::size_t i) {
+        if (step < 2) return;
+        forBlockOf(step - 2, i, [&](std::size_t block, const WeldedBlock& welded) { translateCorners(block, welded); });
+      };
+      parallelFor(1 + 2 * blocksOfAWave, 1, [&](std::size_t task) {
+        if (task == 0) return takeIn();
+        task % 2 == 0 ? translate(task / 2 - 1) : weld(task / 2);
+      });
+    }
   }
 
-  void findFirstCorners(std::size_t share, std::size_t shares) {
+  std::size_t firstFacetOf(std::size_t block) const {
+    return std::min(block * BlockWelding::facetsOfABlock, facetCount_);
+  }
+  std::uint32_t* cornersOf(std::size_t block) {
+    return result_.vertices.data() + firstFacetOf(block) * cornersOfAFacet;
+  }
+
+  void takeInVertices(WeldedBlock& block) {
+    const std::size_t count = block.keys.size();
+    block.vertices.resize(count);
+    result_.positions.resize((vertexCount_ + count) * 3);
+    if (facets_.wordCounts) result_.words.resize(vertexCount_ + count);
+    for (std::size_t i = 0; i < std::min(prefetchDistance, count); ++i) table_.prefetch(block.hashes[i]);
+    for (std::size_t i = 0; i < count; ++i) {
+      if (i + prefetchDistance < count) table_.prefetch(block.hashes[i + prefetchDistance]);
+      const PlaceKey& key = block.keys[i];
+      const auto added = static_cast<std::uint32_t>(vertexCount_);
+      block.vertices[i] = table_.find(
+          block.hashes[i], added, [&](std::uint32_t vertex) { return keyOf(vertex) == key; },
+          [&](std::uint32_t vertex) { return hash_(vertex == added ? key : keyOf(vertex)); });
+      if (block.vertices[i] != added) continue;
+      key.copyPosition(result_.positions.data() + vertexCount_ * 3);
+      if (facets_.wordCounts) result_.words[vertexCount_] = static_cast<std::uint16_t>(key.word());
+      ++vertexCount_;
+    }
+    if (facets_.wordCounts) result_.words.resize(vertexCount_);
+  }
+
+  PlaceKey keyOf(std::uint32_t vertex) const {
+    return PlaceKey::at(result_.positions.data() + std::size_t{vertex} * 3,
+                        facets_.wordCounts ? result_.words[vertex] : 0);
+  }
+
+  void translateCorners(std::size_t block, const WeldedBlock& welded) {
+    std::uint32_t* const end = cornersOf(block + 1);
+    for (std::uint32_t* corner = cornersOf(block); corner != end; ++corner) *corner = welded.vertices[*corner];
+  }
+
+  const FacetCorners& facets_;
+  std::size_t facetCount_;
+  std::size_t blockCount_;
+  std::size_t expectedCount_;
+  PlaceHash hash_;
+  PlaceTable table_;
+  std::size_t vertexCount_ = 0;
+  WeldedCorners result_;
+};
+
+// Vertices that are there already: few stand at one place.
+
+class VertexSearch {
+ public:
+  explicit VertexSearch(std::span<const float> positions) : positions_(positions), count_(positions.size() / 3) {}
+
+  LargeVector<std::uint32_t> run() {
+    findRepeated();
+    LargeVector<std::uint32_t> firstThere;
+    const bool hasSome =
+        std::any_of(repeated_.begin(), repeated_.end(), [](const auto& repeated) { return !repeated.empty(); });
+    if (!hasSome) return firstThere;
+    firstThere.resize(count_);
+    std::iota(firstThere.begin(), firstThere.end(), 0U);
+    for (const LargeVector<Repeated>& repeated : repeated_) {
+      for (const auto& [vertex, first] : repeated) firstThere[vertex] = first;
+    }
+    return firstThere;
+  }
+
+ private:
+  struct Repeated {
+    std::uint32_t vertex;
+    std::uint32_t first;
+  };
+
+  // Each thread has a share of the hashes' values and looks at all vertices for those that are its own.
+  void findRepeated() {
+    constexpr std::size_t verticesWorthAThread = std::size_t{1} << 15;
+    constexpr std::size_t mostShares = 8;
+    const std::size_t shares =
+        std::clamp<std::size_t>(count_ / verticesWorthAThread, 1, std::min(availableThreadCount(), mostShares));
+    repeated_.resize(shares);
+    parallelFor(shares, 1, [&](std::size_t share) { findRepeated(share, shares); });
+  }
+
+  void findRepeated(std::size_t share, std::size_t shares) {
     constexpr std::size_t batch = 1024;
-    constexpr std::size_t ahead = 16;
     struct Wanted {
-      std::uint64_t hash;
-      std::uint32_t corner;
+      std::uint32_t hash;
+      std::uint32_t vertex;
     };
-    std::array<Wanted, batch + ahead> wanted{};
-    FirstCorners firsts(hash_, count_ / 6 / shares);
+    std::array<Wanted, batch + prefetchDistance> wanted{};
+    PlaceTable table(count_ / shares, static_cast<std::uint32_t>(count_));
     for (std::size_t begin = 0; begin < count_; begin += batch) {
       const std::size_t end = std::min(begin + batch, count_);
       std::size_t wantedCount = 0;
-      for (std::size_t corner = begin; corner < end; ++corner) {
-        const std::uint64_t hash = hash_(corners_.key(corner));
-        wanted[wantedCount] = {hash, static_cast<std::uint32_t>(corner)};
-        wantedCount += ((hash >> 32) & (shares - 1)) == share ? 1 : 0;
+      for (std::size_t vertex = begin; vertex < end; ++vertex) {
+        // The front of the product tells the share; what is left is a hash again.
+        const std::uint64_t product = std::uint64_t{hash_(keyOf(static_cast<std::uint32_t>(vertex)))} * shares;
+        wanted[wantedCount] = {static_cast<std::uint32_t>(product), static_cast<std::uint32_t>(vertex)};
+        wantedCount += product >> 32 == share ? 1 : 0;
       }
-      for (std::size_t i = 0; i < std::min(ahead, wantedCount); ++i) firsts.prefetch(wanted[i].hash);
+      for (std::size_t i = 0; i < std::min(prefetchDistance, wantedCount); ++i) table.prefetch(wanted[i].hash);
       for (std::size_t i = 0; i < wantedCount; ++i) {
-        firsts.prefetch(wanted[i + ahead].hash);
-        const std::uint32_t corner = wanted[i].corner;
-        result_.vertices[corner] = firsts.find(corners_, corner, wanted[i].hash);
+        table.prefetch(wanted[i + prefetchDistance].hash);
+        const auto [hash, vertex] = wanted[i];
+        const std::uint32_t first = table.find(
+            hash, vertex, [&](std::uint32_t other) { return keyOf(other) == keyOf(vertex); },
+            [&](std::uint32_t other) { return static_cast<std::uint32_t>(hash_(keyOf(other)) * shares); });
+        if (first != vertex) repeated_[share].push_back({vertex, first});
       }
     }
   }
 
-  const Corners& corners_;
+  PlaceKey keyOf(std::uint32_t vertex) const { return PlaceKey::at(positions_.data() + std::size_t{vertex} * 3); }
+
+  std::span<const float> positions_;
   std::size_t count_;
-  Hash hash_;
-  WeldedCorners result_;
+  PlaceHash hash_;
+  std::vector<LargeVector<Repeated>> repeated_;  // Of each share.
 };
 
 }  // namespace
 
-LargeVector<std::uint32_t> numberedByFirstCorners(std::span<std::uint32_t> corners) {
-  return Numbering(corners).run();
+WeldedCorners weldedCorners(const FacetCorners& facets) {
+  return FacetWelding(facets).run();
 }
 
-WeldedCorners weldedCorners(const PackedCorners& corners) {
-  const Packed packed(corners);
-  return Welding(packed).run();
-}
-
-WeldedCorners weldedCorners(const FacetCorners& corners) {
-  const Facets facets(corners);
-  return Welding(facets).run();
+LargeVector<std::uint32_t> firstVerticesThere(std::span<const float> positions) {
+  return VertexSearch(positions).run();
 }
 
 }  // namespace ornolith

@@ -8,35 +8,34 @@
 
 namespace ornolith {
 
-/// Which of some corners are one vertex.
+/// The vertices that some corners are.
 struct WeldedCorners {
-  LargeVector<std::uint32_t> vertices;      ///< For each corner its vertex. Vertices are numbered as they first occur.
-  LargeVector<std::uint32_t> firstCorners;  ///< For each vertex the first corner that is it.
+  LargeVector<std::uint32_t> vertices;  ///< For each corner its vertex. Vertices are numbered as they first occur.
+  LargeVector<float> positions;         ///< Three components for each vertex; a zero has no sign.
+  LargeVector<std::uint16_t> words;     ///< Of each vertex, where the facets' words count.
 };
 
 /// The most corners that can be welded.
 inline constexpr std::size_t mostWeldedCorners = 0x7FFFFFFF;
 
-/// Corners with three 32-bit floats each, in the machine's byte order, packed at any address.
-struct PackedCorners {
-  std::span<const std::byte> bytes;
-};
-
-/// The corners of facets of 50 bytes, as binary STL files have them: a normal, three corners and a word of 16 bits.
-/// Where `wordCounts`, the corners of facets whose words differ are different.
+/// Facets one after the other, each with three corners of three 32-bit floats, in the machine's byte order at any
+/// address.
 struct FacetCorners {
   std::span<const std::byte> bytes;
+  std::size_t facetSize = 36;   ///< Bytes from one facet to the next.
+  std::size_t firstCorner = 0;  ///< Where in a facet its corners begin.
+  /// Whether behind the corners stands a word of 16 bits, and the corners of facets whose words differ are different.
   bool wordCounts = false;
 };
 
 /// Makes one vertex of all corners at one place: those whose coordinates have the same bits, but for the sign of zero.
-/// It takes time in proportion to the corners, on all threads, and no memory besides the result but a table of at most
-/// 32 bytes a vertex. Needs no more than `mostWeldedCorners` corners. The result does not depend on the threads.
-WeldedCorners weldedCorners(const PackedCorners& corners);
-WeldedCorners weldedCorners(const FacetCorners& corners);
+/// It takes time in proportion to the corners, on all threads, and no memory besides the result but a table of about
+/// 8 bytes a vertex. The bytes are read once, from front to back. Needs no more than `mostWeldedCorners` corners. The
+/// result does not depend on the threads.
+WeldedCorners weldedCorners(const FacetCorners& facets);
 
-/// Numbers things as they first occur. `corners` holds for each corner the first corner with the same thing, and then
-/// the thing's number; the first corner of each number is given. No more than `mostWeldedCorners` corners.
-LargeVector<std::uint32_t> numberedByFirstCorners(std::span<std::uint32_t> corners);
+/// For each vertex the first one at the same place, in the same sense; empty where no two stand at one. `positions` has
+/// three components for each of no more than `mostWeldedCorners` vertices.
+LargeVector<std::uint32_t> firstVerticesThere(std::span<const float> positions);
 
 }  // namespace ornolith

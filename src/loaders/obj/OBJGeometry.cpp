@@ -262,13 +262,6 @@ bool isSmoothed(const Indices& normals, const std::uint32_t* triangle) {
   return normals[triangle[0]] != noOBJIndex && normals[triangle[1]] != noOBJIndex && normals[triangle[2]] != noOBJIndex;
 }
 
-/// What `list` says of each of the vertices that `sources` are.
-Indices selected(const Indices& list, const Indices& sources) {
-  Indices values(sources.size());
-  for (std::size_t i = 0; i < sources.size(); ++i) values[i] = list[sources[i]];
-  return values;
-}
-
 /// Takes triangles that face both ways out of their smoothing groups, in which they would leave no normal. Among many
 /// they are looked for only where there are more than a surface of one side has over as many vertices.
 void creaseTwoSidedFacesByAngle(PartCollector& part) {
@@ -300,8 +293,7 @@ Floats computedNormals(const OBJStatements& statements, PartCollector& part) {
   const Floats positions = gathered<3>(statements.positions, part.vertices().positions, {});
   CreasedMesh creased;
   if (slots.size() == 1) {
-    creased = creasedMesh(positions, slots.front().triangles, slots.front().smoothingGroups);
-    slots.front().triangles = std::move(creased.indices);
+    creased = creaseMesh(positions, slots.front().triangles, slots.front().smoothingGroups);
   } else {
     Indices triangles;
     Indices smoothingGroups;
@@ -309,16 +301,16 @@ Floats computedNormals(const OBJStatements& statements, PartCollector& part) {
       triangles.insert(triangles.end(), slot.triangles.begin(), slot.triangles.end());
       smoothingGroups.insert(smoothingGroups.end(), slot.smoothingGroups.begin(), slot.smoothingGroups.end());
     }
-    creased = creasedMesh(positions, triangles, smoothingGroups);
-    auto next = creased.indices.begin();
+    creased = creaseMesh(positions, triangles, smoothingGroups);
+    auto next = triangles.begin();
     for (Slot& slot : slots) {
       std::copy_n(next, slot.triangles.size(), slot.triangles.begin());
       next += static_cast<std::ptrdiff_t>(slot.triangles.size());
     }
   }
-  Vertices split;
-  split.positions = selected(part.vertices().positions, creased.sourceVertices);
-  split.texcoords = selected(part.vertices().texcoords, creased.sourceVertices);
+  Vertices split = std::move(part.vertices());
+  splitVectors(split.positions, 1, creased);
+  splitVectors(split.texcoords, 1, creased);
   split.normals.assign(split.count(), noOBJIndex);
   split.nextOfPosition.assign(split.count(), noVertex);
   part.setVertices(std::move(split));
@@ -348,7 +340,10 @@ Floats completeNormals(const OBJStatements& statements, PartCollector& part) {
     }
   }
   const Floats positions = gathered<3>(statements.positions, vertices.positions, {});
-  CreasedMesh creased = creasedMesh(positions, lacking, smoothingGroups);
+  CreasedMesh creased = creaseMesh(positions, lacking, smoothingGroups);
+  Indices sources(vertices.count());
+  std::iota(sources.begin(), sources.end(), 0U);
+  splitVectors(sources, 1, creased);
 
   // First the vertices that have a normal, then the new ones.
   Vertices completed;
@@ -364,13 +359,13 @@ Floats completeNormals(const OBJStatements& statements, PartCollector& part) {
     keep(vertex);
   }
   const auto firstNew = static_cast<std::uint32_t>(completed.count());
-  for (const std::uint32_t source : creased.sourceVertices) keep(source);
+  for (const std::uint32_t source : sources) keep(source);
   std::size_t next = 0;
   for (Slot& slot : part.slots()) {
     for (std::size_t i = 0; i < slot.triangles.size(); i += 3) {
       const bool isKept = isSmoothed(vertices.normals, &slot.triangles[i]);
       for (std::size_t corner = i; corner < i + 3; ++corner) {
-        slot.triangles[corner] = isKept ? keptAs[slot.triangles[corner]] : firstNew + creased.indices[next++];
+        slot.triangles[corner] = isKept ? keptAs[slot.triangles[corner]] : firstNew + lacking[next++];
       }
     }
   }
