@@ -52,6 +52,16 @@ void litSphere131k(benchmark::State& state) {
 }
 ORNOLITH_BENCHMARK(litSphere131k);
 
+/// The same with a highlight.
+void shinySphere131k(benchmark::State& state) {
+  FrameBuilder scene(1024, 1024);
+  litSphere(scene, 256, 256, device::LightingModel::blinn);
+  scene.frame.materials[0].specular.value = {0.2f, 0.2f, 0.2f, 1};
+  scene.frame.materials[0].shininess = 0.25f;
+  report(state, scene);
+}
+ORNOLITH_BENCHMARK(shinySphere131k);
+
 void physicalSphere131k(benchmark::State& state) {
   FrameBuilder scene(1024, 1024);
   litSphere(scene, 256, 256, device::LightingModel::physicallyBased);

@@ -31,10 +31,10 @@ struct EdgeFunction {
     return atOrigin + std::int64_t{stepX} * x + std::int64_t{stepY} * y;
   }
 
-  /// The value at a pixel, limited so that no step inside of a tile around it overflows and no sign changes.
-  std::int32_t limitedAt(std::int32_t x, std::int32_t y) const noexcept {
+  /// The value at the origin, limited so that no step inside of a tile from there overflows and no sign changes.
+  std::int32_t limitedAtOrigin() const noexcept {
     constexpr std::int64_t limit = std::int64_t{1} << 30;
-    return static_cast<std::int32_t>(std::clamp(at(x, y), -limit, limit));
+    return static_cast<std::int32_t>(std::clamp(atOrigin, -limit, limit));
   }
 
   /// Whether no pixel of the box can be on the inner side.

@@ -13,6 +13,7 @@
 
 #include "foundation/LinearAlgebra.h"
 #include "raster/FragmentBatch.h"
+#include "raster/PixelMath.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ornolith::raster::HWY_NAMESPACE {
@@ -75,14 +76,14 @@ HWY_INLINE FloatVector fastLog2(FloatVector x) {
 HWY_INLINE FloatVector fastExp2(FloatVector x) {
   const FloatVector limited =
       hn::IfThenElse(hn::Gt(x, all(126.0f)), all(126.0f), hn::IfThenElse(hn::Gt(x, all(-126.0f)), x, all(-126.0f)));
-  const FloatVector whole = hn::Floor(limited + all(0.5f));
-  const FloatVector f = (limited - whole) * all(0.693147181f);
+  const FloatVector shifted = limited + all(wholeBits);
+  const FloatVector f = (limited - (shifted - all(wholeBits))) * all(0.693147181f);
   const FloatVector series =
       all(1.0f) +
       f * (all(1.0f) +
            f * (all(0.5f) + f * (all(0.166666667f) +
                                  f * (all(0.0416666667f) + f * (all(0.00833333333f) + f * all(0.00138888889f))))));
-  const IntegerVector exponent = hn::ConvertTo(Integers(), whole) + hn::Set(Integers(), 127);
+  const IntegerVector exponent = hn::BitCast(Integers(), shifted) + hn::Set(Integers(), 127);
   return series * hn::BitCast(Floats(), hn::ShiftLeft<23>(exponent));
 }
 
@@ -100,6 +101,12 @@ HWY_INLINE FloatVector3 all(simd_float3 value) {
 
 HWY_INLINE FloatVector3 load(const Lane3& lanes, std::size_t i) {
   return {load(lanes.x, i), load(lanes.y, i), load(lanes.z, i)};
+}
+
+HWY_INLINE void store(FloatVector3 value, Lane3& lanes, std::size_t i) {
+  store(value.x, lanes.x, i);
+  store(value.y, lanes.y, i);
+  store(value.z, lanes.z, i);
 }
 
 HWY_INLINE FloatVector3 operator+(FloatVector3 a, FloatVector3 b) {

@@ -18,6 +18,9 @@ inline float fastFloor(float x) noexcept {
   return truncated > x ? truncated - 1.0f : truncated;
 }
 
+/// A float of that size has whole numbers in its lowest bits: adding this to a magnitude below 2^22 rounds it.
+inline constexpr float wholeBits = 0x1.8p23f;
+
 /// log2 of a positive normal number: within 3e-7 + 1e-7 * |result| of the true value. Writes the argument as m * 2^e
 /// with m in [sqrt(1/2), sqrt(2)) and sums the series of 2 artanh((m - 1) / (m + 1)) to the seventh power.
 inline float fastLog2(float x) noexcept {
@@ -34,14 +37,12 @@ inline float fastLog2(float x) noexcept {
 /// 2^x within 4e-7 relative error for x in [-126, 126]; clamps beyond, so that the result is always a positive normal.
 inline float fastExp2(float x) noexcept {
   const float clamped = x > 126.0f ? 126.0f : x > -126.0f ? x : -126.0f;
-  const float shifted = clamped + 0.5f;
-  auto whole = static_cast<std::int32_t>(shifted);
-  whole -= static_cast<float>(whole) > shifted ? 1 : 0;
-  const float f = (clamped - static_cast<float>(whole)) * 0.693147181f;
+  const float shifted = clamped + wholeBits;
+  const float f = (clamped - (shifted - wholeBits)) * 0.693147181f;
   const float series =
       1.0f +
       f * (1.0f + f * (0.5f + f * (0.166666667f + f * (0.0416666667f + f * (0.00833333333f + f * 0.00138888889f)))));
-  return series * std::bit_cast<float>(static_cast<std::uint32_t>(whole + 127) << 23);
+  return series * std::bit_cast<float>((std::bit_cast<std::uint32_t>(shifted) + 127) << 23);
 }
 
 /// base^exponent for a base in 0..1 and an exponent of 0 to 1024: within 4e-7 * (2 + exponent * |log2(base)|) relative

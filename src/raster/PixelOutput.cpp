@@ -4,6 +4,7 @@
 
 #include "foundation/Math.h"
 #include "imaging/Color.h"
+#include "raster/PixelMath.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "raster/PixelOutput.cpp"
@@ -83,16 +84,13 @@ HWY_INLINE IntegerVector tableCodes(const std::int32_t* entries, IntegerVector b
   return hn::ShiftRight<16>(hn::Add(entry, hn::And(bits, hn::Set(integers, 0xffff))));
 }
 
-/// From 2^-13 to 1; NaN becomes the least.
+/// From 2^-13 to 1; NaN becomes the least, as comparisons with it fail.
 HWY_INLINE IntegerVector limitedBits(FloatVector linear) {
   constexpr Floats floats;
   const FloatVector least = hn::Set(floats, 0x1p-13f), most = hn::Set(floats, 1.0f);
   const FloatVector atLeast = hn::IfThenElse(hn::Gt(linear, least), linear, least);
-  return hn::BitCast(Integers(), hn::IfThenElse(hn::Lt(atLeast, most), atLeast, most));
+  return hn::BitCast(Integers(), hn::Min(atLeast, most));
 }
-
-/// The lowest bits of a float of that exponent are whole numbers.
-constexpr float wholeBits = 0x1.8p23f;
 
 /// Codes by a formula, in the lowest bits of `code` as a float above `wholeBits`.
 struct FormulaCode {
@@ -179,23 +177,23 @@ void encode(const OutputTable& table, const float* colors, std::uint8_t* out) {
 }
 
 /// Puts the fragments from `i` into their pixels: most often these are neighbours.
-HWY_INLINE void put(IntegerVector encoded, const FragmentBatch& batch, std::size_t i, TileCodes& out) {
+HWY_INLINE void put(IntegerVector encoded, const FragmentBatch& batch, std::size_t i, const TilePixels& out) {
   constexpr Integers integers;
   constexpr hn::Rebind<std::uint16_t, Integers> numbers;
   const std::size_t lanes = hn::Lanes(integers);
   const std::uint16_t* const pixel = batch.pixel.data() + i;
-  const auto neighbours = hn::Add(hn::Iota(numbers, 0), hn::Set(numbers, pixel[0]));
-  if (i + lanes <= batch.count && hn::AllTrue(numbers, hn::Eq(hn::LoadU(numbers, pixel), neighbours))) {
-    return hn::StoreU(hn::BitCast(hn::RebindToUnsigned<Integers>(), encoded), hn::RebindToUnsigned<Integers>(),
-                      out.pixels.data() + pixel[0]);
-  }
   HWY_ALIGN std::int32_t pixels[hn::MaxLanes(Integers())];
   hn::Store(encoded, integers, pixels);
+  const auto neighbours = hn::Add(hn::Iota(numbers, 0), hn::Set(numbers, pixel[0]));
+  const bool fitsRow = static_cast<std::size_t>(pixelColumn(pixel[0])) + lanes <= tileSide;
+  if (fitsRow && i + lanes <= batch.count && hn::AllTrue(numbers, hn::Eq(hn::LoadU(numbers, pixel), neighbours))) {
+    return hwy::CopyBytes<sizeof(pixels)>(pixels, out.at(pixel[0]));
+  }
   const std::size_t end = HWY_MIN(lanes, batch.count - i);
-  for (std::size_t k = 0; k < end; ++k) out.pixels[pixel[k]] = static_cast<std::uint32_t>(pixels[k]);
+  for (std::size_t k = 0; k < end; ++k) hwy::CopyBytes<sizeof(pixels[0])>(pixels + k, out.at(pixel[k]));
 }
 
-void encodeBatch(const OutputTable& table, const FragmentBatch& batch, bool keepsAlpha, TileCodes& out) {
+void encodeBatch(const OutputTable& table, const FragmentBatch& batch, bool keepsAlpha, const TilePixels& out) {
   constexpr Floats floats;
   constexpr Integers integers;
   const std::size_t lanes = hn::Lanes(floats);
@@ -266,8 +264,9 @@ void encodePixels(const OutputTable& table, std::span<const float, rowValues> co
   HWY_DYNAMIC_DISPATCH(encode)(table, colors.data(), codes.data());
 }
 
-void encodeFragments(const OutputTable& table, const FragmentBatch& batch, bool keepsAlpha, TileCodes& codes) noexcept {
-  HWY_DYNAMIC_DISPATCH(encodeBatch)(table, batch, keepsAlpha, codes);
+void encodeFragments(const OutputTable& table, const FragmentBatch& batch, bool keepsAlpha,
+                     const TilePixels& out) noexcept {
+  HWY_DYNAMIC_DISPATCH(encodeBatch)(table, batch, keepsAlpha, out);
 }
 
 }  // namespace ornolith::raster

@@ -25,9 +25,15 @@ struct TileColors {
 /// 64 pixels of straight 8-bit RGBA.
 using EncodedRow = std::array<std::uint8_t, rowValues>;
 
-/// The picture of one tile as it leaves: a pixel's red is in the lowest 8 of its bits.
-struct TileCodes {
-  alignas(64) std::array<std::uint32_t, tilePixels> pixels;
+/// Where the pixels of one tile stand in an image of straight 8-bit RGBA.
+struct TilePixels {
+  std::uint8_t* first;   ///< The tile's own first pixel.
+  std::size_t rowBytes;  ///< From a row to the next.
+
+  std::uint8_t* at(std::uint16_t pixel) const noexcept {
+    return first + static_cast<std::size_t>(pixelRow(pixel)) * rowBytes +
+           static_cast<std::size_t>(pixelColumn(pixel)) * 4;
+  }
 };
 
 /// Linear light to 8-bit sRGB in one look-up: floats are cut into buckets of 2^16 in which the code rises by one at
@@ -64,6 +70,7 @@ void blendFragments(const FragmentBatch& batch, device::BlendMode mode, TileColo
 void encodePixels(const OutputTable& table, std::span<const float, rowValues> colors, EncodedRow& codes) noexcept;
 
 /// Puts the results of a batch into its pixels, with the codes that `storeFragments` and `encodePixels` give them.
-void encodeFragments(const OutputTable& table, const FragmentBatch& batch, bool keepsAlpha, TileCodes& codes) noexcept;
+void encodeFragments(const OutputTable& table, const FragmentBatch& batch, bool keepsAlpha,
+                     const TilePixels& out) noexcept;
 
 }  // namespace ornolith::raster

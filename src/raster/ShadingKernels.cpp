@@ -128,24 +128,25 @@ FloatVector3 mappedNormal(const SlotPlan& plan, const Place& place, const Fragme
   return select(hn::And(isUsable(alongSquared), isUsable(squared)), tilted * inverseRoot(squared), n);
 }
 
-/// What specular terms take of one light at one fragment.
+/// What specular terms take of one light at one fragment. The vector halfway between the ways to the light and to the
+/// camera need not be made unit: its square and that of its part along the normal tell the angle.
 struct Cosines {
-  FloatVector nl, nv, nh, vh;
+  FloatVector nl, nv;
+  FloatVector halfway;        ///< The square of the sum of both ways, each of which is unit.
+  FloatVector halfwayFacing;  ///< The square of the normal's part of that; 0 where it faces away.
 };
-
-HWY_INLINE FloatVector3 halfway(FloatVector3 view, FloatVector3 l) {
-  const FloatVector3 sum = l + view;
-  const FloatVector squared = dot(sum, sum);
-  return sum * hn::IfThenElseZero(hn::Gt(squared, all(1e-12f)), inverseRoot(squared));
-}
 
 HWY_INLINE FloatVector viewCosine(FloatVector3 normal, FloatVector3 view) {
   return larger(hn::Abs(dot(normal, view)), all(1e-4f));
 }
 
 HWY_INLINE Cosines cosines(FloatVector3 view, FloatVector3 normal, FloatVector3 l) {
-  const FloatVector3 h = halfway(view, l);
-  return {dot(normal, l), viewCosine(normal, view), saturate(dot(normal, h)), saturate(dot(view, h))};
+  constexpr float opposite = 1e-12f;
+  const FloatVector nl = dot(normal, l), nv = dot(normal, view), lv = dot(l, view);
+  const FloatVector squared = all(2.0f) + (lv + lv);
+  const FloatVector facing = positive(nl + nv);
+  const FloatVector facingSquared = hn::IfThenElseZero(hn::Gt(squared, all(opposite)), facing * facing);
+  return {nl, larger(hn::Abs(nv), all(1e-4f)), larger(squared, all(opposite)), smaller(facingSquared, squared)};
 }
 
 /// (1 - cosine)^5 of Schlick's Fresnel.
@@ -161,19 +162,14 @@ HWY_INLINE FloatVector ggxLobe(FloatVector roughness, const Cosines& c) {
       hn::IfThenElse(hn::Gt(roughness, all(smallestRoughness)), roughness, all(smallestRoughness));
   const FloatVector alpha = rough * rough;
   const FloatVector alpha2 = alpha * alpha;
-  // 1 - nh^2 (1 - alpha2), in the form that keeps its digits near the peak.
-  const FloatVector denominator = (one - c.nh * c.nh) + c.nh * c.nh * alpha2;
-  const FloatVector distribution = alpha2 / (denominator * denominator);
+  // 1 - nh^2 (1 - alpha2), in the form that keeps its digits near the peak, times the square of the halfway vector.
+  const FloatVector denominator = (c.halfway - c.halfwayFacing) + c.halfwayFacing * alpha2;
   const FloatVector nl = positive(c.nl);
-  const FloatVector visibility = all(0.5f) / (nl * hn::Sqrt(c.nv * c.nv * (one - alpha2) + alpha2) +
-                                              c.nv * hn::Sqrt(nl * nl * (one - alpha2) + alpha2));
-  return distribution * visibility * nl;
+  const FloatVector masking =
+      nl * hn::Sqrt(c.nv * c.nv * (one - alpha2) + alpha2) + c.nv * hn::Sqrt(nl * nl * (one - alpha2) + alpha2);
+  // One quotient of distribution, alpha2 / denominator^2, and visibility, 1 / (2 masking).
+  return (all(0.5f) * alpha2 * nl * (c.halfway * c.halfway)) / (denominator * denominator * masking);
 }
-
-/// Light of one fragment on its way to the camera.
-struct Light {
-  FloatVector3 diffuse, highlight;
-};
 
 /// The part of physically based shading that no light changes.
 struct PhysicalSurface {
@@ -203,21 +199,19 @@ PhysicalSurface physicalSurface(const ShadingPlan& plan, const Place& place, Flo
   return s;
 }
 
-FloatVector3 ggx(const device::DirectionalLight& light, const PhysicalSurface& s, FloatVector3 normal,
-                 FloatVector3 view) {
-  const Cosines c = cosines(view, normal, all(-light.direction));
-  const FloatVector edge = grazing(c.vh);
+HWY_INLINE FloatVector3 ggx(const device::DirectionalLight& light, const PhysicalSurface& s, const Cosines& c) {
+  // The halfway vector makes the same angle with both ways.
+  const FloatVector edge = grazing(all(0.5f) * hn::Sqrt(c.halfway));
   const FloatVector lobe = ggxLobe(s.roughness, c);
   const FloatVector3 reflected{s.f0.x + (s.f90 - s.f0.x) * edge, s.f0.y + (s.f90 - s.f0.y) * edge,
                                s.f0.z + (s.f90 - s.f0.z) * edge};
-  return FloatVector3{all(light.color.x) * lobe, all(light.color.y) * lobe, all(light.color.z) * lobe} * reflected;
+  return all(light.color) * lobe * reflected;
 }
 
-FloatVector3 blinn(const device::DirectionalLight& light, FloatVector exponent, FloatVector3 specular,
-                   FloatVector3 normal, FloatVector3 view) {
-  const Cosines c = cosines(view, normal, all(-light.direction));
-  const FloatVector lobe = hn::IfThenElseZero(hn::Gt(c.nl, hn::Zero(Floats())), fastPow(c.nh, exponent));
-  return FloatVector3{all(light.color.x) * lobe, all(light.color.y) * lobe, all(light.color.z) * lobe} * specular;
+HWY_INLINE FloatVector3 blinn(const device::DirectionalLight& light, FloatVector exponent, FloatVector3 specular,
+                              const Cosines& c) {
+  const FloatVector power = fastPow(c.halfwayFacing / c.halfway, all(0.5f) * exponent);
+  return all(light.color) * hn::IfThenElseZero(hn::Gt(c.nl, hn::Zero(Floats())), power) * specular;
 }
 
 HWY_INLINE FloatVector3 diffuseLight(const LightRig& lights, FloatVector3 normal) {
@@ -231,7 +225,7 @@ HWY_INLINE FloatVector3 diffuseLight(const LightRig& lights, FloatVector3 normal
 }
 
 /// The share of ambient light that arrives: 1 brought toward the property's value by its intensity.
-FloatVector occlusion(const SlotPlan& plan, const Place& place) {
+HWY_INLINE FloatVector occlusion(const SlotPlan& plan, const Place& place) {
   return saturate(all(1.0f) + (plainScalar(plan, place) - all(1.0f)) * all(plan.slot->intensity));
 }
 
@@ -239,13 +233,14 @@ FloatVector occlusion(const SlotPlan& plan, const Place& place) {
 FloatVector3 physicalLight(const ShadingPlan& plan, const LightRig& lights, const Place& place, FloatVector3 base,
                            FloatVector3 normal, FloatVector3 coatNormal, FloatVector3 view, FloatVector3 emitted) {
   const PhysicalSurface s = physicalSurface(plan, place, base, coatNormal, view);
-  FloatVector3 highlight = all(simd_float3{});
+  FloatVector3 diffuse = all(simd_float3{}), highlight = diffuse;
   for (const device::DirectionalLight& light : lights.directional) {
-    highlight = highlight + ggx(light, s, normal, view);
+    const Cosines c = cosines(view, normal, all(-light.direction));
+    diffuse = diffuse + all(light.color) * positive(c.nl);
+    highlight = highlight + ggx(light, s, c);
   }
   const FloatVector3 even = all(lights.ambient) * occlusion(plan.ambientOcclusion, place);
-  const FloatVector3 surface =
-      base * (diffuseLight(lights, normal) * (all(1.0f) - s.metalness) + even) + highlight + emitted;
+  const FloatVector3 surface = base * (diffuse * (all(1.0f) - s.metalness) + even) + highlight + emitted;
   if (!plan.hasClearCoat) return surface;
   FloatVector3 mirrored = even;
   for (const device::DirectionalLight& light : lights.directional) {
@@ -255,24 +250,7 @@ FloatVector3 physicalLight(const ShadingPlan& plan, const LightRig& lights, cons
   return surface * (all(1.0f) - s.coat) + mirrored * s.coat;
 }
 
-FloatVector3 plainLight(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, const Place& place,
-                        const FragmentBatch& batch, FloatVector3 base, FloatVector3 normal, FloatVector3 emitted) {
-  const FloatVector3 even = all(lights.ambient) * occlusion(plan.ambientOcclusion, place);
-  const FloatVector3 surface = base * (diffuseLight(lights, normal) + even);
-  if (!plan.hasSpecular) return surface + emitted;
-  const FloatVector3 view = unit(viewRay(rays, batch, place.i));
-  const FloatVector3 specular = color(plan.specular, place);
-  const float scaled = plan.material->shininess * blinnExponentScale;
-  const FloatVector exponent = all(scaled > 1.0f ? std::min(scaled, 1024.0f) : 1.0f);
-  FloatVector3 highlight = all(simd_float3{});
-  for (const device::DirectionalLight& light : lights.directional) {
-    highlight = highlight + blinn(light, exponent, specular, normal, view);
-  }
-  return surface + highlight + emitted;
-}
-
-FloatVector3 shadedColor(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, const Place& place,
-                         const FragmentBatch& batch) {
+FloatVector3 shadedColor(const ShadingPlan& plan, const LightRig& lights, const Place& place, FragmentBatch& batch) {
   FloatVector3 base = color(plan.diffuse, place);
   if (plan.hasVertexColor) {
     base =
@@ -281,23 +259,67 @@ FloatVector3 shadedColor(const ShadingPlan& plan, const LightRig& lights, const 
   const FloatVector3 emitted = plan.hasEmission ? color(plan.emission, place) : all(simd_float3{});
   if (!plan.isLit) return base + emitted;
   const FloatVector face = faceOf(batch, place.i);
-  const FloatVector3 smooth = surfaceNormal(rays, batch, place.i);
+  const FloatVector3 smooth = load(batch.normal, place.i);
   const FloatVector3 normal = (plan.hasNormalMap ? mappedNormal(plan.normal, place, batch, smooth) : smooth) * face;
-  if (!plan.isPhysical) return plainLight(plan, lights, rays, place, batch, base, normal, emitted);
-  const FloatVector3 view = unit(viewRay(rays, batch, place.i));
+  if (!plan.isPhysical) {
+    if (plan.hasNormalMap || batch.hasBackFaces) store(normal, batch.normal, place.i);
+    return base * (diffuseLight(lights, normal) + all(lights.ambient) * occlusion(plan.ambientOcclusion, place)) +
+           emitted;
+  }
+  const FloatVector3 view = load(batch.view, place.i);
   return physicalLight(plan, lights, place, base, normal, smooth * face, view, emitted);
+}
+
+HWY_INLINE void storeColor(FloatVector3 color, FragmentBatch& batch, std::size_t i) {
+  store(color.x, batch.result.x, i);
+  store(color.y, batch.result.y, i);
+  store(color.z, batch.result.z, i);
+}
+
+/// Makes the normals and the ways to the camera unit. Roots and quotients take the processor long, and next to nothing
+/// where the ones of several vectors do not wait for each other.
+void makeDirections(const ShadingPlan& plan, const ViewRays& rays, FragmentBatch& batch) {
+  for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
+    store(surfaceNormal(rays, batch, i), batch.normal, i);
+  }
+  if (!plan.isPhysical && !plan.hasSpecular) return;
+  for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
+    store(unit(viewRay(rays, batch, i)), batch.view, i);
+  }
+}
+
+/// Blinn's highlights, on top of the result. Angles first, powers then: one after the other for each vector, most of
+/// the time would be spent waiting.
+void addHighlights(const ShadingPlan& plan, const LightRig& lights, std::span<const Lane4> samples,
+                   FragmentBatch& batch) {
+  const float scaled = plan.material->shininess * blinnExponentScale;
+  // Of the square of the cosine.
+  const FloatVector exponent = all(0.5f * (scaled > 1.0f ? std::min(scaled, 1024.0f) : 1.0f));
+  alignas(64) Lane squaredCosine;
+  for (const device::DirectionalLight& light : lights.directional) {
+    for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
+      const Cosines c = cosines(load(batch.view, i), load(batch.normal, i), all(-light.direction));
+      store(hn::IfThenElseZero(hn::Gt(c.nl, all(0.0f)), c.halfwayFacing / c.halfway), squaredCosine, i);
+    }
+    for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
+      const FloatVector3 specular = color(plan.specular, {samples, i});
+      const FloatVector power = fastPow(load(squaredCosine, i), exponent);
+      const Lane4& below = batch.result;
+      const FloatVector3 surface{load(below.x, i), load(below.y, i), load(below.z, i)};
+      storeColor(surface + all(light.color) * power * specular, batch, i);
+    }
+  }
 }
 
 void lightFragments(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays,
                     std::span<const Lane4> samples, FragmentBatch& batch) {
+  if (plan.isLit) makeDirections(plan, rays, batch);
   for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
     const Place place{samples, i};
-    const FloatVector3 result = shadedColor(plan, lights, rays, place, batch);
-    store(result.x, batch.result.x, i);
-    store(result.y, batch.result.y, i);
-    store(result.z, batch.result.z, i);
+    storeColor(shadedColor(plan, lights, place, batch), batch, i);
     store(opacity(plan, plan.diffuse, plan.transparent, batch, place), batch.result.w, i);
   }
+  if (plan.hasSpecular) addHighlights(plan, lights, samples, batch);
 }
 
 void weighFragments(const ShadingPlan& plan, const SlotPlan& diffuse, const SlotPlan& transparent,

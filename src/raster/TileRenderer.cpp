@@ -2,29 +2,44 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 
 #include "raster/PixelMath.h"
 
 namespace ornolith::raster {
+
+namespace {
+
+TilePixels pixelsOf(const TileBounds& bounds, Image& image) noexcept {
+  const std::size_t rowBytes = image.rowBytes();
+  return {image.pixels.data() + static_cast<std::size_t>(bounds.y) * rowBytes + static_cast<std::size_t>(bounds.x) * 4,
+          rowBytes};
+}
+
+}  // namespace
 
 void TileRenderer::render(const TileInputs& inputs, std::size_t tile, Image& image) {
   bool isTouched = false;
   for (const PrimitiveChunk& chunk : inputs.chunks) {
     const std::span<const std::uint32_t> entries = chunk.recordsOf(tile, binScratch_);
     if (entries.empty()) continue;
-    if (!isTouched) begin(inputs, tile);
+    if (!isTouched) begin(inputs, tile, image);
     isTouched = true;
     draw(chunk.records(), entries);
   }
-  if (!isTouched) return fillWithBackground(inputs, tile, image);
+  if (!isTouched) {
+    const TileBounds bounds = inputs.grid.bounds(tile);
+    return fillWithBackground(pixelsOf(bounds, image), bounds, inputs.backgroundCode);
+  }
   if (!isBlending_) shadeOpaque();
   flushBatch();
-  resolve(image);
+  if (hasBlending_) encodeColors();
 }
 
-void TileRenderer::begin(const TileInputs& inputs, std::size_t tile) {
+void TileRenderer::begin(const TileInputs& inputs, std::size_t tile, Image& image) {
   inputs_ = &inputs;
   bounds_ = inputs.grid.bounds(tile);
+  pixels_ = pixelsOf(bounds_, image);
   const device::FrameDescription& description = *inputs.frame.description;
   rays_ =
       inputs.projection.viewRays(bounds_.x + 0.5 - description.width * 0.5, bounds_.y + 0.5 - description.height * 0.5);
@@ -34,11 +49,7 @@ void TileRenderer::begin(const TileInputs& inputs, std::size_t tile) {
   isBlending_ = false;
   hasBlending_ = blendsIn(inputs, tile);
   visibility_.clear(inputs.projection.farthestDepth());
-  if (hasBlending_) {
-    colors_.clear(inputs.background);
-  } else {
-    codes_.pixels.fill(inputs.backgroundCode);
-  }
+  if (hasBlending_) colors_.clear(inputs.background);
 }
 
 bool TileRenderer::blendsIn(const TileInputs& inputs, std::size_t tile) {
@@ -108,6 +119,10 @@ void TileRenderer::drawOpaque(const PrimitiveRecord& record, const PreparedItem&
 void TileRenderer::shadeOpaque() {
   const std::span<PixelRun> found = std::span(runs_).first(findRuns(visibility_, bounds_, runs_));
   planGroups(found);
+  const auto covered = std::accumulate(pixelCounts_.begin(), pixelCounts_.end(), std::uint32_t{0});
+  if (!hasBlending_ && covered < static_cast<std::uint32_t>(bounds_.width * bounds_.height)) {
+    fillWithBackground(pixels_, bounds_, inputs_->backgroundCode);
+  }
   const std::span<PixelRun> runs = sortByWay(found);
   std::uint32_t begin = 0;
   for (std::size_t way = 0; way < wayEnds_.size(); ++way) {
@@ -245,39 +260,29 @@ void TileRenderer::flushBatch() {
   } else if (hasBlending_) {
     storeFragments(batch_, keepsAlpha, colors_);
   } else {
-    encodeFragments(inputs_->output, batch_, keepsAlpha, codes_);
+    encodeFragments(inputs_->output, batch_, keepsAlpha, pixels_);
   }
   batch_.count = 0;
 }
 
-namespace {
-
-void writeRow(const void* pixels, const TileBounds& bounds, std::int32_t y, Image& image) noexcept {
-  std::memcpy(image.pixels.data() + static_cast<std::size_t>(bounds.y + y) * image.rowBytes() +
-                  static_cast<std::size_t>(bounds.x) * 4,
-              pixels, static_cast<std::size_t>(bounds.width) * 4);
-}
-
-}  // namespace
-
-void TileRenderer::resolve(Image& image) const {
+void TileRenderer::encodeColors() const {
   for (std::int32_t y = 0; y < bounds_.height; ++y) {
-    if (hasBlending_) {
-      EncodedRow row;
-      encodePixels(inputs_->output,
-                   std::span(colors_.values).subspan(static_cast<std::size_t>(y) * rowValues).first<rowValues>(), row);
-      writeRow(row.data(), bounds_, y, image);
-    } else {
-      writeRow(codes_.pixels.data() + pixelIndex(0, y), bounds_, y, image);
-    }
+    EncodedRow row;
+    encodePixels(inputs_->output,
+                 std::span(colors_.values).subspan(static_cast<std::size_t>(y) * rowValues).first<rowValues>(), row);
+    std::memcpy(pixels_.first + static_cast<std::size_t>(y) * pixels_.rowBytes, row.data(),
+                static_cast<std::size_t>(bounds_.width) * 4);
   }
 }
 
-void TileRenderer::fillWithBackground(const TileInputs& inputs, std::size_t tile, Image& image) {
-  const TileBounds bounds = inputs.grid.bounds(tile);
+void TileRenderer::fillWithBackground(const TilePixels& pixels, const TileBounds& bounds, std::uint32_t code) {
+  if (code == 0) return;  // Images begin like that.
   std::array<std::uint32_t, tileSide> row;
-  row.fill(inputs.backgroundCode);
-  for (std::int32_t y = 0; y < bounds.height; ++y) writeRow(row.data(), bounds, y, image);
+  row.fill(code);
+  for (std::int32_t y = 0; y < bounds.height; ++y) {
+    std::memcpy(pixels.first + static_cast<std::size_t>(y) * pixels.rowBytes, row.data(),
+                static_cast<std::size_t>(bounds.width) * 4);
+  }
 }
 
 }  // namespace ornolith::raster

@@ -25,7 +25,7 @@ struct TileInputs {
   const LightRig& lights;
   const OutputTable& output;
   std::array<float, 4> background;  ///< As a pixel of `TileColors`.
-  std::uint32_t backgroundCode;     ///< As a pixel of `TileCodes`.
+  std::uint32_t backgroundCode;     ///< As the four bytes of a pixel.
 };
 
 /// Draws one tile after another; its memory is kept. Per tile: the opaque primitives into a visibility buffer, then the
@@ -42,7 +42,7 @@ class TileRenderer {
     std::uint32_t begin, end;  ///< Among `records_`.
   };
 
-  void begin(const TileInputs& inputs, std::size_t tile);
+  void begin(const TileInputs& inputs, std::size_t tile, Image& image);
   /// Whether any blended primitive may touch the tile.
   bool blendsIn(const TileInputs& inputs, std::size_t tile);
   void draw(const PrimitiveRecord* records, std::span<const std::uint32_t> entries);
@@ -59,8 +59,8 @@ class TileRenderer {
   void dropTransparent(const PrimitiveRecord& record, const PreparedItem& item);
   void appendToBatch(const PrimitiveRecord& record, std::span<const std::uint16_t> pixels);
   void flushBatch();
-  void resolve(Image& image) const;
-  static void fillWithBackground(const TileInputs& inputs, std::size_t tile, Image& image);
+  void encodeColors() const;
+  static void fillWithBackground(const TilePixels& pixels, const TileBounds& bounds, std::uint32_t code);
 
   const TileInputs* inputs_ = nullptr;
   TileBounds bounds_{};
@@ -83,9 +83,9 @@ class TileRenderer {
   ShadingScratch scratch_;
   std::uint32_t batchItem_ = 0;
   bool isBlending_ = false;
-  bool hasBlending_ = false;
-  TileColors colors_;  ///< Where something is blended.
-  TileCodes codes_;    ///< Elsewhere: what is opaque is encoded at once.
+  bool hasBlending_ = false;  ///< Something is blended over the tile's opaque pixels.
+  TileColors colors_;         ///< Where something is blended.
+  TilePixels pixels_{};       ///< Elsewhere: what is opaque is encoded at once.
 };
 
 }  // namespace ornolith::raster

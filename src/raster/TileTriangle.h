@@ -31,14 +31,16 @@ struct TileTriangle {
       top = bottom + 1;
       return;
     }
+    const bool mayMiss = record.form != TriangleForm::placed;
+    const std::int32_t originX = tile.x * subpixelOne, originY = tile.y * subpixelOne;
     for (int k = 0; k < 3; ++k) {
       const int next = k == 2 ? 0 : k + 1;
-      const EdgeFunction function(x[k], y[k], x[next], y[next]);
-      if (function.excludes(tile.x + left, tile.y + top, right - left + 1, bottom - top + 1)) {
+      const EdgeFunction function(x[k] - originX, y[k] - originY, x[next] - originX, y[next] - originY);
+      if (mayMiss && function.excludes(left, top, right - left + 1, bottom - top + 1)) {
         top = bottom + 1;
         return;
       }
-      edge[k] = function.limitedAt(tile.x, tile.y);
+      edge[k] = function.limitedAtOrigin();
       stepX[k] = function.stepX;
       stepY[k] = function.stepY;
     }

@@ -1,5 +1,6 @@
 #include "raster/TriangleCoverage.h"
 
+#include "raster/PixelMath.h"
 #include "raster/TileTriangle.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -34,8 +35,6 @@ HWY_INLINE void findSpans(const TileTriangle& triangle, RowSpans& spans) {
   const auto set = [](std::int32_t value) { return hn::Set(IntegersOf<WideFloats>(), value); };
   // Sides that run along the rows are crossed infinitely far away.
   constexpr float farAway = 1e30f;
-  // A float of that size has whole numbers in its lowest bits.
-  constexpr float wholeBits = 0x1.8p23f;
   const auto wholeBitsAsInteger = hn::BitCast(integers, hn::Set(floats, wholeBits));
   const auto beforeTile = hn::Set(floats, -1.0f), behindTile = hn::Set(floats, static_cast<float>(tileSide + 1));
   const auto lanes = static_cast<std::int32_t>(hn::Lanes(floats));
@@ -51,11 +50,10 @@ HWY_INLINE void findSpans(const TileTriangle& triangle, RowSpans& spans) {
       const auto nearest =
           hn::Sub(hn::BitCast(integers, hn::Add(limited, hn::Set(floats, wholeBits))), wholeBitsAsInteger);
       const auto isOutside = hn::BroadcastSignBit(hn::Add(edge, hn::Mul(nearest, set(step))));
-      if (step >= 0) {
-        first = hn::Max(first, hn::Sub(nearest, isOutside));
-      } else {
-        last = hn::Min(last, hn::Add(nearest, isOutside));
-      }
+      // Which way a side faces is hard to foresee: both bounds are computed, and one of them changes nothing.
+      const auto isLast = hn::Gt(hn::Zero(integers), set(step));
+      first = hn::IfThenElse(isLast, first, hn::Max(first, hn::Sub(nearest, isOutside)));
+      last = hn::IfThenElse(isLast, hn::Min(last, hn::Add(nearest, isOutside)), last);
     }
     hn::Store(first, integers, spans.first + row);
     hn::Store(last, integers, spans.last + row);
@@ -64,9 +62,10 @@ HWY_INLINE void findSpans(const TileTriangle& triangle, RowSpans& spans) {
 
 /// Calls `visit(first pixel, mask of lanes, depths)` for vectors of pixels that hold all pixels that the triangle
 /// covers.
-template <bool isNarrow, typename Floats, typename Visit>
-HWY_INLINE void visitRows(Floats floats, const TileTriangle& triangle, const RowSpans& spans, const Visit& visit) {
-  constexpr IntegersOf<Floats> integers;
+template <typename Visit>
+HWY_INLINE void visitRows(const TileTriangle& triangle, const RowSpans& spans, const Visit& visit) {
+  constexpr WideFloats floats;
+  constexpr IntegersOf<WideFloats> integers;
   const auto lanes = static_cast<std::int32_t>(hn::Lanes(floats));
   const auto iota = hn::Iota(integers, 0);
   const auto depthX = hn::Set(floats, triangle.depthX);
@@ -74,15 +73,10 @@ HWY_INLINE void visitRows(Floats floats, const TileTriangle& triangle, const Row
     std::int32_t x = spans.first[y - triangle.top];
     const std::int32_t last = spans.last[y - triangle.top];
     const auto rowDepth = hn::Set(floats, triangle.depth + triangle.depthY * static_cast<float>(y));
-    const auto visitAt = [&] {
+    for (; x <= last; x += lanes) {
       const auto column = hn::ConvertTo(floats, hn::Add(iota, hn::Set(integers, x)));
       visit(pixelIndex(x, y), hn::FirstN(floats, static_cast<std::size_t>(last - x + 1)),
             hn::Add(rowDepth, hn::Mul(depthX, column)));
-    };
-    if (x > last) continue;
-    visitAt();
-    if constexpr (!isNarrow) {
-      for (x += lanes; x <= last; x += lanes) visitAt();
     }
   }
 }
@@ -92,16 +86,7 @@ HWY_INLINE void visitCorners(const TileTriangle& triangle, const Visit& visit) {
   if (triangle.top > triangle.bottom) return;
   RowSpans spans;
   findSpans(triangle, spans);
-  constexpr NarrowFloats narrow;
-  constexpr WideFloats wide;
-  const std::int32_t width = triangle.right - triangle.left;
-  if (width < static_cast<std::int32_t>(hn::Lanes(narrow))) {
-    visitRows<true>(narrow, triangle, spans, visit);
-  } else if (width < static_cast<std::int32_t>(hn::Lanes(wide))) {
-    visitRows<true>(wide, triangle, spans, visit);
-  } else {
-    visitRows<false>(wide, triangle, spans, visit);
-  }
+  visitRows(triangle, spans, visit);
 }
 
 /// The same for a record of the form `mask`.
