@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "loaders/SceneLoadError.h"
@@ -42,13 +39,10 @@ TEST(SceneLoaders, AnOBJFileIsReadWhateverTheCaseOfItsExtension) {
 }
 
 TEST(SceneLoaders, AMeshFileWithoutGeometryIsRefusedByItsName) {
-  std::string folder = "/tmp/ornolith-loaders-XXXXXX";
-  ASSERT_NE(mkdtemp(folder.data()), nullptr);
-  const FileURL url(folder + "/leer.ply");
-  std::ofstream(url.path()) << "ply\nformat ascii 1.0\nend_header\n";
+  const testsupport::TemporaryFolder folder;
+  const FileURL url(folder.makeFile("leer.ply", "ply\nformat ascii 1.0\nend_header\n"));
   EXPECT_EQ(failureOf([&] { loadModelIOScene(url, ModelFormat::ply); }),
             "leer.ply wurde gelesen, enthält aber keine darstellbare 3D-Geometrie.");
-  std::filesystem::remove_all(folder);
 }
 
 TEST(SceneLoaders, TheMeshReaderRefusesAFormatThatIsNotItsOwn) {

@@ -169,7 +169,7 @@ std::shared_ptr<const Image> imageOf(const SCNMaterialProperty& property) {
 
 TEST(FbxTextures, EverySlotTakesItsTexture) {
   const TemporaryFolder folder;
-  folder.write("a.png", "x");
+  folder.makeFile("a.png", "x");
   OneMaterial model(numberProperty("EmissiveFactor", 1) + colorProperty("EmissiveColor", 1, 1, 1));
   for (const char* property : {"DiffuseColor", "NormalMap", "EmissiveColor", "SpecularColor"}) {
     model.addTexture(property, "RelativeFilename: \"a.png\"\n");
@@ -189,7 +189,7 @@ TEST(FbxTextures, EverySlotTakesItsTexture) {
 
 TEST(FbxTextures, BumpStandsInForANormalMap) {
   const TemporaryFolder folder;
-  folder.write("a.png", "x");
+  folder.makeFile("a.png", "x");
   OneMaterial model("");
   model.addTexture("Bump", "RelativeFilename: \"a.png\"\n");
   EXPECT_EQ(pathOf(firstMaterialOf(load(model.script, folder)).normal), folder.path() + "/a.png");
@@ -197,7 +197,7 @@ TEST(FbxTextures, BumpStandsInForANormalMap) {
 
 TEST(FbxTextures, WrappingIsRepeatUnlessTheFileSaysClamp) {
   const TemporaryFolder folder;
-  folder.write("a.png", "x");
+  folder.makeFile("a.png", "x");
   OneMaterial model("");
   model.addTexture("DiffuseColor", "RelativeFilename: \"a.png\"\n", "P: \"WrapModeV\", \"enum\", \"\", \"\",1\n");
   const auto result = load(model.script, folder);
@@ -207,7 +207,7 @@ TEST(FbxTextures, WrappingIsRepeatUnlessTheFileSaysClamp) {
 
 int channelFor(std::string_view set) {
   const TemporaryFolder folder;
-  folder.write("a.png", "x");
+  folder.makeFile("a.png", "x");
   FbxMesh mesh = FbxMesh::triangle();
   mesh.uvSets = {{0, 0, 1, 0, 0, 1}, {0, 0, 1, 0, 0, 1}};
   OneMaterial model("", mesh);
@@ -227,7 +227,7 @@ TEST(FbxTextures, TheChannelIsThatOfTheNamedSet) {
 
 TEST(FbxTextures, TheTransformIsThatFromCoordinatesToTexture) {
   const TemporaryFolder folder;
-  folder.write("a.png", "x");
+  folder.makeFile("a.png", "x");
   OneMaterial model("");
   model.addTexture("DiffuseColor", "RelativeFilename: \"a.png\"\n",
                    "P: \"Translation\", \"Vector\", \"\", \"A\",0.5,0.25,0\n"
@@ -279,7 +279,7 @@ FbxScript damagedEmbedding(std::string_view file) {
 
 TEST(FbxTextures, AFileStandsInForAnEmbeddedImageThatDoesNotDecode) {
   const TemporaryFolder folder;
-  folder.write("a.png", "x");
+  folder.makeFile("a.png", "x");
   const auto result = load(damagedEmbedding("a.png"), folder);
   EXPECT_EQ(pathOf(firstMaterialOf(result).diffuse), folder.path() + "/a.png");
   EXPECT_THAT(result.diagnostics, IsEmpty());
@@ -315,7 +315,7 @@ TEST(FbxTextures, NamelessMaterialsAndTexturesAreCalledSo) {
 
 TEST(FbxTextures, ALayeredTextureIsShownByItsFileWithAMessage) {
   const TemporaryFolder folder;
-  folder.write("a.png", "x");
+  folder.makeFile("a.png", "x");
   OneMaterial model("");
   const auto layered = model.script.object("LayeredTexture", "Layers", "",
                                            "LayeredTexture: 101\nBlendModes: *1 {\na: 0\n}\nAlphas: *1 {\na: 1\n}\n");
@@ -330,7 +330,7 @@ TEST(FbxTextures, ALayeredTextureIsShownByItsFileWithAMessage) {
 
 TEST(FbxTextures, ATextureOfAnotherSlotStandsInForTheBaseColor) {
   const TemporaryFolder folder;
-  folder.write("a.png", "x");
+  folder.makeFile("a.png", "x");
   OneMaterial model("");
   model.addTexture("SpecularColor", "RelativeFilename: \"a.png\"\n");
   EXPECT_EQ(pathOf(firstMaterialOf(load(model.script, folder)).diffuse), folder.path() + "/a.png");

@@ -32,7 +32,7 @@ struct Places {
       std::filesystem::create_directories(all.path() + "/" + name);
     }
   }
-  std::string put(std::string_view name) const { return all.write(name, "x"); }
+  std::string put(std::string_view name) const { return all.makeFile(name, "x"); }
   std::optional<std::string> resolve(const std::string& filename, const std::string& relative = "",
                                      const std::string& absolute = "") const {
     ufbx_texture texture{};
@@ -123,7 +123,7 @@ TEST(FbxTexturePaths, AFileThatClimbsOutIsNotFollowedEndToEnd) {
        {"../../elsewhere/secret.png", "..\\\\..\\\\elsewhere\\\\secret.png", "x/../../../elsewhere/secret.png"}) {
     OneMaterial model("");
     model.addTexture("DiffuseColor", "RelativeFilename: \"" + name + "\"\n");
-    places.all.write("root/model/model.fbx", model.script.text());
+    places.all.makeFile("root/model/model.fbx", model.script.text());
     const auto result = FbxFallbackSceneLoader::loadSceneAtURL(places.model, {places.assets});
     EXPECT_EQ(result.diagnostics.size(), 1u) << name;
     EXPECT_TRUE(result.usedMaterialFallback);
@@ -212,11 +212,11 @@ TEST(FbxFileAccess, FollowsNoLinkOutOfTheFolderAndWaitsOnNoPipe) {
 
 TEST(FbxFileAccess, MaterialLibrariesOfOtherFormatsStayInside) {
   const Places places;
-  places.all.write("elsewhere/secret.mtl", "newmtl Paint\nKd 1 0 0\n");
-  places.all.write("root/model/own.mtl", "newmtl Paint\nKd 0 1 0\n");
+  places.all.makeFile("elsewhere/secret.mtl", "newmtl Paint\nKd 1 0 0\n");
+  places.all.makeFile("root/model/own.mtl", "newmtl Paint\nKd 0 1 0\n");
   const auto diffuse = [&places](const std::string& library) {
-    places.all.write("root/model/model.fbx",
-                     "mtllib " + library + "\no Part\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl Paint\nf 1 2 3\n");
+    places.all.makeFile("root/model/model.fbx",
+                        "mtllib " + library + "\no Part\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl Paint\nf 1 2 3\n");
     const auto result = FbxFallbackSceneLoader::loadSceneAtURL(places.model, {});
     const auto* color = std::get_if<NSColor>(&firstMaterialOf(result).diffuse.contents);
     return color != nullptr ? *color : NSColor{};
@@ -239,7 +239,7 @@ TEST(FbxErrors, OtherContentIsRefusedInTheWordsOfTheLibrary) {
   const TemporaryFolder folder;
   for (const std::string_view contents : {"", "plain text", "\x89PNG\r\n\x1a\n", "Kaydara FBX Binary  "}) {
     try {
-      FbxFallbackSceneLoader::loadSceneAtURL(FileURL(folder.write("model.fbx", contents)), {});
+      FbxFallbackSceneLoader::loadSceneAtURL(FileURL(folder.makeFile("model.fbx", contents)), {});
       FAIL() << "loaded " << contents;
     } catch (const FbxLoadError& error) {
       if (error.code() == 1) {

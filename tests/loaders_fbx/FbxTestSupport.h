@@ -3,13 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,47 +14,24 @@
 #include "loaders/fbx/FbxFallbackSceneLoader.h"
 #include "loaders_fbx/FbxScript.h"
 #include "scenegraph/NodeMetadata.h"
+#include "support/GeometryValues.h"
+#include "support/TemporaryFolder.h"
 
 namespace ornolith::test {
 
-/// A fresh folder under /tmp, removed with the object.
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    std::string name = "/tmp/ornolith-fbx-XXXXXX";
-    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-    path_ = name;
-  }
-  ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  const std::string& path() const { return path_; }
-  FileURL url() const { return FileURL(path_, true); }
-  std::string write(std::string_view name, std::string_view contents) const {
-    const std::string path = path_ + "/" + std::string(name);
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream(path, std::ios::binary) << contents;
-    return path;
-  }
-
- private:
-  std::string path_;
-};
+using testsupport::componentsOf;
+using testsupport::contentsOf;
+using testsupport::indicesOf;
+using testsupport::TemporaryFolder;
 
 inline std::span<const std::byte> bytesOf(std::string_view text) {
   return std::as_bytes(std::span(text.data(), text.size()));
 }
 
-inline std::string contentsOf(const std::filesystem::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 /// Loads `script` as the file "model.fbx" of `folder`.
 inline FbxFallbackLoadResult load(const FbxScript& script, const TemporaryFolder& folder,
                                   const std::vector<FileURL>& assetDirectories = {}) {
-  return FbxFallbackSceneLoader::loadSceneAtURL(FileURL(folder.write("model.fbx", script.text())), assetDirectories);
+  return FbxFallbackSceneLoader::loadSceneAtURL(FileURL(folder.makeFile("model.fbx", script.text())), assetDirectories);
 }
 inline FbxFallbackLoadResult load(const FbxScript& script) {
   const TemporaryFolder folder;
@@ -75,22 +48,6 @@ inline SCNNode::Pointer childNamed(const SCNNode::Pointer& parent, std::string_v
     if (child->hasName(name)) return child;
   }
   return nullptr;
-}
-
-inline std::vector<double> componentsOf(const SCNGeometrySource& source) {
-  std::vector<double> values;
-  for (std::size_t vector = 0; vector < source.vectorCount(); ++vector) {
-    for (std::size_t component = 0; component < source.componentsPerVector(); ++component) {
-      values.push_back(source.component(vector, component));
-    }
-  }
-  return values;
-}
-
-inline std::vector<std::uint32_t> indicesOf(const SCNGeometryElement& element) {
-  std::vector<std::uint32_t> values;
-  for (std::size_t position = 0; position < element.indexCount(); ++position) values.push_back(element.index(position));
-  return values;
 }
 
 /// A PNG of one colour, 2 by 2 pixels.

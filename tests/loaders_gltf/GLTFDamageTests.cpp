@@ -1,16 +1,18 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <random>
 #include <string>
 
 #include "GLTFFile.h"
+#include "support/Damage.h"
 #include "support/TestModels.h"
 
 namespace ornolith {
 namespace {
 
 using namespace gltf_files;
+using testsupport::cutEverywhere;
+using testsupport::patchAtRandom;
 
 /// A small file with something of everything: interleaved, sparse and quantised attributes, a strip, a skin, a morph,
 /// instances, a camera.
@@ -40,30 +42,22 @@ TEST(GLTFDamage, IsSurvivedAtEveryByteWhereTheFileIsCut) {
   const std::string glb = richFile().glb();
   const std::string gltf = richFile().gltf();
   EXPECT_EQ(refusalOf(glb), "");
-  for (std::size_t size = 0; size < glb.size(); ++size) EXPECT_NE(refusalOf(glb.substr(0, size)), "") << size;
-  for (std::size_t size = 0; size < gltf.size(); ++size) {
-    EXPECT_NE(refusalOf(gltf.substr(0, size), ModelFormat::gltf), "") << size;
-  }
+  cutEverywhere(glb, [](const std::string& cut) { EXPECT_NE(refusalOf(cut), "") << cut.size(); });
+  cutEverywhere(gltf, [](const std::string& cut) { EXPECT_NE(refusalOf(cut, ModelFormat::gltf), "") << cut.size(); });
 }
 
 TEST(GLTFDamage, IsSurvivedAtEveryByteWhereTheBinaryChunkIsCut) {
   const File file = richFile();
-  const std::string binary = file.binary();
-  for (std::size_t size = 0; size < binary.size(); ++size) {
-    const std::string bytes = container(chunk(jsonType, file.json()) + chunk(binaryType, binary.substr(0, size)));
-    EXPECT_NE(refusalOf(bytes), "") << size;
-  }
+  cutEverywhere(file.binary(), [&](const std::string& cut) {
+    EXPECT_NE(refusalOf(container(chunk(jsonType, file.json()) + chunk(binaryType, cut))), "") << cut.size();
+  });
 }
 
 TEST(GLTFDamage, OfAnyBytesEndsInASoundSceneOrARefusal) {
-  const std::string glb = richFile().glb();
-  std::mt19937 random(11);
   std::size_t refused = 0;
-  for (int round = 0; round < 6000; ++round) {
-    std::string patched = glb;
-    for (int patch = 0; patch < 3; ++patch) patched[random() % patched.size()] = static_cast<char>(random());
+  patchAtRandom(richFile().glb(), 6000, 11, [&](const std::string& patched) {
     if (!refusalOf(patched).empty()) ++refused;
-  }
+  });
   EXPECT_GT(refused, 1000U);
 }
 

@@ -16,6 +16,7 @@
 #include "loaders/gltf/GLTFReadError.h"
 #include "loaders/gltf/GLTFSceneLoader.h"
 #include "scenegraph/SceneCheck.h"
+#include "support/GeometryValues.h"
 
 namespace ornolith::gltf_files {
 
@@ -171,23 +172,13 @@ inline std::string refusalOf(const File& file) {
 inline std::vector<double> valuesOf(const SCNGeometry& geometry, SCNGeometrySourceSemantic semantic,
                                     std::size_t channel = 0) {
   const auto sources = geometry.geometrySourcesForSemantic(semantic);
-  std::vector<double> values;
-  if (channel >= sources.size()) return values;
-  const SCNGeometrySource& source = *sources[channel];
-  for (std::size_t i = 0; i < source.vectorCount(); ++i) {
-    for (std::size_t c = 0; c < source.componentsPerVector(); ++c) values.push_back(source.component(i, c));
-  }
-  return values;
+  return channel < sources.size() ? testsupport::componentsOf(*sources[channel]) : std::vector<double>();
 }
 inline std::vector<double> positionsOf(const SCNGeometry& geometry) {
   return valuesOf(geometry, SCNGeometrySourceSemantic::vertex);
 }
 
-inline std::vector<std::uint32_t> indicesOf(const SCNGeometryElement& element) {
-  std::vector<std::uint32_t> indices;
-  for (std::size_t i = 0; i < element.indexCount(); ++i) indices.push_back(element.index(i));
-  return indices;
-}
+using testsupport::indicesOf;
 
 /// The first node of a scene with a geometry.
 inline SCNNode::Pointer drawnNode(const SCNNode::Pointer& root) {

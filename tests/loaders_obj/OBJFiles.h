@@ -9,6 +9,7 @@
 
 #include "loaders/obj/OBJReader.h"
 #include "scenegraph/SCNSubtreeWalk.h"
+#include "support/GeometryValues.h"
 
 namespace ornolith::testsupport {
 
@@ -26,12 +27,6 @@ inline std::shared_ptr<SCNGeometry> geometryIn(const SCNScene& scene) {
 
 inline std::shared_ptr<SCNGeometry> geometryOf(std::string_view text) {
   return geometryIn(*sceneOf(text));
-}
-
-inline std::vector<std::uint32_t> indicesOf(const SCNGeometryElement& element) {
-  std::vector<std::uint32_t> indices;
-  for (std::size_t i = 0; i < element.indexCount(); ++i) indices.push_back(element.index(i));
-  return indices;
 }
 
 /// What a source says of the vertices in the order that an element draws them, or nothing where there is no source.

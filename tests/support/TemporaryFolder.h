@@ -29,8 +29,10 @@ class TemporaryFolder {
   const std::string& path() const noexcept { return path_; }
   std::string operator/(std::string_view name) const { return path_ + "/" + std::string(name); }
 
+  /// Makes the folders above it too.
   std::string makeFile(std::string_view name, std::string_view contents = "") const {
     const std::string file = *this / name;
+    std::filesystem::create_directories(std::filesystem::path(file).parent_path());
     std::ofstream(file, std::ios::binary) << contents;
     return file;
   }
