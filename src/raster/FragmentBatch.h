@@ -7,7 +7,7 @@
 namespace ornolith::raster {
 
 inline constexpr std::size_t batchSize = 128;
-inline constexpr std::size_t maximumCoordinateSets = 10;  ///< No material has more properties than that.
+inline constexpr std::size_t maximumCoordinateSets = 11;  ///< No lighting model reads more properties than that.
 
 /// What whole vectors may touch behind the last element of a batch.
 inline constexpr std::size_t laneReserve = 16;

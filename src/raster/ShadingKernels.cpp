@@ -185,9 +185,14 @@ PhysicalSurface physicalSurface(const ShadingPlan& plan, const Place& place, Flo
   PhysicalSurface s;
   s.roughness = scalar(plan.roughness, place);
   s.metalness = scalar(plan.metalness, place);
-  const FloatVector3 f0 = all(plan.material->dielectricF0);
+  FloatVector3 f0 = all(plan.material->dielectricF0);
+  FloatVector f90 = all(1.0f);
+  if (plan.scalesReflectance) {
+    const FloatVector3 tinted = f0 * color(plan.specularTint, place);
+    f90 = scalar(plan.specularStrength, place);
+    f0 = FloatVector3{saturate(tinted.x), saturate(tinted.y), saturate(tinted.z)} * f90;
+  }
   s.f0 = f0 + (base - f0) * s.metalness;
-  const FloatVector f90 = all(plan.material->dielectricF90);
   s.f90 = f90 + (all(1.0f) - f90) * s.metalness;
   s.coat = hn::Zero(Floats());
   s.coatRoughness = hn::Zero(Floats());

@@ -9,6 +9,12 @@ bool isBlack(const device::MaterialSlot& slot) noexcept {
   return slot.value.x * slot.factor.x == 0 && slot.value.y * slot.factor.y == 0 && slot.value.z * slot.factor.z == 0;
 }
 
+bool isWhite(const device::MaterialSlot& slot) noexcept {
+  const float intensity = slot.intensity;
+  return slot.texture < 0 && slot.value.x * slot.factor.x * intensity == 1 &&
+         slot.value.y * slot.factor.y * intensity == 1 && slot.value.z * slot.factor.z * intensity == 1;
+}
+
 /// Less than any step of an 8-bit picture.
 constexpr float invisibleOpacity = 1.0f / 1024.0f;
 
@@ -112,6 +118,11 @@ void planLight(ShadingPlan& plan, const device::Mesh& mesh, ReadMaker& maker) {
     if (plan.hasClearCoat) {
       plan.clearCoat = maker.scalar(material.clearCoat);
       plan.clearCoatRoughness = maker.scalar(material.clearCoatRoughness);
+    }
+    plan.scalesReflectance = !isWhite(material.specularTint) || !isWhite(material.specularStrength);
+    if (plan.scalesReflectance) {
+      plan.specularTint = maker.slot(material.specularTint, colorComponents);
+      plan.specularStrength = maker.scalar(material.specularStrength);
     }
   }
   if (material.lightingModel == device::LightingModel::blinn) {

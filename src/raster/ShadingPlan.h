@@ -23,7 +23,7 @@ struct SlotPlan {
 struct ShadingPlan {
   const device::Material* material = nullptr;
   SlotPlan diffuse, normal, roughness, metalness, emission, transparent, specular, ambientOcclusion, clearCoat,
-      clearCoatRoughness;
+      clearCoatRoughness, specularTint, specularStrength;
   std::vector<TextureRead> reads;  ///< All textures of the material, for shading.
   /// What the opacity alone takes, for dropping fragments ahead of shading; `sample` counts on its own.
   std::vector<TextureRead> opacityReads;
@@ -39,8 +39,9 @@ struct ShadingPlan {
   bool hasSpecular = false;  ///< Blinn with a specular that is not black.
   bool hasEmission = false;  ///< One that is not black.
   bool hasClearCoat = false;
-  float maskCutoff = 0;  ///< For alpha mode mask: an alpha below this makes the opacity 0.
-  float cutoff = 0;      ///< Fragments with an opacity below this are dropped.
+  bool scalesReflectance = false;  ///< The tint or the strength of specular is not 1.
+  float maskCutoff = 0;            ///< For alpha mode mask: an alpha below this makes the opacity 0.
+  float cutoff = 0;                ///< Fragments with an opacity below this are dropped.
 
   bool dropsFragments() const noexcept { return cutoff > 0; }
 

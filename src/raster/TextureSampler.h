@@ -14,7 +14,7 @@ namespace ornolith::raster {
 inline constexpr int maximumAnisotropy = 8;
 
 /// The most textures of one material.
-inline constexpr std::size_t maximumTextureReads = 10;
+inline constexpr std::size_t maximumTextureReads = 11;
 
 /// Components of a texel, for `TextureRead::components`.
 inline constexpr std::uint8_t redComponent = 1, greenComponent = 2, blueComponent = 4, alphaComponent = 8;

@@ -1,6 +1,7 @@
 #include "scenegraph/MaterialDescription.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "imaging/Color.h"
 
@@ -26,22 +27,26 @@ constexpr Property properties[] = {
     {&SCNMaterial::ambientOcclusion, &device::Material::ambientOcclusion, PropertyKind::number},
     {&SCNMaterial::clearCoat, &device::Material::clearCoat, PropertyKind::number},
     {&SCNMaterial::clearCoatRoughness, &device::Material::clearCoatRoughness, PropertyKind::number},
+    {&SCNMaterial::specularTint, &device::Material::specularTint, PropertyKind::color},
+    {&SCNMaterial::specularStrength, &device::Material::specularStrength, PropertyKind::number},
 };
 
 bool isRead(const Property& property, SCNLightingModel model) {
-  const bool isPhysical = model == SCNLightingModel::physicallyBased;
+  constexpr SCNMaterialProperty SCNMaterial::*physical[] = {
+      &SCNMaterial::roughness,          &SCNMaterial::metalness,    &SCNMaterial::clearCoat,
+      &SCNMaterial::clearCoatRoughness, &SCNMaterial::specularTint, &SCNMaterial::specularStrength};
   const bool isConstant = model == SCNLightingModel::constant;
-  if (property.source == &SCNMaterial::roughness || property.source == &SCNMaterial::metalness) return isPhysical;
-  if (property.source == &SCNMaterial::clearCoat || property.source == &SCNMaterial::clearCoatRoughness) {
-    return isPhysical;
+  if (std::find(std::begin(physical), std::end(physical), property.source) != std::end(physical)) {
+    return model == SCNLightingModel::physicallyBased;
   }
   if (property.source == &SCNMaterial::specular) return model == SCNLightingModel::blinn;
   if (property.source == &SCNMaterial::normal || property.source == &SCNMaterial::ambientOcclusion) return !isConstant;
   return true;
 }
 
-// Where alpha has no say, colour counts as it stands, that of invisible texels too.
-bool heedsAlpha(const Property& property, SCNAlphaMode mode) {
+// Where alpha has no say, colour counts as it stands, that of invisible texels too. A number may stand in it.
+bool heedsAlpha(const Property& property, const device::MaterialSlot& slot, SCNAlphaMode mode) {
+  if (property.kind == PropertyKind::number) return slot.component == device::TextureComponent::alpha;
   const bool isOpacity = property.source == &SCNMaterial::diffuse || property.source == &SCNMaterial::transparent;
   return isOpacity && mode != SCNAlphaMode::opaque;
 }
@@ -194,7 +199,7 @@ device::Material describeMaterial(const SCNMaterial& material, const TextureCach
     if (!holdsImage(source.contents) || !isRead(property, material.lightingModelName)) continue;
     LoadedTexture texture = cache.texture(source.contents, textureUse(property.kind));
     if (!texture.image) continue;
-    texture.hasTransparency = texture.hasTransparency && heedsAlpha(property, material.alphaMode);
+    texture.hasTransparency = texture.hasTransparency && heedsAlpha(property, slot, material.alphaMode);
     const bool isSRGB = property.kind == PropertyKind::color || property.kind == PropertyKind::opacity;
     setTexture(source, textures.number(texture, isSRGB), slot);
   }
@@ -206,7 +211,6 @@ device::Material describeMaterial(const SCNMaterial& material, const TextureCach
   described.alphaCutoff = material.alphaCutoff > 1 ? 2.0F : clamped(material.alphaCutoff);
   described.dielectricF0 = {clamped(material.dielectricF0.x), clamped(material.dielectricF0.y),
                             clamped(material.dielectricF0.z)};
-  described.dielectricF90 = clamped(material.dielectricF90);
   described.blendMode = blendMode(material.blendMode);
   described.isDoubleSided = material.isDoubleSided;
   described.fillsLines = material.fillMode == SCNFillMode::lines;

@@ -18,6 +18,8 @@ SCNMaterial::SCNMaterial() {
   ambientOcclusion.contents = NSColor::whiteColor();
   clearCoat.contents = 0.0;
   clearCoatRoughness.contents = 0.0;
+  specularTint.contents = NSColor::whiteColor();
+  specularStrength.contents = 1.0;
 }
 
 }  // namespace ornolith

@@ -85,9 +85,12 @@ class SCNMaterial {
   SCNAlphaMode alphaMode = SCNAlphaMode::blend;
   double alphaCutoff = 0;  ///< Fragments with an opacity (for `mask`, an alpha) below this are dropped.
   double shininess = 1;
-  /// Physically based: what the surface reflects where it is no metal, seen straight on (linear, 0..1) and edge on.
+  /// Physically based: what the surface reflects where it is no metal, seen straight on (linear, 0..1), before
+  /// `specularTint` multiplies it up to 1 at most. `specularStrength` (0..1) multiplies that, and is what it reflects
+  /// seen edge on.
   simd_float3 dielectricF0{0.04F, 0.04F, 0.04F};
-  float dielectricF90 = 1;
+  SCNMaterialProperty specularTint;
+  SCNMaterialProperty specularStrength;
   SCNBlendMode blendMode = SCNBlendMode::alpha;
   SCNFillMode fillMode = SCNFillMode::fill;
   bool readsFromDepthBuffer = true;

@@ -87,9 +87,12 @@ Fault checkElement(const SCNGeometryElement& element, std::size_t vertexCount) {
 }
 
 Fault checkMaterial(const SCNMaterial& material) {
-  const SCNMaterialProperty* properties[] = {&material.diffuse,   &material.normal,          &material.roughness,
-                                             &material.metalness, &material.emission,        &material.transparent,
-                                             &material.specular,  &material.ambientOcclusion};
+  const SCNMaterialProperty* properties[] = {&material.diffuse,      &material.normal,
+                                             &material.roughness,    &material.metalness,
+                                             &material.emission,     &material.transparent,
+                                             &material.specular,     &material.ambientOcclusion,
+                                             &material.clearCoat,    &material.clearCoatRoughness,
+                                             &material.specularTint, &material.specularStrength};
   for (const SCNMaterialProperty* property : properties) {
     if (property->mappingChannel < 0) return "has a material with a negative mapping channel.";
     const auto* encoded = std::get_if<std::shared_ptr<const EncodedImage>>(&property->contents);

@@ -80,7 +80,6 @@ TEST_F(GLTFMaterialsTest, ThatAreMissingAreTheDefaultMaterial) {
 
 TEST_F(GLTFMaterialsTest, AreSharedByTheirUsers) {
   read(R"([{"name": "Tin"}, {}])");
-  EXPECT_EQ(document->materials.count(), 2U);
   EXPECT_EQ(document->materials.material(0), document->materials.material(0));
   EXPECT_NE(document->materials.material(0), document->materials.material(1));
   EXPECT_EQ(material().name, "Tin");
@@ -271,15 +270,28 @@ TEST_F(GLTFMaterialsTest, ReflectAsTheirIndexOfRefractionAndSpecularValuesSay) {
        {"extensions": {"KHR_materials_specular": {"specularFactor": 0.5, "specularColorFactor": [1, 2, 100]}}},
        {"extensions": {"KHR_materials_ior": {}, "KHR_materials_specular": {}}}, {"extensions": {"KHR_materials_ior": {"ior": -1}}}])");
   EXPECT_EQ(material(0).dielectricF0, (simd_float3{0.04F, 0.04F, 0.04F}));
-  EXPECT_EQ(material(0).dielectricF90, 1);
+  EXPECT_EQ(numberIn(material(0).specularStrength), 1);
   EXPECT_FLOAT_EQ(material(1).dielectricF0.y, 1.0F / 9.0F);
   EXPECT_EQ(material(2).dielectricF0.z, 1);
-  EXPECT_FLOAT_EQ(material(3).dielectricF0.x, 0.02F);
-  EXPECT_FLOAT_EQ(material(3).dielectricF0.y, 0.04F);
-  EXPECT_FLOAT_EQ(material(3).dielectricF0.z, 0.5F);
-  EXPECT_EQ(material(3).dielectricF90, 0.5F);
+  EXPECT_FLOAT_EQ(material(3).dielectricF0.x, 0.04F);
+  EXPECT_EQ(colorIn(material(3).specularTint), NSColor::whiteColor());
+  EXPECT_EQ(material(3).specularTint.factor, (simd_float4{1, 2, 100, 1}));
+  EXPECT_EQ(numberIn(material(3).specularStrength), 0.5);
   EXPECT_FLOAT_EQ(material(4).dielectricF0.x, 0.04F);
   EXPECT_EQ(material(5).dielectricF0.x, 0);
+}
+
+TEST_F(GLTFMaterialsTest, TakeSpecularStrengthFromAlphaAndItsTintFromColour) {
+  read(R"([{"extensions": {"KHR_materials_specular": {"specularFactor": 0.5, "specularTexture": {"index": 0},
+       "specularColorFactor": [1, 0.5, 2], "specularColorTexture": {"index": 1, "texCoord": 1}}}},
+       {"extensions": {"KHR_materials_specular": {"specularTexture": {"index": 77}, "specularFactor": 0.25}}}])");
+  EXPECT_EQ(material(0).specularStrength.contents, image(0));
+  EXPECT_EQ(material(0).specularStrength.factor.x, 0.5F);
+  EXPECT_EQ(material(0).specularStrength.textureComponents, SCNColorMask::alpha);
+  EXPECT_EQ(material(0).specularTint.contents, image(1));
+  EXPECT_EQ(material(0).specularTint.factor, (simd_float4{1, 0.5F, 2, 1}));
+  EXPECT_EQ(material(0).specularTint.mappingChannel, 1);
+  EXPECT_EQ(numberIn(material(1).specularStrength), 0.25);
 }
 
 TEST_F(GLTFMaterialsTest, MayHaveAClearCoat) {

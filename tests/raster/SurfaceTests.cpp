@@ -38,8 +38,8 @@ simd_double3 viewAt(std::uint32_t x, std::uint32_t y) {
 struct Surface {
   std::array<double, 3> base{0.6, 0.4, 0.1};
   double roughness = 0.5, metalness = 0;
-  std::array<double, 3> f0{0.04, 0.04, 0.04};
-  double f90 = 1;
+  std::array<double, 3> f0{0.04, 0.04, 0.04}, specularTint{1, 1, 1};
+  double specularStrength = 1;
   double coat = 0, coatRoughness = 0;
   double occlusion = 1;
   std::array<double, 3> emission{0, 0, 0};
@@ -69,8 +69,9 @@ double ggxLobe(simd_double3 n, simd_double3 v, simd_double3 l, double roughness)
 /// The colour that leaves a surface, component by component.
 double shade(const Surface& s, const std::vector<Lamp>& lamps, const std::array<double, 3>& ambient, simd_double3 v,
              std::size_t c) {
-  const double f0 = s.f0[c] * (1 - s.metalness) + s.base[c] * s.metalness;
-  const double f90 = s.f90 * (1 - s.metalness) + s.metalness;
+  const double dielectricF0 = std::min(s.f0[c] * s.specularTint[c], 1.0) * s.specularStrength;
+  const double f0 = dielectricF0 * (1 - s.metalness) + s.base[c] * s.metalness;
+  const double f90 = s.specularStrength * (1 - s.metalness) + s.metalness;
   double surface = s.base[c] * ambient[c] * s.occlusion + s.emission[c];
   double coat = ambient[c] * s.occlusion;
   for (const Lamp& lamp : lamps) {
@@ -129,7 +130,8 @@ device::Material materialOf(const Surface& s) {
   material.metalness.value.x = static_cast<float>(s.metalness);
   const simd_float4 f0 = floats(s.f0);
   material.dielectricF0 = {f0.x, f0.y, f0.z};
-  material.dielectricF90 = static_cast<float>(s.f90);
+  material.specularTint.value = floats(s.specularTint);
+  material.specularStrength.value.x = static_cast<float>(s.specularStrength);
   material.clearCoat.value.x = static_cast<float>(s.coat);
   material.clearCoatRoughness.value.x = static_cast<float>(s.coatRoughness);
   material.ambientOcclusion.value.x = static_cast<float>(s.occlusion);
@@ -151,7 +153,8 @@ TEST(Surface, FollowsTheFormulasForRandomMaterials) {
     Surface surface;
     for (double& value : surface.base) value = share(random);
     for (double& value : surface.f0) value = trial % 2 == 0 ? 0.04 : share(random);
-    surface.f90 = trial % 2 == 0 ? 1 : share(random);
+    surface.specularStrength = trial % 2 == 0 ? 1 : share(random);
+    for (double& value : surface.specularTint) value = trial % 6 < 2 ? 1 : 3 * share(random);
     surface.roughness = 0.15 + 0.85 * share(random);
     surface.metalness = trial % 3 == 0 ? 0 : share(random);
     surface.coat = trial % 4 < 2 ? 0 : share(random);
@@ -169,11 +172,10 @@ TEST(Surface, ReflectsAsMuchAsItsReflectanceSays) {
   // Without base colour all that is seen is the specular lobe, in proportion to F0 where F90 equals it.
   Surface surface;
   surface.base = {0, 0, 0};
-  surface.f0 = {0.5, 0.5, 0.5};
-  surface.f90 = 0.5;
+  surface.f0 = {1, 1, 1};
+  surface.specularStrength = 0.5;
   const Image half = render(surface);
-  surface.f0 = {0.25, 0.25, 0.25};
-  surface.f90 = 0.25;
+  surface.specularStrength = 0.25;
   const Image quarter = render(surface);
   std::size_t compared = 0;
   for (std::uint32_t i = 0; i < side; ++i) {
@@ -204,6 +206,26 @@ TEST(Surface, TakesScalarsFromTheComponentsOfOnePicture) {
   material.clearCoat.component = device::TextureComponent::alpha;
   material.roughness.factor.x = 0.5f;
   material.clearCoat.intensity = 0.75f;
+  scene.add(wall({0, 0, 1}), material);
+  expectSurface(scene.render(), surface);
+}
+
+TEST(Surface, TakesTintAndStrengthOfSpecularFromPictures) {
+  Surface surface;
+  surface.base = {0.1, 0.1, 0.1};
+  surface.roughness = 0.4;
+  surface.f0 = {0.3, 0.3, 0.3};
+  surface.specularTint = {decode(51) * 9, decode(153) * 0.5, decode(204)};
+  surface.specularStrength = 102 / 255.0 * 0.75;
+  FrameBuilder scene(side, side);
+  light(scene);
+  device::Material material = materialOf(surface);
+  const Image picture = solidImage(4, 4, {51, 153, 204, 102});
+  material.specularTint.texture = scene.addTexture(picture, true, false);
+  material.specularTint.factor = {9, 0.5f, 1, 1};
+  material.specularStrength.texture = scene.addTexture(picture, false, true);
+  material.specularStrength.component = device::TextureComponent::alpha;
+  material.specularStrength.factor.x = 0.75f;
   scene.add(wall({0, 0, 1}), material);
   expectSurface(scene.render(), surface);
 }

@@ -194,11 +194,33 @@ TEST_F(FrameMaterialTest, ANewMaterialHasNoCoatAndReflectsAsGlassDoes) {
   EXPECT_EQ(described.clearCoat.value.x, 0);
   EXPECT_EQ(described.clearCoat.texture, -1);
   EXPECT_EQ(described.dielectricF0, (simd_float3{0.04F, 0.04F, 0.04F}));
-  EXPECT_EQ(described.dielectricF90, 1);
+  for (const device::MaterialSlot* slot : {&described.specularTint, &described.specularStrength}) {
+    EXPECT_EQ(slot->value, (simd_float4{1, 1, 1, 1}));
+    EXPECT_EQ(slot->texture, -1);
+  }
   material.dielectricF0 = {2, -1, 0.5F};
-  material.dielectricF90 = 0.25F;
   EXPECT_EQ(describe().dielectricF0, (simd_float3{1, 0, 0.5F}));
-  EXPECT_EQ(describe().dielectricF90, 0.25F);
+}
+
+TEST_F(FrameMaterialTest, TintAndStrengthOfSpecularBelongToPhysicallyBasedSurfaces) {
+  const auto image = onePixel(1, 2, 3, 100);
+  material.specularTint.contents = image;
+  material.specularTint.factor = {0.5F, 2, 30, 1};
+  material.specularStrength.contents = image;
+  material.specularStrength.textureComponents = SCNColorMask::alpha;
+  EXPECT_EQ(describe().specularTint.texture, -1);
+  EXPECT_EQ(describe().specularStrength.texture, -1);
+  material.lightingModelName = SCNLightingModelPhysicallyBased;
+  const device::Material described = describe();
+  EXPECT_EQ(described.specularTint.factor, (simd_float4{0.5F, 2, 30, 1}));
+  EXPECT_EQ(described.specularStrength.component, device::TextureComponent::alpha);
+  EXPECT_NE(described.specularTint.texture, described.specularStrength.texture) << "one is a colour, one a number";
+  ASSERT_GE(std::min(described.specularTint.texture, described.specularStrength.texture), 0);
+  const auto has = [&](const device::MaterialSlot& slot) {
+    return textures[static_cast<std::size_t>(slot.texture)].hasTransparency;
+  };
+  EXPECT_TRUE(has(described.specularStrength)) << "its alpha is read";
+  EXPECT_FALSE(has(described.specularTint));
 }
 
 TEST_F(FrameMaterialTest, AMaskIsNoBlending) {

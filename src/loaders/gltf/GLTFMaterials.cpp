@@ -134,23 +134,21 @@ class MaterialMapping {
     }
   }
 
-  // KHR_materials_ior and KHR_materials_specular; the textures of the latter do not count.
+  // KHR_materials_ior and KHR_materials_specular.
   void mapReflectance() {
-    simd_float3 reflectance{0.04F, 0.04F, 0.04F};
     if (const auto ior = extension(source_, "KHR_materials_ior")) {
       const double index = optionalNumber(*ior, "ior").value_or(1.5);
       const double ratio = (index - 1) / (index + 1);
       const float straight = index == 0 ? 1.0F : index < 1 ? 0.0F : floatOf(ratio * ratio);
-      reflectance = {straight, straight, straight};
+      material_.dielectricF0 = {straight, straight, straight};
     }
     if (const auto specular = extension(source_, "KHR_materials_specular")) {
-      const float factor = std::min(positiveNumber(*specular, "specularFactor", 1), 1.0F);
+      showNumber(material_.specularStrength, positiveNumber(*specular, "specularFactor", 1),
+                 optionalObject(*specular, "specularTexture"), SCNColorMask::alpha);
       const simd_float3 color = positiveColor(*specular, "specularColorFactor", {1, 1, 1});
-      const auto scaled = [&](float value, float tint) { return std::min(value * tint, 1.0F) * factor; };
-      reflectance = {scaled(reflectance.x, color.x), scaled(reflectance.y, color.y), scaled(reflectance.z, color.z)};
-      material_.dielectricF90 = factor;
+      textures_.apply(optionalObject(*specular, "specularColorTexture"), material_.specularTint);
+      material_.specularTint.factor = {color.x, color.y, color.z, 1};
     }
-    material_.dielectricF0 = reflectance;
   }
 
   void mapClearCoat() {

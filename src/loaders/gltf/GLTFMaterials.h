@@ -35,8 +35,6 @@ class GLTFMaterials {
   /// `root` is the document's top object; its document and `images` must outlive this object.
   GLTFMaterials(const JSONElement& root, GLTFImages& images);
 
-  std::size_t count() const noexcept { return materials_.size(); }
-
   /// The material. Without an index, or with one of no material, the default material of glTF: white, metallic and
   /// rough throughout, single-sided.
   std::shared_ptr<SCNMaterial> material(std::optional<std::uint32_t> index, GLTFMaterialNeeds needs = {});

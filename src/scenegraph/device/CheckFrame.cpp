@@ -27,11 +27,12 @@ Fault checkTexture(const Texture& texture, const std::string& name) {
 
 Fault checkMaterial(const Material& material, std::size_t textureCount, const std::string& name) {
   const std::pair<std::string_view, const MaterialSlot*> slots[] = {
-      {"diffuse", &material.diffuse},     {"normal", &material.normal},
-      {"roughness", &material.roughness}, {"metalness", &material.metalness},
-      {"emission", &material.emission},   {"transparent", &material.transparent},
-      {"specular", &material.specular},   {"ambientOcclusion", &material.ambientOcclusion},
-      {"clearCoat", &material.clearCoat}, {"clearCoatRoughness", &material.clearCoatRoughness},
+      {"diffuse", &material.diffuse},           {"normal", &material.normal},
+      {"roughness", &material.roughness},       {"metalness", &material.metalness},
+      {"emission", &material.emission},         {"transparent", &material.transparent},
+      {"specular", &material.specular},         {"ambientOcclusion", &material.ambientOcclusion},
+      {"clearCoat", &material.clearCoat},       {"clearCoatRoughness", &material.clearCoatRoughness},
+      {"specularTint", &material.specularTint}, {"specularStrength", &material.specularStrength},
   };
   for (const auto& [slotName, slot] : slots) {
     const std::int64_t texture = slot->texture;

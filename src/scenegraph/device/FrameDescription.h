@@ -87,9 +87,10 @@ struct Material {
   MaterialSlot clearCoat{.value = {0, 0, 0, 1}};           ///< Physically based only: strength of the layer.
   MaterialSlot clearCoatRoughness{.value = {0, 0, 0, 1}};  ///< Physically based only.
   simd_float3 dielectricF0{0.04F, 0.04F, 0.04F};           ///< Reflectance of what is no metal, straight on; 0..1.
-  float dielectricF90 = 1;                                 ///< The same edge on, 0..1.
-  float shininess = 1;                                     ///< Blinn exponent factor, 0..1.
-  float transparency = 1;                                  ///< Opacity factor, 0..1.
+  MaterialSlot specularTint;      ///< Physically based only: multiplies `dielectricF0`, up to 1 at most.
+  MaterialSlot specularStrength;  ///< Physically based only: multiplies that, and is the reflectance edge on.
+  float shininess = 1;            ///< Blinn exponent factor, 0..1.
+  float transparency = 1;         ///< Opacity factor, 0..1.
   AlphaMode alphaMode = AlphaMode::blend;
   float alphaCutoff = 0;  ///< A fragment with an opacity (for `mask`, an alpha) below this is dropped.
   BlendMode blendMode = BlendMode::alpha;
