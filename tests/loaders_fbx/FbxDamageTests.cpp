@@ -3,16 +3,18 @@
 #include <array>
 #include <cstdint>
 #include <functional>
-#include <random>
 #include <string>
 
 #include "loaders_fbx/FbxSceneAssertions.h"
 #include "loaders_fbx/FbxTestSupport.h"
+#include "support/Damage.h"
 
 namespace ornolith::test {
 namespace {
 
 using ::testing::HasSubstr;
+using testsupport::cutEverywhere;
+using testsupport::patchAtRandom;
 
 /// Loads `contents`; a file is either read into a sound scene or refused with a message.
 void expectSoundOrRefused(std::string_view contents) {
@@ -48,41 +50,26 @@ std::string example(std::string_view name) {
 }
 
 TEST(FbxDamage, TextFilesCutAtEveryByte) {
-  const std::string text = variedScript();
-  for (std::size_t length = 0; length <= text.size(); ++length) {
-    expectSoundOrRefused(std::string_view(text).substr(0, length));
-  }
+  expectSoundOrRefused(variedScript());
+  cutEverywhere(variedScript(), expectSoundOrRefused);
 }
 
 TEST(FbxDamage, BinaryFilesCutAtManyPlaces) {
   for (const char* name : {"skinned.fbx", "animated.fbx", "embedded-texture.fbx"}) {
     const std::string contents = example(name);
     ASSERT_FALSE(contents.empty()) << name;
-    for (std::size_t length = 0; length <= contents.size(); length += length < 512 ? 1 : 61) {
-      expectSoundOrRefused(std::string_view(contents).substr(0, length));
-    }
-  }
-}
-
-void patchAndLoad(const std::string& contents, int rounds, std::uint32_t seed) {
-  std::mt19937 random(seed);
-  for (int round = 0; round < rounds; ++round) {
-    std::string patched = contents;
-    const std::uint32_t patches = 1 + random() % 4;
-    for (std::uint32_t patch = 0; patch < patches; ++patch) {
-      patched[random() % patched.size()] = static_cast<char>(random());
-    }
-    expectSoundOrRefused(patched);
+    expectSoundOrRefused(contents);
+    cutEverywhere(contents, expectSoundOrRefused, 512);
   }
 }
 
 TEST(FbxDamage, PatchedTextFiles) {
-  patchAndLoad(variedScript(), 3000, 1);
+  patchAtRandom(variedScript(), 3000, 1, expectSoundOrRefused);
 }
 
 TEST(FbxDamage, PatchedBinaryFiles) {
   for (const char* name : {"skinned.fbx", "animated.fbx", "embedded-texture.fbx", "vertex-colors.fbx"}) {
-    patchAndLoad(example(name), 700, 2);
+    patchAtRandom(example(name), 700, 2, expectSoundOrRefused);
   }
 }
 
@@ -151,16 +138,22 @@ TEST(FbxMemory, ASmallFileThatClaimsGigabytesIsRefused) {
   EXPECT_THAT(refusalOf(fileThatClaims(1u << 30)), HasSubstr("Memory limit exceeded"));
 }
 
-TEST(FbxMemory, InstancesThatWouldTakeGigabytesAreRefused) {
+/// A file in which `count` nodes show one mesh of 8,000 triangles.
+FbxScript instances(int count) {
   FbxMesh mesh{.vertices = {0, 0, 0, 1, 0, 0, 0, 1, 0}};
   for (int face = 0; face < 8000; ++face) mesh.polygons.insert(mesh.polygons.end(), {0, 1, -3});
   FbxScript script;
   const auto geometry = script.geometry(mesh);
-  for (int instance = 0; instance < 3000; ++instance) {
+  for (int instance = 0; instance < count; ++instance) {
     const auto node = script.model("N", "Mesh");
     script.connect(node, FbxScript::root);
     script.connect(geometry, node);
   }
+  return script;
+}
+
+TEST(FbxMemory, InstancesThatWouldTakeGigabytesAreRefused) {
+  FbxScript script = instances(3000);
   // As a tree the instances share what they have in common.
   const auto shared =
       FbxFallbackSceneLoader::loadSceneFromContents(bytesOf(script.text()), FileURL("/nowhere/m.fbx"), {});
@@ -168,6 +161,10 @@ TEST(FbxMemory, InstancesThatWouldTakeGigabytesAreRefused) {
   // As a flat list each has vertices of its own.
   script.animate(script.model("Other", "Null"));
   EXPECT_EQ(refusalOf(script.text()), "ufbx v0.22.0 error: Memory limit exceeded (geometry)\n");
+}
+
+TEST(FbxDrawing, OfMoreInstancesThanTheFileWarrantsIsRefused) {
+  EXPECT_EQ(refusalOf(instances(12'000).text()), "ufbx v0.22.0 error: Memory limit exceeded (drawing)\n");
 }
 
 }  // namespace

@@ -330,6 +330,8 @@ TEST(FbxLimits, GrowWithTheFileFromAFloor) {
   EXPECT_EQ(fbxMemoryLimit(1000, 100), 100 * fbxMemoryPerFileByte);
   EXPECT_EQ(fbxMemoryLimit(1000, std::numeric_limits<std::uint64_t>::max()),
             std::numeric_limits<std::size_t>::max() / 2);
+  EXPECT_EQ(fbxDrawingLimit(100), drawingFloor + 100 * drawingPerFileByte);
+  EXPECT_GT(fbxDrawingLimit(std::numeric_limits<std::uint64_t>::max()), fbxDrawingLimit(std::uint64_t{1} << 40));
   FbxMemoryBudget budget(10);
   EXPECT_TRUE(budget.take(6));
   EXPECT_FALSE(budget.take(5));

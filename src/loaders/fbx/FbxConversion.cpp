@@ -12,7 +12,8 @@ FbxConversion::FbxConversion(FileURL url, std::vector<FileURL> directories, std:
     : modelURL(std::move(url)),
       assetDirectories(std::move(directories)),
       images(fbxMemoryLimit(fbxResultMemoryFloor, fileSize)),
-      budget(fbxMemoryLimit(fbxResultMemoryFloor, fileSize)) {}
+      budget(fbxMemoryLimit(fbxResultMemoryFloor, fileSize)),
+      drawing(fbxDrawingLimit(fileSize)) {}
 
 FbxConversion::~FbxConversion() = default;
 

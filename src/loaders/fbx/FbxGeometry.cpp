@@ -89,6 +89,7 @@ std::shared_ptr<SCNGeometry> GeometryForMeshNode(const ufbx_node& node, FbxConve
     constexpr std::size_t bytesPerTriangle = 3 * sizeof(std::uint32_t);
     elements.push_back(SCNGeometryElement::geometryElementWithData(
         indices, SCNGeometryPrimitiveType::triangles, indices->size() / bytesPerTriangle, sizeof(std::uint32_t)));
+    if (!conversion.drawing.take(drawingCost(*elements.back()))) throwFbxMemoryLimitExceeded("drawing");
     shown.push_back(mapped[index].material);
     if (mapped[index].usedFallback && usedFallback != nullptr) *usedFallback = true;
   }

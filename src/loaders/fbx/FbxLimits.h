@@ -4,11 +4,13 @@
 #include <cstdint>
 #include <limits>
 
+#include "loaders/mesh/DrawingCost.h"
+
 namespace ornolith {
 
-// What one FBX file may cost in memory, in proportion to its size: compressed arrays, instances and shared materials
-// let a few bytes stand for very much. Real files stay far below; one that does not is refused as the FBX library words
-// it.
+// What one FBX file may cost in memory and in drawing, in proportion to its size: compressed arrays, instances and
+// shared materials let a few bytes stand for very much. Real files stay far below; one that does not is refused as the
+// FBX library words it.
 
 /// What any file may take for the library's scene, and the same again while it is being read.
 inline constexpr std::uint64_t fbxSceneMemoryFloor = std::uint64_t{256} << 20;
@@ -17,6 +19,12 @@ inline constexpr std::uint64_t fbxSceneMemoryFloor = std::uint64_t{256} << 20;
 inline constexpr std::uint64_t fbxResultMemoryFloor = std::uint64_t{512} << 20;
 /// What each byte of a file may add to become.
 inline constexpr std::uint64_t fbxMemoryPerFileByte = 128;
+
+/// What a file of `fileSize` bytes may have drawn.
+constexpr std::size_t fbxDrawingLimit(std::uint64_t fileSize) noexcept {
+  constexpr std::uint64_t largest = std::numeric_limits<std::size_t>::max() / 2;
+  return drawingFloor + (fileSize > largest / drawingPerFileByte ? largest : fileSize * drawingPerFileByte);
+}
 
 /// The limit for a file of `fileSize` bytes: `fbxMemoryPerFileByte` times its size, but at least `floor`.
 constexpr std::size_t fbxMemoryLimit(std::uint64_t floor, std::uint64_t fileSize) noexcept {

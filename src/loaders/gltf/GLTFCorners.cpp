@@ -53,12 +53,6 @@ std::shared_ptr<SCNGeometryElement> GLTFCorners::element() const {
   return elementOfCorners(data, type, count);
 }
 
-void chargeDrawing(const SCNGeometryElement& element, GLTFMemoryBudget& budget) {
-  const bool isOfTriangles = element.primitiveType() == SCNGeometryPrimitiveType::triangles;
-  budget.take(1, gltfBytesPerDrawnElement);
-  budget.take(element.primitiveCount(), isOfTriangles ? gltfBytesPerDrawnTriangle : gltfBytesPerDrawnLineOrPoint);
-}
-
 GLTFCorners cornersOfPrimitive(const GLTFPrimitive& primitive, std::size_t vertexCount, GLTFAccessors& accessors,
                                GLTFMemoryBudget& budget) {
   const GLTFAccessors::Indices given =

@@ -30,7 +30,4 @@ struct GLTFCorners {
 GLTFCorners cornersOfPrimitive(const GLTFPrimitive& primitive, std::size_t vertexCount, GLTFAccessors& accessors,
                                GLTFMemoryBudget& budget);
 
-/// Takes off the budget what it costs to make or to draw `element` once more. Throws `GLTFReadError`.
-void chargeDrawing(const SCNGeometryElement& element, GLTFMemoryBudget& budget);
-
 }  // namespace ornolith

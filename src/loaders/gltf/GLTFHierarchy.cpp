@@ -137,7 +137,7 @@ class HierarchyMaker {
 
   void show(SCNNode& sceneNode, const GLTFMeshes::Geometries& geometries) {
     for (const std::shared_ptr<SCNGeometry>& geometry : geometries) {
-      for (const auto& element : geometry->geometryElements()) chargeDrawing(*element, budget_);
+      for (const auto& element : geometry->geometryElements()) budget_.takeDrawing(*element);
     }
     if (geometries.size() == 1) {
       sceneNode.geometry = geometries.front();

@@ -73,12 +73,12 @@ class GeometryMaker {
       const auto material = materials_.material(primitive->material,
                                                 {.isUnlit = isUnlit, .hasTransparentVertices = hasTransparentVertices});
       if (const auto mapping = mappingOfMissingTangents(*primitive, corners, sources)) {
-        chargeDrawing(*corners.element(), budget_);
+        budget_.takeDrawing(*corners.element());
         GLTFTangentStreams streams = addingTangents(sources, *mapping, corners, budget_);
         add(std::move(streams.sources), {{streams.corners.element()}, {material}});
       } else {
         shared.elements.push_back(corners.element());
-        chargeDrawing(*shared.elements.back(), budget_);
+        budget_.takeDrawing(*shared.elements.back());
         shared.materials.push_back(material);
       }
     }
