@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <limits>
-#include <span>
 #include <string_view>
 
 #include "foundation/Rotation.h"
 #include "loaders/gltf/GLTFReadError.h"
+#include "loaders/gltf/GLTFStrictValues.h"
 #include "scenegraph/Transforms.h"
 
 namespace ornolith {
@@ -14,92 +14,6 @@ namespace ornolith {
 namespace {
 
 using Elements = std::vector<JSONElement>;
-
-// Values.
-
-/// The list of objects under `key`; empty where there is none.
-Elements listUnder(const std::optional<JSONElement>& object, std::string_view key) {
-  if (!object) return {};
-  const std::optional<JSONElement> list = object->optionalValue(key);
-  return list ? list->elements() : Elements();
-}
-
-std::optional<JSONElement> extensionOf(const JSONElement& object, std::string_view name) {
-  const std::optional<JSONElement> extensions = object.optionalValue("extensions");
-  return extensions ? extensions->optionalValue(name) : std::nullopt;
-}
-
-std::uint64_t asSize(const JSONElement& value) {
-  const std::int64_t number = value.asInteger();
-  if (number < 0) throw value.fault("Expected a number that is not negative.");
-  return static_cast<std::uint64_t>(number);
-}
-
-std::uint64_t sizeUnder(const JSONElement& object, std::string_view key) {
-  const std::optional<JSONElement> value = object.optionalValue(key);
-  return value ? asSize(*value) : 0;
-}
-
-/// An index below `count`.
-GLTFIndex asIndex(const JSONElement& value, std::size_t count) {
-  const std::uint64_t index = asSize(value);
-  if (index >= count || index > std::numeric_limits<GLTFIndex>::max()) {
-    throw value.fault("The index " + std::to_string(index) + " is out of range.");
-  }
-  return static_cast<GLTFIndex>(index);
-}
-
-std::optional<GLTFIndex> indexUnder(const JSONElement& object, std::string_view key, std::size_t count) {
-  const std::optional<JSONElement> value = object.optionalValue(key);
-  return value ? std::optional(asIndex(*value, count)) : std::nullopt;
-}
-
-std::vector<GLTFIndex> indicesUnder(const JSONElement& object, std::string_view key, std::size_t count) {
-  std::vector<GLTFIndex> indices;
-  for (const JSONElement& element : listUnder(object, key)) indices.push_back(asIndex(element, count));
-  return indices;
-}
-
-std::vector<double> numbersUnder(const JSONElement& object, std::string_view key) {
-  std::vector<double> numbers;
-  for (const JSONElement& element : listUnder(object, key)) numbers.push_back(element.asDouble());
-  return numbers;
-}
-
-/// The `size` numbers under `key`, or nothing where there is no such key.
-template <std::size_t size>
-std::optional<std::array<double, size>> tupleUnder(const JSONElement& object, std::string_view key) {
-  const std::optional<JSONElement> value = object.optionalValue(key);
-  if (!value) return std::nullopt;
-  const Elements elements = value->elements();
-  if (elements.size() != size) throw value->fault("Expected " + std::to_string(size) + " numbers.");
-  std::array<double, size> tuple;
-  for (std::size_t i = 0; i < size; ++i) tuple[i] = elements[i].asDouble();
-  return tuple;
-}
-
-double numberUnder(const JSONElement& object, std::string_view key, double absent) {
-  const std::optional<JSONElement> value = object.optionalValue(key);
-  return value ? value->asDouble() : absent;
-}
-
-template <typename Value>
-struct Named {
-  std::string_view name;
-  Value value;
-};
-
-/// What the text of `value` names.
-template <typename Value>
-Value asOneOf(const JSONElement& value, std::span<const Named<Value>> choices) {
-  const std::string text = value.asString();
-  for (const Named<Value>& choice : choices) {
-    if (choice.name == text) return choice.value;
-  }
-  throw value.fault("The value \"" + text + "\" is not known.");
-}
-
-// Records.
 
 constexpr Named<GLTFMeshoptMode> meshoptModes[] = {{"ATTRIBUTES", GLTFMeshoptMode::attributes},
                                                    {"TRIANGLES", GLTFMeshoptMode::triangles},
@@ -136,7 +50,7 @@ class DocumentReader {
 
   GLTFDocument read() {
     requireVersion();
-    lights_ = listUnder(extensionOf(root_, "KHR_lights_punctual"), "lights");
+    lights_ = listUnder(strictExtension(root_, "KHR_lights_punctual"), "lights");
     const auto readEach = [&](auto& records, const Elements& elements, const auto& readOne) {
       budget_.take(elements.size(), sizeof(records[0]));
       records.reserve(elements.size());
@@ -189,7 +103,8 @@ class DocumentReader {
     view.byteOffset = sizeUnder(element, "byteOffset");
     view.byteLength = asSize(element.value("byteLength"));
     view.byteStride = sizeUnder(element, "byteStride");
-    if (const auto extension = extensionOf(element, "EXT_meshopt_compression")) view.compression = meshopt(*extension);
+    if (const auto extension = strictExtension(element, "EXT_meshopt_compression"))
+      view.compression = meshopt(*extension);
     return view;
   }
 
@@ -250,7 +165,7 @@ class DocumentReader {
       primitive.mode = static_cast<GLTFPrimitiveMode>(asIndex(*mode, modeCount));
     }
     for (const JSONElement& target : listUnder(element, "targets")) primitive.targets.push_back(attributes(target));
-    primitive.isDracoCompressed = extensionOf(element, "KHR_draco_mesh_compression").has_value();
+    primitive.isDracoCompressed = strictExtension(element, "KHR_draco_mesh_compression").has_value();
     return primitive;
   }
 
@@ -314,13 +229,13 @@ class DocumentReader {
     node.skin = indexUnder(element, "skin", document_.skins.size());
     node.camera = indexUnder(element, "camera", document_.cameras.size());
     node.weights = numbersUnder(element, "weights");
-    if (const auto lit = extensionOf(element, "KHR_lights_punctual")) {
+    if (const auto lit = strictExtension(element, "KHR_lights_punctual")) {
       node.light = indexUnder(*lit, "light", lights_.size());
     }
-    if (const auto visibility = extensionOf(element, "KHR_node_visibility")) {
+    if (const auto visibility = strictExtension(element, "KHR_node_visibility")) {
       if (const auto visible = visibility->optionalValue("visible")) node.isVisible = visible->asBool();
     }
-    if (const auto instancing = extensionOf(element, "EXT_mesh_gpu_instancing")) {
+    if (const auto instancing = strictExtension(element, "EXT_mesh_gpu_instancing")) {
       if (const auto attributes = instancing->optionalValue("attributes")) {
         node.instances = this->attributes(*attributes);
       }

@@ -11,7 +11,8 @@
 
 namespace ornolith {
 
-// Values of a manifest that the picture can do without: one of another type or form counts as absent.
+// Values of a manifest that the picture can do without: one of another type or form counts as absent. What the shape
+// depends on is read by GLTFStrictValues.
 
 /// The object under `key`; nothing where `object` is no object.
 std::optional<JSONElement> optionalObject(const JSONElement& object, std::string_view key);
