@@ -1,6 +1,5 @@
 """The example models that are FBX documents."""
 
-
 from fbx_writer import Array, Long, Name, Node
 from pictures import checker
 from shapes import Mesh, box, cylinder, helix, lathe, sphere, unique
