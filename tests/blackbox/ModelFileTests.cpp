@@ -140,6 +140,15 @@ TEST_F(ModelFile, OBJIsVettedBeforeItIsRead) {
             failure("The OBJ file is damaged: it refers to a vertex that it does not have; it has 0."));
 }
 
+TEST_F(ModelFile, OBJThatHoldsNothingToDrawIsRefused) {
+  for (const std::string& text :
+       {std::string(), std::string("# nothing\no x\ng y\nvt 0 0\n"), std::string(1000, '\0')}) {
+    put("m.obj", text);
+    EXPECT_EQ(rendering("m.obj"), failure("The OBJ file holds nothing that can be drawn."));
+  }
+  EXPECT_FALSE(fs::exists(folder / "picture.png"));
+}
+
 // STL and PLY.
 
 const std::string plyHeader =

@@ -100,6 +100,16 @@ TEST_F(SceneReaders, HaveTheirFindingsBetweenTheInstancesAndThoseOfItsParts) {
   EXPECT_EQ(summary.modelInfo.animationCount, 0) << "nothing plays an animation of glTF";
 }
 
+TEST_F(SceneReaders, OfFBXLeaveTheirPlayerWithTheModel) {
+  // The FBX library reads OBJ as well, whatever the file's name.
+  const FileURL url = file("m.fbx", objTriangle);
+  controller.load(url, {}, ModelFormat::fbx);
+  EXPECT_EQ(controller.modelInfo().triangleCount, 1);
+  const auto& player = controller.modelEntries().begin()->second.fallbackAnimationPlayer;
+  ASSERT_NE(player, nullptr);
+  EXPECT_EQ(player->modelURL(), url);
+}
+
 TEST_F(SceneReaders, FindARelativePathBelowTheRootOfTheFileSystem) {
   const std::string path = file("m.obj", objTriangle).path();
   controller.addModelInstance(instanceOf(ModelFormat::obj, path.substr(1)), true);
@@ -125,6 +135,7 @@ TEST_F(SceneReaders, LookForResourcesInTheFoldersOfTheInstance) {
 TEST_F(SceneReaders, HaveNoStandIns) {
   for (const auto& [format, text] : {std::pair{ModelFormat::gltf, "m.gltf could not be loaded as glTF."},
                                      std::pair{ModelFormat::glb, "m.glb could not be loaded as glTF."},
+                                     std::pair{ModelFormat::obj, "The OBJ file holds nothing that can be drawn."},
                                      std::pair{ModelFormat::dae, "This build cannot read DAE files."},
                                      std::pair{ModelFormat::usdz, "This build cannot read USDZ files."},
                                      std::pair{ModelFormat::fbx, "This build cannot read FBX files."}}) {

@@ -114,6 +114,7 @@ std::shared_ptr<SCNScene> loadOBJScene(const FileURL& url, const std::vector<Fil
   const auto prepared = SceneKitOBJMaterialNormalization::prepare(url, assetDirectories);
   const FileMapping file(url);
   std::shared_ptr<SCNScene> scene = readOBJ(file.bytes(), readOBJMaterials(prepared));
+  if (scene->rootNode()->childCount() == 0) throwMalformedMesh("The OBJ file holds nothing that can be drawn.");
   SceneKitOBJMaterialNormalization::apply(prepared, *scene);
   return scene;
 }

@@ -20,7 +20,7 @@ std::shared_ptr<SCNScene> readOBJ(std::span<const std::byte> bytes, const OBJMat
 
 /// Reads an OBJ file with its material libraries and textures, which are searched in the file's folder and in
 /// `assetDirectories`, once these are vetted (SceneKitOBJMaterialNormalization.h). Throws `SceneKitOBJMaterialError`,
-/// `MeshReadError`, and `SystemError` ("read").
+/// `MeshReadError`, also for a file without vertices, and `SystemError` ("read").
 std::shared_ptr<SCNScene> loadOBJScene(const FileURL& url, const std::vector<FileURL>& assetDirectories);
 
 }  // namespace ornolith
