@@ -152,6 +152,15 @@ TEST_F(PosedModel, NamesAllCandidatesOfAnAmbiguousName) {
             "Part name 'arm' is ambiguous. Use one of these canonical paths: path:fbx:1/fbx:2, path:fbx:10.");
 }
 
+TEST_F(PosedModel, NamesSeveralPartsInTheOrderOfTheirText) {
+  for (const std::string id : {"fbx:9", "fbx:20", "fbx:10"}) authored(id, "wheel", container);
+  const std::vector<std::string> sorted{"path:fbx:1",  "path:fbx:1/fbx:2", "path:fbx:1/fbx:2/fbx:3",
+                                        "path:fbx:10", "path:fbx:20",      "path:fbx:9"};
+  EXPECT_EQ(canonicalPaths(parts()), sorted);
+  EXPECT_EQ(failure({pose("p", {{"wheel", "x=1"}})}),
+            "Part name 'wheel' is ambiguous. Use one of these canonical paths: path:fbx:10, path:fbx:20, path:fbx:9.");
+}
+
 TEST_F(PosedModel, NamesAllCandidatesOfAnAmbiguousIdentity) {
   authored("fbx:2", "other", container);
   EXPECT_EQ(failure({pose("p", {{"id:fbx:2", "x=1"}})}),

@@ -49,7 +49,9 @@ TEST(RigidDecomposition, RefusesShear) {
 
 TEST(RigidDecomposition, RefusesShearBetweenAnyTwoAxes) {
   for (const auto& [column, row] : {std::pair{1U, 0U}, std::pair{2U, 0U}, std::pair{2U, 1U}}) {
+    // So far out that the comparison with the recomposed matrix would let it pass.
     simd_float4x4 sheared;
+    sheared.columns[3].x = 100000;
     sheared.columns[column][row] = 0.001F;
     EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(sheared)) << column << row;
     sheared.columns[column][row] = 0.00009F;
@@ -70,10 +72,10 @@ TEST(RigidDecomposition, RefusesPerspective) {
   for (std::size_t column = 0; column < 4; ++column) {
     for (const float sign : {1.0F, -1.0F}) {
       simd_float4x4 m;
+      m.columns[3].x = 100000;
       m.columns[column].w += sign * 0.001F;
       EXPECT_FALSE(RigidLocalTransformAnalyzer::decompose(m)) << column;
-      m = {};
-      m.columns[column].w += sign * 0.000009F;
+      m.columns[column].w = (column == 3 ? 1.0F : 0.0F) + sign * 0.000009F;
       EXPECT_TRUE(RigidLocalTransformAnalyzer::decompose(m)) << column;
     }
   }
@@ -96,9 +98,9 @@ TEST(RigidDecomposition, RefusesWhatIsNotFinite) {
 TEST(RigidDecomposition, AllowsFloatNoiseBesideLargeTranslations) {
   const RigidLocalTRS far{.translation = {100000, -80000, 5},
                           .orientation = normalized(simd_quatf{0.3F, 0.2F, 0.1F, 0.9F}),
-                          .scale = {3, 0.5F, 1}};
+                          .scale = {300, 0.5F, 1}};
   simd_float4x4 noisy = far.matrix();
-  noisy.columns[0].y += 0.00005F;
+  noisy.columns[0].y += 0.02F;
   EXPECT_TRUE(RigidLocalTransformAnalyzer::decompose(noisy));
 }
 
