@@ -176,12 +176,10 @@ struct PhysicalSurface {
   FloatVector roughness, metalness;
   FloatVector3 f0;  ///< Reflectance straight on.
   FloatVector f90;  ///< Edge on.
-  FloatVector coatRoughness;
-  FloatVector coat;  ///< The share of light that the coat reflects instead of the surface.
+  FloatVector coatRoughness, coatStrength;
 };
 
-PhysicalSurface physicalSurface(const ShadingPlan& plan, const Place& place, FloatVector3 base, FloatVector3 coatNormal,
-                                FloatVector3 view) {
+PhysicalSurface physicalSurface(const ShadingPlan& plan, const Place& place, FloatVector3 base) {
   PhysicalSurface s;
   s.roughness = scalar(plan.roughness, place);
   s.metalness = scalar(plan.metalness, place);
@@ -194,13 +192,8 @@ PhysicalSurface physicalSurface(const ShadingPlan& plan, const Place& place, Flo
   }
   s.f0 = f0 + (base - f0) * s.metalness;
   s.f90 = f90 + (all(1.0f) - f90) * s.metalness;
-  s.coat = hn::Zero(Floats());
-  s.coatRoughness = hn::Zero(Floats());
-  if (!plan.hasClearCoat) return s;
-  s.coatRoughness = scalar(plan.clearCoatRoughness, place);
-  const FloatVector fresnel =
-      all(coatReflectance) + all(1.0f - coatReflectance) * grazing(smaller(viewCosine(coatNormal, view), all(1.0f)));
-  s.coat = scalar(plan.clearCoat, place) * fresnel;
+  s.coatRoughness = plan.hasClearCoat ? scalar(plan.clearCoatRoughness, place) : hn::Zero(Floats());
+  s.coatStrength = plan.hasClearCoat ? scalar(plan.clearCoat, place) : hn::Zero(Floats());
   return s;
 }
 
@@ -211,12 +204,6 @@ HWY_INLINE FloatVector3 ggx(const device::DirectionalLight& light, const Physica
   const FloatVector3 reflected{s.f0.x + (s.f90 - s.f0.x) * edge, s.f0.y + (s.f90 - s.f0.y) * edge,
                                s.f0.z + (s.f90 - s.f0.z) * edge};
   return all(light.color) * lobe * reflected;
-}
-
-HWY_INLINE FloatVector3 blinn(const device::DirectionalLight& light, FloatVector exponent, FloatVector3 specular,
-                              const Cosines& c) {
-  const FloatVector power = fastPow(c.halfwayFacing / c.halfway, all(0.5f) * exponent);
-  return all(light.color) * hn::IfThenElseZero(hn::Gt(c.nl, hn::Zero(Floats())), power) * specular;
 }
 
 HWY_INLINE FloatVector3 diffuseLight(const LightRig& lights, FloatVector3 normal) {
@@ -234,45 +221,69 @@ HWY_INLINE FloatVector occlusion(const SlotPlan& plan, const Place& place) {
   return saturate(all(1.0f) + (plainScalar(plan, place) - all(1.0f)) * all(plan.slot->intensity));
 }
 
-/// Physically based: diffuse and ambient light, highlights and the coat over them all.
-FloatVector3 physicalLight(const ShadingPlan& plan, const LightRig& lights, const Place& place, FloatVector3 base,
-                           FloatVector3 normal, FloatVector3 coatNormal, FloatVector3 view, FloatVector3 emitted) {
-  const PhysicalSurface s = physicalSurface(plan, place, base, coatNormal, view);
+/// What the material alone decides of some fragments.
+struct Surface {
+  FloatVector3 base, emitted;
+  FloatVector3 even;  ///< Ambient light that arrives.
+  FloatVector opacity;
+  PhysicalSurface physical;
+};
+
+HWY_INLINE Surface surfaceAt(const ShadingPlan& plan, const LightRig& lights, const FragmentBatch& batch,
+                             const Place& place) {
+  Surface s;
+  s.base = color(plan.diffuse, place);
+  if (plan.hasVertexColor) {
+    s.base =
+        s.base * FloatVector3{load(batch.color.x, place.i), load(batch.color.y, place.i), load(batch.color.z, place.i)};
+  }
+  s.emitted = plan.hasEmission ? color(plan.emission, place) : all(simd_float3{});
+  s.opacity = opacity(plan, plan.diffuse, plan.transparent, batch, place);
+  if (plan.isLit) s.even = all(lights.ambient) * occlusion(plan.ambientOcclusion, place);
+  if (plan.isPhysical) s.physical = physicalSurface(plan, place, s.base);
+  return s;
+}
+
+/// The clear coat over the light of what is below.
+FloatVector3 coatedLight(const LightRig& lights, const Surface& surface, FloatVector3 below, FloatVector3 normal,
+                         FloatVector3 view) {
+  const PhysicalSurface& s = surface.physical;
+  FloatVector3 mirrored = surface.even;
+  for (const device::DirectionalLight& light : lights.directional) {
+    const FloatVector lobe = ggxLobe(s.coatRoughness, cosines(view, normal, all(-light.direction)));
+    mirrored = mirrored + all(light.color) * lobe;
+  }
+  const FloatVector fresnel =
+      all(coatReflectance) + all(1.0f - coatReflectance) * grazing(smaller(viewCosine(normal, view), all(1.0f)));
+  const FloatVector coat = s.coatStrength * fresnel;
+  return below * (all(1.0f) - coat) + mirrored * coat;
+}
+
+/// Physically based: diffuse and ambient light and highlights.
+FloatVector3 physicalLight(const LightRig& lights, const Surface& surface, FloatVector3 normal, FloatVector3 view) {
+  const PhysicalSurface& s = surface.physical;
   FloatVector3 diffuse = all(simd_float3{}), highlight = diffuse;
   for (const device::DirectionalLight& light : lights.directional) {
     const Cosines c = cosines(view, normal, all(-light.direction));
     diffuse = diffuse + all(light.color) * positive(c.nl);
     highlight = highlight + ggx(light, s, c);
   }
-  const FloatVector3 even = all(lights.ambient) * occlusion(plan.ambientOcclusion, place);
-  const FloatVector3 surface = base * (diffuse * (all(1.0f) - s.metalness) + even) + highlight + emitted;
-  if (!plan.hasClearCoat) return surface;
-  FloatVector3 mirrored = even;
-  for (const device::DirectionalLight& light : lights.directional) {
-    const FloatVector lobe = ggxLobe(s.coatRoughness, cosines(view, coatNormal, all(-light.direction)));
-    mirrored = mirrored + all(light.color) * lobe;
-  }
-  return surface * (all(1.0f) - s.coat) + mirrored * s.coat;
+  return surface.base * (diffuse * (all(1.0f) - s.metalness) + surface.even) + highlight + surface.emitted;
 }
 
-FloatVector3 shadedColor(const ShadingPlan& plan, const LightRig& lights, const Place& place, FragmentBatch& batch) {
-  FloatVector3 base = color(plan.diffuse, place);
-  if (plan.hasVertexColor) {
-    base =
-        base * FloatVector3{load(batch.color.x, place.i), load(batch.color.y, place.i), load(batch.color.z, place.i)};
-  }
-  const FloatVector3 emitted = plan.hasEmission ? color(plan.emission, place) : all(simd_float3{});
-  if (!plan.isLit) return base + emitted;
+FloatVector3 shadedColor(const ShadingPlan& plan, const LightRig& lights, const Surface& surface, const Place& place,
+                         FragmentBatch& batch) {
+  if (!plan.isLit) return surface.base + surface.emitted;
   const FloatVector face = faceOf(batch, place.i);
   const FloatVector3 smooth = load(batch.normal, place.i);
   const FloatVector3 normal = (plan.hasNormalMap ? mappedNormal(plan.normal, place, batch, smooth) : smooth) * face;
   if (!plan.isPhysical) {
     if (plan.hasNormalMap || batch.hasBackFaces) store(normal, batch.normal, place.i);
-    return base * (diffuseLight(lights, normal) + all(lights.ambient) * occlusion(plan.ambientOcclusion, place)) +
-           emitted;
+    return surface.base * (diffuseLight(lights, normal) + surface.even) + surface.emitted;
   }
   const FloatVector3 view = load(batch.view, place.i);
-  return physicalLight(plan, lights, place, base, normal, smooth * face, view, emitted);
+  const FloatVector3 light = physicalLight(lights, surface, normal, view);
+  return plan.hasClearCoat ? coatedLight(lights, surface, light, smooth * face, view) : light;
 }
 
 HWY_INLINE void storeColor(FloatVector3 color, FragmentBatch& batch, std::size_t i) {
@@ -306,12 +317,13 @@ void addHighlights(const ShadingPlan& plan, const LightRig& lights, std::span<co
       const Cosines c = cosines(load(batch.view, i), load(batch.normal, i), all(-light.direction));
       store(hn::IfThenElseZero(hn::Gt(c.nl, all(0.0f)), c.halfwayFacing / c.halfway), squaredCosine, i);
     }
+    FloatVector3 specular = all(light.color) * color(plan.specular, {samples, 0});
     for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
-      const FloatVector3 specular = color(plan.specular, {samples, i});
+      if (plan.specular.isTextured) specular = all(light.color) * color(plan.specular, {samples, i});
       const FloatVector power = fastPow(load(squaredCosine, i), exponent);
       const Lane4& below = batch.result;
       const FloatVector3 surface{load(below.x, i), load(below.y, i), load(below.z, i)};
-      storeColor(surface + all(light.color) * power * specular, batch, i);
+      storeColor(surface + specular * power, batch, i);
     }
   }
 }
@@ -319,10 +331,17 @@ void addHighlights(const ShadingPlan& plan, const LightRig& lights, std::span<co
 void lightFragments(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays,
                     std::span<const Lane4> samples, FragmentBatch& batch) {
   if (plan.isLit) makeDirections(plan, rays, batch);
-  for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
-    const Place place{samples, i};
-    storeColor(shadedColor(plan, lights, place, batch), batch, i);
-    store(opacity(plan, plan.diffuse, plan.transparent, batch, place), batch.result.w, i);
+  const auto light = [&](const Surface& surface, std::size_t i) {
+    storeColor(shadedColor(plan, lights, surface, {samples, i}, batch), batch, i);
+    store(surface.opacity, batch.result.w, i);
+  };
+  if (plan.reads.empty() && !plan.hasVertexColor) {
+    const Surface same = surfaceAt(plan, lights, batch, {samples, 0});
+    for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) light(same, i);
+  } else {
+    for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
+      light(surfaceAt(plan, lights, batch, {samples, i}), i);
+    }
   }
   if (plan.hasSpecular) addHighlights(plan, lights, samples, batch);
 }
