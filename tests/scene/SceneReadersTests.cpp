@@ -140,7 +140,7 @@ TEST_F(SceneReaders, HaveNoStandIns) {
                                      std::pair{ModelFormat::usdz, "This build cannot read USDZ files."},
                                      std::pair{ModelFormat::fbx, "This build cannot read FBX files."}}) {
     const FileURL url = file("m." + std::string(rawValue(format)), "This is no model.");
-    EXPECT_EQ(failureOf([&] { controller.load(url, {}, format); }), text);
+    EXPECT_EQ(failureOf([&, format = format] { controller.load(url, {}, format); }), text);
     EXPECT_THAT(controller.modelEntries(), IsEmpty());
   }
 }
