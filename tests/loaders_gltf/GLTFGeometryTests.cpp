@@ -2,12 +2,10 @@
 
 #include <cmath>
 #include <limits>
-#include <numeric>
 #include <string>
 #include <vector>
 
 #include "GLTFFile.h"
-#include "loaders/gltf/GLTFStreamMemory.h"
 
 namespace ornolith {
 namespace {
@@ -142,27 +140,6 @@ TEST(GLTFIndices, DropWhatIsLeftOverBehindTheLastPrimitive) {
 }
 
 // Accessors.
-
-TEST(GLTFStreamMemory, KeepsManyStreamsApartAndAlive) {
-  std::vector<GLTFStreamMemory::Stream<std::uint32_t>> streams;
-  {
-    GLTFStreamMemory memory;
-    // Small ones, ones that share blocks, and one with pages of its own; 80 MB in all.
-    for (const std::size_t count : {3U, 400'000U, 1U, 0U, 700'001U, 2'500'000U, 1'999'999U, 1'999'998U, 1'999'999U,
-                                    1'999'997U, 1'999'999U, 5U, 1'999'999U, 1'999'999U}) {
-      streams.push_back(memory.make<std::uint32_t>(count));
-      ASSERT_EQ(streams.back().values.size(), count);
-      ASSERT_EQ(streams.back().bytes->size(), count * sizeof(std::uint32_t));
-      const auto first = static_cast<std::uint32_t>(streams.size() * 10'000'000);
-      std::iota(streams.back().values.begin(), streams.back().values.end(), first);
-    }
-  }
-  for (std::size_t number = 0; number < streams.size(); ++number) {
-    const std::span<const std::uint32_t> values = streams[number].values;
-    EXPECT_TRUE(streams[number].bytes);
-    for (std::size_t i = 0; i < values.size(); ++i) ASSERT_EQ(values[i], (number + 1) * 10'000'000 + i);
-  }
-}
 
 /// The positions that an accessor over `bytes` gives.
 std::vector<double> positionsFrom(const std::string& bytes, int type, const std::string& further,

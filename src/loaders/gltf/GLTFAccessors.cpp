@@ -220,11 +220,6 @@ LargeVector<float> GLTFAccessors::floats(GLTFIndex accessor) {
   const Layout base = baseLayout(accessor);
   budget_.take(base.count, base.components * sizeof(float));
   LargeVector<float> values(base.count * base.components);
-  writeFloats(accessor, base, values);
-  return values;
-}
-
-void GLTFAccessors::writeFloats(GLTFIndex accessor, const Layout& base, std::span<float> values) {
   if (base.bytes.bytes.empty()) {
     std::fill(values.begin(), values.end(), 0.0F);
   } else {
@@ -232,6 +227,7 @@ void GLTFAccessors::writeFloats(GLTFIndex accessor, const Layout& base, std::spa
                     values.data());
   }
   if (record(accessor).sparse) addSparseValues(accessor, values);
+  return values;
 }
 
 template <typename Put>
@@ -280,12 +276,7 @@ std::shared_ptr<const SCNGeometrySource> GLTFAccessors::source(GLTFIndex accesso
                          isAligned(base.bytes.bytes.data());
   if (isInPlace) return entry->second = make(base.bytes.shared(), base.stride);
   SharedBytes& converted = convertedSources_[accessor];
-  if (!converted) {
-    budget_.take(base.count, base.components * sizeof(float));
-    auto stream = memory_.make<float>(base.count * base.components);
-    writeFloats(accessor, base, stream.values);
-    converted = std::move(stream.bytes);
-  }
+  if (!converted) converted = SharedBytes::takingOver(floats(accessor));
   return entry->second = make(converted, base.components * sizeof(float));
 }
 
@@ -311,8 +302,7 @@ GLTFAccessors::Indices GLTFAccessors::makeIndices(GLTFIndex accessor) {
     indices.data = layout.bytes.shared();
   } else {
     budget_.take(layout.count, sizeof(std::uint32_t));
-    auto stream = memory_.make<std::uint32_t>(layout.count);
-    const std::span<std::uint32_t> widened = stream.values;
+    LargeVector<std::uint32_t> widened(layout.count);
     const std::size_t given = record.bufferView ? layout.count : 0;
     if (!widenAny(layout.type, bytes.data(), layout.stride, given, widened.data(), indices.largest)) {
       refuse(accessor, "has indices of a type that is not allowed.");
@@ -325,7 +315,7 @@ GLTFAccessors::Indices GLTFAccessors::makeIndices(GLTFIndex accessor) {
       });
       indices.largest = largestOf(widened);
     }
-    indices.data = std::move(stream.bytes);
+    indices.data = SharedBytes::takingOver(std::move(widened));
   }
   const std::uint32_t restart = std::numeric_limits<std::uint32_t>::max() >> (32 - 8 * componentSize(layout.type));
   if (indices.count > 0 && indices.largest == restart) refuse(accessor, "holds an index that restarts a primitive.");

@@ -10,7 +10,6 @@
 #include "foundation/LargeVector.h"
 #include "foundation/SharedBytes.h"
 #include "loaders/gltf/GLTFBuffers.h"
-#include "loaders/gltf/GLTFStreamMemory.h"
 #include "scenegraph/SCNGeometrySource.h"
 
 namespace ornolith {
@@ -58,13 +57,11 @@ class GLTFAccessors {
   template <typename Put>
   void forEachSparseElement(GLTFIndex accessor, const Put& put);
   void addSparseValues(GLTFIndex accessor, std::span<float> values);
-  void writeFloats(GLTFIndex accessor, const Layout& base, std::span<float> values);
   Indices makeIndices(GLTFIndex accessor);
 
   const GLTFDocument& document_;
   GLTFBuffers& buffers_;
   GLTFMemoryBudget& budget_;
-  GLTFStreamMemory memory_;
   std::map<std::pair<GLTFIndex, SCNGeometrySourceSemantic>, std::shared_ptr<const SCNGeometrySource>> sources_;
   std::map<GLTFIndex, SharedBytes> convertedSources_;
   std::map<GLTFIndex, Indices> indices_;
