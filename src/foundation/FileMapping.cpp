@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <utility>
@@ -42,6 +43,14 @@ FileMapping& FileMapping::operator=(FileMapping&& other) noexcept {
     isMapped_ = std::exchange(other.isMapped_, false);
   }
   return *this;
+}
+
+void FileMapping::forget(std::span<const std::byte> part) const noexcept {
+  if (!isMapped_) return;
+  const auto pageSize = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  const auto begin = static_cast<std::size_t>(part.data() - bytes_.data()) / pageSize * pageSize;
+  const auto end = static_cast<std::size_t>(part.data() + part.size() - bytes_.data());
+  ::madvise(const_cast<std::byte*>(bytes_.data() + begin), end - begin, MADV_DONTNEED);
 }
 
 void FileMapping::unmap() noexcept {

@@ -21,12 +21,9 @@ class FileMapping {
   ~FileMapping() { unmap(); }
 
   std::span<const std::byte> bytes() const noexcept { return bytes_; }
-  /// Lets go of the bytes before the object goes; there are none from then on.
-  void release() noexcept {
-    unmap();
-    bytes_ = {};
-    copy_ = {};
-  }
+  /// Gives back the memory that shows a part of the bytes, which will hardly be looked at again; where it is, it shows
+  /// them anew. Other threads may look at any of the bytes meanwhile.
+  void forget(std::span<const std::byte> part) const noexcept;
   std::string_view text() const noexcept { return {reinterpret_cast<const char*>(bytes_.data()), bytes_.size()}; }
 
  private:

@@ -18,11 +18,11 @@ std::shared_ptr<SCNScene> loadModelIOScene(const FileURL& url, ModelFormat forma
   if (format != ModelFormat::stl && format != ModelFormat::ply) {
     throw SceneLoadError(scene_load_error::UnsupportedModelIOFormat{format});
   }
-  FileMapping file(url);
-  const auto release = [&] { file.release(); };
+  const FileMapping file(url);
+  const auto forget = [&](std::span<const std::byte> part) { file.forget(part); };
   std::shared_ptr<SCNScene> scene = format == ModelFormat::stl
-                                        ? readSTL(file.bytes(), release)
-                                        : readPLY(file.bytes(), url.deletingLastPathComponent(), release);
+                                        ? readSTL(file.bytes(), forget)
+                                        : readPLY(file.bytes(), url.deletingLastPathComponent(), forget);
   if (scene->rootNode()->childCount() == 0) throw SceneLoadError(scene_load_error::EmptyModelIOScene{url});
   return scene;
 }

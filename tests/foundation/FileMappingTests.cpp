@@ -80,13 +80,23 @@ TEST(FileMapping, RefusesWhatIsNoRegularFile) {
   EXPECT_EQ(codeOfRefusal(folder / "link", FinalLink::refuse), ELOOP);
 }
 
-TEST(FileMapping, HasNoBytesOnceTheyAreReleased) {
+TEST(FileMapping, ShowsBytesAnewThatWereForgotten) {
   const TemporaryFolder folder;
-  folder.makeFile("file", "contents");
-  FileMapping mapping(FileURL(folder / "file"));
-  mapping.release();
-  EXPECT_TRUE(mapping.bytes().empty());
-  mapping.release();
+  const std::string contents = std::string(100'000, 'a') + "end";
+  folder.makeFile("file", contents);
+  const FileMapping mapping(FileURL(folder / "file"));
+  EXPECT_EQ(mapping.text(), contents);
+  mapping.forget(mapping.bytes().subspan(1000, 50'000));
+  EXPECT_EQ(mapping.text(), contents);
+  mapping.forget(mapping.bytes());
+  EXPECT_EQ(mapping.text(), contents);
+}
+
+TEST(FileMapping, KeepsACopyThatItIsToldToForget) {
+  const FileMapping mapping(FileURL("/proc/self/status"));
+  const std::string contents(mapping.text());
+  mapping.forget(mapping.bytes());
+  EXPECT_EQ(mapping.text(), contents);
 }
 
 }  // namespace

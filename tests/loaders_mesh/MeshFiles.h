@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -48,6 +49,14 @@ void expectSurvivesDamage(const Read& read, const std::string& file) {
   const auto readOrRefuse = [&](const std::string& damaged) { refusalOf(read, damaged); };
   testsupport::cutEverywhere(file, readOrRefuse);
   testsupport::patchAtRandom(file, 3000, 7, readOrRefuse);
+}
+
+/// How many bytes the reader says it has read.
+template <typename Read>
+std::size_t bytesNotedBy(const Read& read, const std::string& file) {
+  std::atomic<std::size_t> count = 0;
+  read(bytesOf(file), [&](std::span<const std::byte> part) { count += part.size(); });
+  return count;
 }
 
 using testsupport::sharedModels;

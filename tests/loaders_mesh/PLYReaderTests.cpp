@@ -409,5 +409,16 @@ TEST(PLYReader, ReadsRealFilesSoundly) {
   }
 }
 
+TEST(PLYReader, SaysWhatItHasRead) {
+  const auto read = [](auto bytes, const BytesRead& whenRead) { return readPLY(bytes, std::nullopt, whenRead); };
+  const std::string mesh = threeVertices + faces;
+  const std::string rows = "0 0 0\n1 0 0\n0 1 0\n3 0 1 2";
+  EXPECT_EQ(bytesNotedBy(read, header("ascii", mesh) + rows), rows.size());
+  std::string points;
+  for (int i = 0; i < 1'000'000; ++i) points += packed(1.0F) + packed(2.0F) + packed(3.0F);
+  const std::string cloud = "element vertex 1000000\nproperty float x\nproperty float y\nproperty float z\n";
+  EXPECT_EQ(bytesNotedBy(read, header("binary_little_endian", cloud) + points), points.size());
+}
+
 }  // namespace
 }  // namespace ornolith

@@ -215,13 +215,22 @@ TEST(STLReader, LooksAtNoByteOnceItHasSaidSo) {
   const std::string file = foldedFile(3);
   std::string lost = file;
   int calls = 0;
-  const auto scene = readSTL(bytesOf(lost), [&] {
+  const auto scene = readSTL(bytesOf(lost), [&](std::span<const std::byte> /*part*/) {
     lost.assign(lost.size(), '\xFF');
     ++calls;
   });
   EXPECT_EQ(calls, 1);
   const auto expected = readSTL(bytesOf(file));
   EXPECT_EQ(geometryAt(*scene, 0).boundingBox(), geometryAt(*expected, 0).boundingBox());
+}
+
+TEST(STLReader, SaysWhatItHasRead) {
+  const auto read = [](auto bytes, const BytesRead& whenRead) { return readSTL(bytes, whenRead); };
+  EXPECT_EQ(bytesNotedBy(read, binaryFile({0, 0, 0})), 150U);
+  // Long enough for several parts.
+  EXPECT_EQ(bytesNotedBy(read, binaryFile(std::vector<std::uint16_t>(200'000))), 10'000'000U);
+  const std::string text = "solid\n" + textFacet() + "endsolid\n";
+  EXPECT_EQ(bytesNotedBy(read, text), text.size());
 }
 
 }  // namespace

@@ -40,7 +40,8 @@ std::string facets(std::size_t count) {
 }
 
 FacetCorners cornersOf(const std::string& bytes, bool wordCounts) {
-  return {.bytes = bytesOf(bytes), .facetSize = 50, .firstCorner = 12, .wordCounts = wordCounts};
+  const FacetWords words = wordCounts ? FacetWords::counted : FacetWords::noted;
+  return {.bytes = bytesOf(bytes), .facetSize = 50, .firstCorner = 12, .words = words};
 }
 
 /// The same by an ordered map.
@@ -88,6 +89,7 @@ TEST(VertexWelding, DoesNotDependOnTheThreads) {
       EXPECT_EQ(corners.vertices, expected.vertices) << threads;
       EXPECT_EQ(corners.positions, expected.positions) << threads;
       EXPECT_EQ(corners.words, expected.words) << threads;
+      EXPECT_EQ(corners.bitsOfWords, 1);
     }
   }
 }

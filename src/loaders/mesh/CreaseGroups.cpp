@@ -20,11 +20,11 @@ constexpr int mostSearched = 64;
 
 void CreaseGroups::add(std::span<const std::uint32_t> triangles, std::size_t firstTriangle) {
   for (std::size_t first = 0; first < triangles.size(); first += 3) {
-    std::uint32_t some = 0;
+    bool isWanted = false;
     for (std::size_t corner = 0; corner < 3; ++corner) {
-      some |= sums_[range_.numberOf(places_.placeOf(triangles[first + corner]))].groups;
+      isWanted |= latestGroups_[range_.numberOf(places_.placeOf(triangles[first + corner]))] != noPlace;
     }
-    if (some == 0) continue;
+    if (!isWanted) continue;
     for (std::size_t corner = 0; corner < 3; ++corner) {
       const std::uint32_t source = triangles[first + corner];
       const float* position = places_.positions.data() + std::size_t{source} * 3;
@@ -43,12 +43,12 @@ void CreaseGroups::finishBatch() {
     const simd_double3 areaNormal = {x, y, z};
     for (std::size_t i = 0; i < 3; ++i) {
       const std::uint32_t source = sources_[i][facet];
-      PlaceSum& place = sums_[range_.numberOf(places_.placeOf(source))];
-      if (place.groups == 0) continue;
+      std::uint32_t& latest = latestGroups_[range_.numberOf(places_.placeOf(source))];
+      if (latest == noPlace) continue;
       const auto corner = static_cast<std::uint32_t>(firstCorners_[facet] + i);
-      Group& group = groups_[groupAt(place, smoothingGroupOf(corner / 3), facet)];
+      Group& group = groups_[groupAt(latest, smoothingGroupOf(corner / 3), facet)];
       if (batch_.hasArea(facet)) group.sum = group.sum + areaNormal * batch_.angles[i][facet];
-      const bool isOnly = group.previous == none && groups_.data() + (place.groups - unbegun - 1) == &group;
+      const bool isOnly = group.previous == none && &groups_[latest] == &group;
       const std::uint32_t vertex = isOnly && keepsItsNumber(group, source) ? none : memberOf(group, source);
       if (vertex != none) moved_.push_back({corner, vertex});
     }
@@ -61,10 +61,9 @@ std::uint32_t CreaseGroups::smoothingGroupOf(std::size_t triangle) const {
 }
 
 /// The latest group of the place that the facet belongs to, or a new one.
-std::uint32_t CreaseGroups::groupAt(PlaceSum& place, std::uint32_t smoothingGroup, std::size_t facet) {
-  const std::uint32_t last = place.groups == unbegun ? none : place.groups - unbegun - 1;
+std::uint32_t CreaseGroups::groupAt(std::uint32_t& latest, std::uint32_t smoothingGroup, std::size_t facet) {
   if (smoothingGroup != flatFacet) {
-    std::uint32_t number = last;
+    std::uint32_t number = latest;
     for (int i = 0; i < mostSearched && number != none; ++i, number = groups_[number].previous) {
       if (isOf(groups_[number], smoothingGroup, facet)) return number;
     }
@@ -72,8 +71,8 @@ std::uint32_t CreaseGroups::groupAt(PlaceSum& place, std::uint32_t smoothingGrou
   const auto added = static_cast<std::uint32_t>(groups_.size());
   const auto& [x, y, z, unused] = batch_.directions[facet];
   groups_.push_back(
-      {.sum = {}, .firstFacet = {x, y, z}, .smoothingGroup = smoothingGroup, .previous = last, .lastMember = none});
-  place.groups = added + unbegun + 1;
+      {.sum = {}, .firstFacet = {x, y, z}, .smoothingGroup = smoothingGroup, .previous = latest, .lastMember = none});
+  latest = added;
   return added;
 }
 

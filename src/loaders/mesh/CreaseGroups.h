@@ -28,19 +28,19 @@ struct SplitVertices {
 /// It is the long way, for places that creases part.
 class CreaseGroups {
  public:
-  /// The places are the range's of whose sums `beginAt` is called. `smoothingGroups` has one for each triangle, or is
-  /// empty where all are creased by angle. In `used`, where several vertices may stand at one place, the vertices that
-  /// keep their number are marked with 2. Normals of given vertices are written to `normals`.
-  CreaseGroups(const MeshPlaces& places, const PlaceRange& range, std::span<PlaceSum> sums,
-               std::span<const std::uint32_t> smoothingGroups, std::span<std::uint8_t> used, float* normals)
+  /// The places are the range's of which `beginAt` is called. `smoothingGroups` has one for each triangle, or is empty
+  /// where all are creased by angle. In `used`, where several vertices may stand at one place, the vertices that keep
+  /// their number are marked with 2. Normals of given vertices are written to `normals`.
+  CreaseGroups(const MeshPlaces& places, const PlaceRange& range, std::span<const std::uint32_t> smoothingGroups,
+               std::span<std::uint8_t> used, float* normals)
       : places_(places),
         range_(range),
-        sums_(sums),
         smoothingGroups_(smoothingGroups),
         used_(used),
-        normals_(normals) {}
+        normals_(normals),
+        latestGroups_(range.count + std::size_t{1}, noPlace) {}
 
-  void beginAt(std::uint32_t number) { sums_[number].groups = unbegun; }
+  void beginAt(std::uint32_t number) { latestGroups_[number] = none; }
 
   /// Takes the corners of triangles that lie at the places, in their order; the first one has the number given.
   void add(std::span<const std::uint32_t> triangles, std::size_t firstTriangle);
@@ -49,8 +49,8 @@ class CreaseGroups {
   void finish(SplitVertices& result);
 
  private:
-  static constexpr std::uint32_t unbegun = 1;
   static constexpr std::uint32_t none = 0xFFFFFFFF;
+  static constexpr std::uint32_t noPlace = none - 1;
 
   /// A given vertex as it is in a group.
   struct Member {
@@ -70,18 +70,18 @@ class CreaseGroups {
 
   void finishBatch();
   std::uint32_t smoothingGroupOf(std::size_t triangle) const;
-  std::uint32_t groupAt(PlaceSum& place, std::uint32_t smoothingGroup, std::size_t facet);
+  std::uint32_t groupAt(std::uint32_t& latest, std::uint32_t smoothingGroup, std::size_t facet);
   bool isOf(const Group& group, std::uint32_t smoothingGroup, std::size_t facet) const;
   bool keepsItsNumber(const Group& firstGroup, std::uint32_t source) const;
   std::uint32_t memberOf(Group& group, std::uint32_t source);
 
   const MeshPlaces& places_;
   PlaceRange range_;
-  std::span<PlaceSum> sums_;
   std::span<const std::uint32_t> smoothingGroups_;
   std::span<std::uint8_t> used_;
   float* normals_;
 
+  std::vector<std::uint32_t> latestGroups_;  // Of each place, and of what lies outside.
   std::vector<Group> groups_;
   std::vector<Member> members_;
   std::uint32_t furtherCount_ = 0;

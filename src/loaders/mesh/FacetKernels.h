@@ -31,7 +31,6 @@ struct PlaceRange {
 struct alignas(64) PlaceSum {
   std::array<double, 4> normal{};     ///< Of the facets' normals, weighted; the fourth component means nothing.
   std::array<float, 4> directions{};  ///< Of their unit normals; the fourth counts them, those without an area twice.
-  std::uint32_t groups = 0;           ///< For CreaseGroups.h.
 };
 
 /// Facets of which a normal and the angles at the corners are wanted.

@@ -48,25 +48,44 @@ class FaceReader {
   // Rows of a byte that counts and as many indices of 32 bits, most of them triangles.
   template <PLYByteOrder order>
   void readCommonRows() {
-    constexpr std::size_t indexSize = sizeof(std::uint32_t);
-    constexpr std::size_t triangleSize = 1 + 3 * indexSize;
-    LargeVector<std::uint32_t>& triangles = mesh_.triangles;
-    triangles.reserve(triangles.size() + std::min<std::size_t>(element_.count, rows_.rest().size() / triangleSize) * 3);
-    for (std::uint64_t row = 0; row < element_.count; ++row) {
-      const std::byte* place = rows_.rest().data();
-      if (rows_.rest().size() >= triangleSize && *place == std::byte{3}) {
-        const auto a = valueAt<std::uint32_t, order>(place + 1);
-        const auto b = valueAt<std::uint32_t, order>(place + 1 + indexSize);
-        const auto c = valueAt<std::uint32_t, order>(place + 1 + 2 * indexSize);
-        if (std::max({a, b, c}) >= vertexCount_) failForVertex(row);
-        triangles.insert(triangles.end(), {a, b, c});
-        rows_.advance(triangleSize);
+    const std::size_t mostTriangles = std::min<std::size_t>(element_.count, rows_.rest().size() / triangleSize);
+    mesh_.triangles.reserve(mesh_.triangles.size() + mostTriangles * 3);
+    for (std::uint64_t row = 0; row < element_.count;) {
+      rows_.enter(element_, row);
+      if (const std::size_t count = countTriangles(element_.count - row); count > 0) {
+        readTriangles<order>(row, count);
+        row += count;
       } else {
-        rows_.enter(element_, row);
         readIndices(element_.properties.front());
         addPolygon();
+        ++row;
       }
     }
+  }
+
+  /// How many of the next rows are triangles, up to some thousand.
+  std::size_t countTriangles(std::uint64_t rowsLeft) const {
+    constexpr std::uint64_t most = 4096;
+    const std::byte* place = rows_.rest().data();
+    const std::uint64_t held = std::min({rowsLeft, rows_.rest().size() / triangleSize, most});
+    std::size_t count = 0;
+    while (count < held && place[count * triangleSize] == std::byte{3}) ++count;
+    return count;
+  }
+
+  template <PLYByteOrder order>
+  void readTriangles(std::uint64_t firstRow, std::size_t count) {
+    const std::byte* place = rows_.rest().data() + 1;
+    const std::size_t before = mesh_.triangles.size();
+    mesh_.triangles.resize(before + count * 3);
+    std::uint32_t* corners = mesh_.triangles.data() + before;
+    for (std::size_t i = 0; i < count; ++i, place += triangleSize, corners += 3) {
+      corners[0] = valueAt<std::uint32_t, order>(place);
+      corners[1] = valueAt<std::uint32_t, order>(place + sizeof(std::uint32_t));
+      corners[2] = valueAt<std::uint32_t, order>(place + 2 * sizeof(std::uint32_t));
+      if (std::max({corners[0], corners[1], corners[2]}) >= vertexCount_) failForVertex(firstRow + i);
+    }
+    rows_.advance(count * triangleSize);
   }
 
   void readRows() {
@@ -213,6 +232,7 @@ class FaceReader {
   }
 
   static constexpr std::uint32_t cut = 0xFFFFFFFF;
+  static constexpr std::size_t triangleSize = 1 + 3 * sizeof(std::uint32_t);
 
   PLYRows& rows_;
   const PLYElement& element_;

@@ -26,8 +26,8 @@ constexpr std::size_t mostVertices = std::numeric_limits<std::int32_t>::max();
 
 class MeshReader {
  public:
-  MeshReader(std::span<const std::byte> bytes, const PLYHeader& header)
-      : header_(header), rows_(bytes.subspan(header.size), header.format) {}
+  MeshReader(std::span<const std::byte> bytes, const PLYHeader& header, const BytesRead& whenRead)
+      : header_(header), rows_(bytes.subspan(header.size), header.format, whenRead) {}
 
   IndexedMesh read() {
     readElements();
@@ -55,7 +55,11 @@ class MeshReader {
         rows_.skip(element);
       }
     }
-    for (auto& [element, rows] : earlyFaces) readPLYFaces(rows, *element, levels_, mesh_, corners_);
+    for (auto& [element, rows] : earlyFaces) {
+      readPLYFaces(rows, *element, levels_, mesh_, corners_);
+      rows.notePart();
+    }
+    rows_.notePart();
   }
 
   // Some programs write white for all vertices of a mesh whose faces have colours.
@@ -123,10 +127,9 @@ std::optional<FileURL> textureOf(const PLYHeader& header, const std::optional<Fi
 }  // namespace
 
 std::shared_ptr<SCNScene> readPLY(std::span<const std::byte> bytes, const std::optional<FileURL>& resourceFolder,
-                                  const std::function<void()>& whenRead) {
+                                  const BytesRead& whenRead) {
   const PLYHeader header = readPLYHeader(bytes);
-  IndexedMesh mesh = MeshReader(bytes, header).read();
-  if (whenRead) whenRead();
+  IndexedMesh mesh = MeshReader(bytes, header, whenRead).read();
   std::shared_ptr<SCNScene> scene = SCNScene::scene();
   if (mesh.positions.empty()) return scene;
   addMissingNormals(mesh);

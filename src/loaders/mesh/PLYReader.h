@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
 
 #include "foundation/FileURL.h"
+#include "loaders/mesh/BytesRead.h"
 #include "scenegraph/SCNScene.h"
 
 namespace ornolith {
@@ -17,10 +17,9 @@ namespace ornolith {
 /// names; faces may have a colour, where vertices have none, and texture coordinates of their corners. Everything else
 /// is skipped. Colours, bytes or fractions, are sRGB. Missing normals are computed (VertexNormals.h). The first texture
 /// that the header's comments name is shown where it is a file below `resourceFolder`. The scene is empty where there
-/// are no vertices. Calls `whenRead`, where there is one, before normals are computed, when the bytes are not looked at
-/// any more. Throws `MeshReadError`.
+/// are no vertices. Throws `MeshReadError`.
 std::shared_ptr<SCNScene> readPLY(std::span<const std::byte> bytes,
                                   const std::optional<FileURL>& resourceFolder = std::nullopt,
-                                  const std::function<void()>& whenRead = {});
+                                  const BytesRead& whenRead = {});
 
 }  // namespace ornolith

@@ -24,9 +24,11 @@ const char* textAt(const std::byte* place) noexcept {
 
 }  // namespace
 
-PLYRows::PLYRows(std::span<const std::byte> rows, PLYFormat format)
+PLYRows::PLYRows(std::span<const std::byte> rows, PLYFormat format, const BytesRead& whenRead)
     : place_(rows.data()),
       end_(rows.data() + rows.size()),
+      noted_(place_),
+      whenRead_(&whenRead),
       isText_(format == PLYFormat::ascii),
       order_(orderOf(format)) {}
 

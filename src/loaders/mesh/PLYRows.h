@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "loaders/mesh/BytesRead.h"
 #include "loaders/mesh/PLYHeader.h"
 
 namespace ornolith {
@@ -59,14 +60,21 @@ decltype(auto) withValueType(PLYType type, PLYByteOrder order, const Body& body)
 }
 
 /// Goes through the values of a PLY file's rows, one after the other. Each function throws `MeshReadError` where the
-/// file does not hold what is asked for; the sentence names the row that was entered last.
+/// file does not hold what is asked for; the sentence names the row that was entered last. `whenRead` must outlive the
+/// object and its copies.
 class PLYRows {
  public:
-  PLYRows(std::span<const std::byte> rows, PLYFormat format);
+  PLYRows(std::span<const std::byte> rows, PLYFormat format, const BytesRead& whenRead);
 
   void enter(const PLYElement& element, std::uint64_t row) noexcept {
     element_ = &element;
     row_ = row;
+    if (place_ - noted_ >= static_cast<std::ptrdiff_t>(bytesOfAPart)) notePart();
+  }
+  /// Tells that all before the next value has been read. `enter` does so now and then.
+  void notePart() {
+    noteBytesRead(*whenRead_, {noted_, place_});
+    noted_ = place_;
   }
 
   bool isText() const noexcept { return isText_; }
@@ -98,6 +106,8 @@ class PLYRows {
 
   const std::byte* place_;
   const std::byte* end_;
+  const std::byte* noted_;  // Where what `whenRead_` does not know of begins.
+  const BytesRead* whenRead_;
   bool isText_;
   PLYByteOrder order_;
   const PLYElement* element_ = nullptr;

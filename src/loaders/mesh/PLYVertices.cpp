@@ -97,14 +97,19 @@ class VertexReader {
       offsets[i + 1] = offsets[i] + sizeOf(element_.properties[i].type);
     }
     const std::size_t blockCount = (element_.count + rowsOfABlock - 1) / rowsOfABlock;
-    parallelFor(blockCount, 8, [&](std::size_t block) {
-      const std::size_t begin = block * rowsOfABlock;
-      const std::size_t count = std::min<std::size_t>(rowsOfABlock, element_.count - begin);
-      for (const Component& component : components_) {
-        readColumn(component, first + begin * rowSize + offsets[component.property], rowSize, begin, count);
-      }
-    });
-    rows_.advance(element_.count * rowSize);
+    const std::size_t blocksOfAPart = bytesOfAPart / (rowsOfABlock * rowSize) + 1;
+    for (std::size_t firstBlock = 0; firstBlock < blockCount; firstBlock += blocksOfAPart) {
+      const std::size_t end = std::min((firstBlock + blocksOfAPart) * rowsOfABlock, std::size_t{element_.count});
+      parallelFor(std::min(blocksOfAPart, blockCount - firstBlock), 8, [&](std::size_t block) {
+        const std::size_t begin = (firstBlock + block) * rowsOfABlock;
+        const std::size_t count = std::min(rowsOfABlock, end - begin);
+        for (const Component& component : components_) {
+          readColumn(component, first + begin * rowSize + offsets[component.property], rowSize, begin, count);
+        }
+      });
+      rows_.advance((end - firstBlock * rowsOfABlock) * rowSize);
+      rows_.notePart();
+    }
   }
 
   void readColumn(const Component& component, const std::byte* place, std::size_t rowSize, std::size_t begin,

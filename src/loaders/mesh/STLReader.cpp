@@ -65,29 +65,19 @@ std::size_t claimedSize(Bytes bytes) {
   return firstFacet + claimedFacetCount(bytes) * facetSize;
 }
 
-std::uint16_t attributeOf(Bytes facets, std::size_t facet) {
-  return littleEndian16(facets, facet * facetSize + facetSize - 2);
-}
-
 /// What the facets' attributes say about colours.
 enum class Coloring { none, whereTopBitIsSet, unlessTopBitIsSet, wholeObject };
 
 /// The colours of a binary file's facets.
 class FacetColors {
  public:
-  FacetColors(Bytes header, Bytes facets, std::size_t facetCount) {
+  /// `attributes` are the bits that any of the facets' attributes has.
+  FacetColors(Bytes header, std::uint16_t attributes) {
     for (std::size_t i = 0; i < levels_.size(); ++i) levels_[i] = linearFromSRGB(static_cast<float>(i) / 31.0F);
-    bool someTopBit = false;
-    bool someAttribute = false;
-    for (std::size_t facet = 0; facet < facetCount && !someTopBit; ++facet) {
-      const std::uint16_t attribute = attributeOf(facets, facet);
-      someTopBit = (attribute & topBit) != 0;
-      someAttribute = someAttribute || attribute != 0;
-    }
     if (const auto color = headerColor(header)) {
       objectColor_ = *color;
-      coloring_ = someAttribute || someTopBit ? Coloring::unlessTopBitIsSet : Coloring::wholeObject;
-    } else if (someTopBit) {
+      coloring_ = attributes != 0 ? Coloring::unlessTopBitIsSet : Coloring::wholeObject;
+    } else if ((attributes & topBit) != 0) {
       coloring_ = Coloring::whereTopBitIsSet;
     }
   }
@@ -133,15 +123,25 @@ class FacetColors {
   LinearColor objectColor_{1, 1, 1};
 };
 
-/// The vertices of facets whose corners at one place, where these have one colour, are one.
-IndexedMesh meshOfFacets(Bytes facets, const FacetColors& colors) {
+/// The vertices of facets whose corners at one place, where these have one colour, are one. Hardly a file has colours,
+/// so they are looked for on the way.
+IndexedMesh meshOfFacets(Bytes header, Bytes facets, const BytesRead& whenRead) {
   static_assert(std::endian::native == std::endian::little, "corners are copied as they stand");
-  const bool hasColors = colors.coloring() != Coloring::none;
-  WeldedCorners welded = weldedCorners({facets, facetSize, positionSize, hasColors});
+  FacetCorners corners{
+      .bytes = facets, .facetSize = facetSize, .firstCorner = positionSize, .words = FacetWords::noted};
+  WeldedCorners welded = weldedCorners(corners, whenRead);
+  const FacetColors colors(header, welded.bitsOfWords);
+  if (colors.coloring() == Coloring::whereTopBitIsSet || colors.coloring() == Coloring::unlessTopBitIsSet) {
+    corners.words = FacetWords::counted;
+    welded = {};
+    welded = weldedCorners(corners, whenRead);
+  }
   IndexedMesh mesh;
   mesh.triangles = std::move(welded.vertices);
   mesh.positions = std::move(welded.positions);
-  mesh.colors.reserve(welded.words.size() * 3);
+  if (colors.coloring() == Coloring::none) return mesh;
+  welded.words.resize(mesh.vertexCount(), 0);
+  mesh.colors.reserve(mesh.positions.size());
   for (const std::uint16_t attribute : welded.words) {
     const LinearColor color = colors.of(attribute);
     mesh.colors.insert(mesh.colors.end(), color.begin(), color.end());
@@ -149,7 +149,7 @@ IndexedMesh meshOfFacets(Bytes facets, const FacetColors& colors) {
   return mesh;
 }
 
-void readBinary(Bytes bytes, SCNScene& scene, const std::function<void()>& whenRead) {
+void readBinary(Bytes bytes, SCNScene& scene, const BytesRead& whenRead) {
   const std::size_t facetCount = claimedFacetCount(bytes);
   const std::size_t held = (bytes.size() - firstFacet) / facetSize;
   if (facetCount > held) {
@@ -159,9 +159,7 @@ void readBinary(Bytes bytes, SCNScene& scene, const std::function<void()>& whenR
   if (facetCount == 0) return;
   checkFacetCount(facetCount);
   const Bytes facets = bytes.subspan(firstFacet, facetCount * facetSize);
-  IndexedMesh mesh = meshOfFacets(facets, FacetColors(bytes.first(headerSize), facets, facetCount));
-  if (whenRead) whenRead();
-  addSolid(scene, {}, std::move(mesh));
+  addSolid(scene, {}, meshOfFacets(bytes.first(headerSize), facets, whenRead));
 }
 
 // ASCII files.
@@ -196,16 +194,19 @@ bool isText(Bytes bytes) {
 
 class TextReader {
  public:
-  TextReader(Bytes bytes, SCNScene& scene)
+  TextReader(Bytes bytes, SCNScene& scene, const BytesRead& whenRead)
       : begin_(reinterpret_cast<const char*>(bytes.data())),
         place_(begin_),
         end_(begin_ + bytes.size()),
+        noted_(begin_),
+        whenRead_(whenRead),
         scene_(scene) {}
 
   void read() {
     for (std::string_view word = nextWord(); !word.empty(); word = nextWord()) {
       if (equalsIgnoringCase(word, "facet")) {
         readFacet();
+        if (place_ - noted_ >= static_cast<std::ptrdiff_t>(bytesOfAPart)) notePart();
       } else if (equalsIgnoringCase(word, "solid")) {
         finishSolid();
         name_ = solidName();
@@ -276,8 +277,16 @@ class TextReader {
     mesh.triangles = std::move(welded.vertices);
     mesh.positions = std::move(welded.positions);
     corners_.clear();
-    if (isAtEnd()) corners_ = {};  // Normals take memory of their own.
+    if (isAtEnd()) {
+      corners_ = {};  // Normals take memory of their own.
+      notePart();
+    }
     addSolid(scene_, name, std::move(mesh));
+  }
+
+  void notePart() {
+    noteBytesRead(whenRead_, std::as_bytes(std::span(noted_, place_)));
+    noted_ = place_;
   }
 
   bool isAtEnd() noexcept {
@@ -294,6 +303,8 @@ class TextReader {
   const char* begin_;
   const char* place_;
   const char* end_;
+  const char* noted_;  // Where what `whenRead_` does not know of begins.
+  const BytesRead& whenRead_;
   SCNScene& scene_;
   std::string_view name_;
   LargeVector<float> corners_;  // Of the solid's facets, three components each.
@@ -301,14 +312,14 @@ class TextReader {
 
 }  // namespace
 
-std::shared_ptr<SCNScene> readSTL(std::span<const std::byte> bytes, const std::function<void()>& whenRead) {
+std::shared_ptr<SCNScene> readSTL(std::span<const std::byte> bytes, const BytesRead& whenRead) {
   std::shared_ptr<SCNScene> scene = SCNScene::scene();
   const bool canBeBinary = bytes.size() >= firstFacet;
   const bool isWholeBinary = canBeBinary && claimedSize(bytes) == bytes.size();
   const Bytes text =
       std::as_bytes(std::span(withoutByteOrderMark({reinterpret_cast<const char*>(bytes.data()), bytes.size()})));
   if (!isWholeBinary && isText(text)) {
-    TextReader(text, *scene).read();
+    TextReader(text, *scene, whenRead).read();
   } else if (canBeBinary) {
     readBinary(bytes, *scene, whenRead);
   } else {

@@ -156,11 +156,11 @@ class Creasing {
     finishOtherPlaces(index, scratch.others, scratch.sums);
   }
 
-  void finishOtherPlaces(std::size_t index, std::span<const std::uint32_t> others, std::span<PlaceSum> sums) {
+  void finishOtherPlaces(std::size_t index, std::span<const std::uint32_t> others, std::span<const PlaceSum> sums) {
     if (others.empty()) return;
     const PlaceRange& range = ranges_[index];
     SplitVertices& splits = splits_[index];
-    CreaseGroups groups(places_, range, sums, smoothingGroups_, used_, normals_.data());
+    CreaseGroups groups(places_, range, smoothingGroups_, used_, normals_.data());
     bool some = false;
     for (const std::uint32_t number : others) {
       const bool hasFacets = sums[number].directions[3] > 0;

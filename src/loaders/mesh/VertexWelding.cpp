@@ -26,6 +26,7 @@ struct WeldedBlock {
   std::vector<PlaceKey> keys;
   std::vector<std::uint32_t> hashes;
   std::vector<std::uint32_t> vertices;  // What they are among those of all blocks.
+  std::uint16_t bitsOfWords = 0;
 };
 
 class BlockWelding {
@@ -40,10 +41,15 @@ class BlockWelding {
     std::array<std::uint16_t, std::size_t{1} << slotBits> slots{};  // More than corners; the key's number plus one.
     block.keys.clear();
     block.hashes.clear();
+    block.bitsOfWords = 0;
     for (std::size_t facet = first; facet < end; ++facet) {
       const std::byte* position = facets_.bytes.data() + facet * facets_.facetSize + facets_.firstCorner;
       std::uint16_t word = 0;
-      if (facets_.wordCounts) std::memcpy(&word, position + cornersOfAFacet * positionSize, sizeof word);
+      if (facets_.words != FacetWords::none) {
+        std::memcpy(&word, position + cornersOfAFacet * positionSize, sizeof word);
+        block.bitsOfWords |= word;
+        if (facets_.words != FacetWords::counted) word = 0;
+      }
       for (std::size_t i = 0; i < cornersOfAFacet; ++i, position += positionSize) {
         const PlaceKey key = PlaceKey::at(position, word);
         const std::uint32_t hash = hash_(key);
@@ -66,8 +72,9 @@ class BlockWelding {
 
 class FacetWelding {
  public:
-  explicit FacetWelding(const FacetCorners& facets)
+  FacetWelding(const FacetCorners& facets, const BytesRead& whenRead)
       : facets_(facets),
+        whenRead_(whenRead),
         facetCount_(facets.bytes.size() / facets.facetSize),
         blockCount_((facetCount_ + BlockWelding::facetsOfABlock - 1) / BlockWelding::facetsOfABlock),
         expectedCount_(facetCount_ / 2 + facetCount_ / 64),
@@ -76,7 +83,7 @@ class FacetWelding {
   WeldedCorners run() {
     result_.vertices.resize(facetCount_ * cornersOfAFacet);
     result_.positions.reserve(expectedCount_ * 3);
-    if (facets_.wordCounts) result_.words.reserve(expectedCount_);
+    if (wordsCount()) result_.words.reserve(expectedCount_);
     weldInWaves();
     result_.positions.resize(vertexCount_ * 3);
     return std::move(result_);
@@ -89,6 +96,7 @@ class FacetWelding {
     const std::size_t threads = availableThreadCount();
     const std::size_t blocksOfAWave = threads == 1 ? 1 : threads * 2;
     const std::size_t waveCount = (blockCount_ + blocksOfAWave - 1) / blocksOfAWave;
+    std::size_t firstFacetNotNoted = 0;
     std::array<std::vector<WeldedBlock>, 3> waves;
     for (std::vector<WeldedBlock>& wave : waves) wave.resize(blocksOfAWave);
     const BlockWelding welding(facets_, hash_);
@@ -115,8 +123,18 @@ class FacetWelding {
         if (task == 0) return takeIn();
         task % 2 == 0 ? translate(task / 2 - 1) : weld(task / 2);
       });
+      const std::size_t firstFacetNotRead = firstFacetOf((step + 1) * blocksOfAWave);
+      if ((firstFacetNotRead - firstFacetNotNoted) * facets_.facetSize < bytesOfAPart) continue;
+      noteFacetsRead(std::exchange(firstFacetNotNoted, firstFacetNotRead), firstFacetNotRead);
     }
+    noteFacetsRead(firstFacetNotNoted, facetCount_);
   }
+
+  void noteFacetsRead(std::size_t first, std::size_t end) const {
+    noteBytesRead(whenRead_, facets_.bytes.subspan(first * facets_.facetSize, (end - first) * facets_.facetSize));
+  }
+
+  bool wordsCount() const noexcept { return facets_.words == FacetWords::counted; }
 
   std::size_t firstFacetOf(std::size_t block) const {
     return std::min(block * BlockWelding::facetsOfABlock, facetCount_);
@@ -126,10 +144,11 @@ class FacetWelding {
   }
 
   void takeInVertices(WeldedBlock& block) {
+    result_.bitsOfWords |= block.bitsOfWords;
     const std::size_t count = block.keys.size();
     block.vertices.resize(count);
     result_.positions.resize((vertexCount_ + count) * 3);
-    if (facets_.wordCounts) result_.words.resize(vertexCount_ + count);
+    if (wordsCount()) result_.words.resize(vertexCount_ + count);
     for (std::size_t i = 0; i < std::min(prefetchDistance, count); ++i) table_.prefetch(block.hashes[i]);
     for (std::size_t i = 0; i < count; ++i) {
       if (i + prefetchDistance < count) table_.prefetch(block.hashes[i + prefetchDistance]);
@@ -140,15 +159,14 @@ class FacetWelding {
           [&](std::uint32_t vertex) { return hash_(vertex == added ? key : keyOf(vertex)); });
       if (block.vertices[i] != added) continue;
       key.copyPosition(result_.positions.data() + vertexCount_ * 3);
-      if (facets_.wordCounts) result_.words[vertexCount_] = static_cast<std::uint16_t>(key.word());
+      if (wordsCount()) result_.words[vertexCount_] = static_cast<std::uint16_t>(key.word());
       ++vertexCount_;
     }
-    if (facets_.wordCounts) result_.words.resize(vertexCount_);
+    if (wordsCount()) result_.words.resize(vertexCount_);
   }
 
   PlaceKey keyOf(std::uint32_t vertex) const {
-    return PlaceKey::at(result_.positions.data() + std::size_t{vertex} * 3,
-                        facets_.wordCounts ? result_.words[vertex] : 0);
+    return PlaceKey::at(result_.positions.data() + std::size_t{vertex} * 3, wordsCount() ? result_.words[vertex] : 0);
   }
 
   void translateCorners(std::size_t block, const WeldedBlock& welded) {
@@ -157,6 +175,7 @@ class FacetWelding {
   }
 
   const FacetCorners& facets_;
+  const BytesRead& whenRead_;
   std::size_t facetCount_;
   std::size_t blockCount_;
   std::size_t expectedCount_;
@@ -241,8 +260,8 @@ class VertexSearch {
 
 }  // namespace
 
-WeldedCorners weldedCorners(const FacetCorners& facets) {
-  return FacetWelding(facets).run();
+WeldedCorners weldedCorners(const FacetCorners& facets, const BytesRead& whenRead) {
+  return FacetWelding(facets, whenRead).run();
 }
 
 LargeVector<std::uint32_t> firstVerticesThere(std::span<const float> positions) {

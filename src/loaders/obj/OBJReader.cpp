@@ -90,8 +90,9 @@ class NodeTree {
 
 }  // namespace
 
-std::shared_ptr<SCNScene> readOBJ(std::span<const std::byte> bytes, const OBJMaterials& materials) {
-  const OBJStatements statements = readOBJStatements(textOf(bytes));
+std::shared_ptr<SCNScene> readOBJ(std::span<const std::byte> bytes, const OBJMaterials& materials,
+                                  const BytesRead& whenRead) {
+  const OBJStatements statements = readOBJStatements(textOf(bytes), whenRead);
   const OBJParts parts = sortIntoParts(statements);
   const bool hasColors = !statements.colors.empty();
   auto scene = SCNScene::scene();
@@ -113,7 +114,8 @@ std::shared_ptr<SCNScene> readOBJ(std::span<const std::byte> bytes, const OBJMat
 std::shared_ptr<SCNScene> loadOBJScene(const FileURL& url, const std::vector<FileURL>& assetDirectories) {
   const auto prepared = SceneKitOBJMaterialNormalization::prepare(url, assetDirectories);
   const FileMapping file(url);
-  std::shared_ptr<SCNScene> scene = readOBJ(file.bytes(), readOBJMaterials(prepared));
+  std::shared_ptr<SCNScene> scene =
+      readOBJ(file.bytes(), readOBJMaterials(prepared), [&](std::span<const std::byte> part) { file.forget(part); });
   if (scene->rootNode()->childCount() == 0) throwMalformedMesh("The OBJ file holds nothing that can be drawn.");
   SceneKitOBJMaterialNormalization::apply(prepared, *scene);
   return scene;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/FileURL.h"
+#include "loaders/mesh/BytesRead.h"
 #include "loaders/obj/OBJMaterials.h"
 #include "scenegraph/SCNScene.h"
 
@@ -16,7 +17,8 @@ namespace ornolith {
 /// first use. A material that `materials` has not got is the default one under the name that the file gives. A file
 /// with vertices alone is a cloud of points; one without them gives an empty scene. Coordinates are taken as they
 /// stand. Throws `MeshReadError`.
-std::shared_ptr<SCNScene> readOBJ(std::span<const std::byte> bytes, const OBJMaterials& materials = {});
+std::shared_ptr<SCNScene> readOBJ(std::span<const std::byte> bytes, const OBJMaterials& materials = {},
+                                  const BytesRead& whenRead = {});
 
 /// Reads an OBJ file with its material libraries and textures, which are searched in the file's folder and in
 /// `assetDirectories`, once these are vetted (SceneKitOBJMaterialNormalization.h). Throws `SceneKitOBJMaterialError`,

@@ -5,6 +5,7 @@
 #include <exception>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -440,13 +441,14 @@ void join(OBJStatements& statements) {
 
 }  // namespace
 
-OBJStatements readOBJStatements(std::string_view text) {
+OBJStatements readOBJStatements(std::string_view text, const BytesRead& whenRead) {
   std::vector<Stretch> stretches = cutIntoStretches(text);
   OBJStatements statements;
   statements.stretches.resize(stretches.size());
   parallelFor(stretches.size(), 1, [&](std::size_t i) {
     try {
       statements.stretches[i] = StretchReader(stretches[i].text).run();
+      noteBytesRead(whenRead, std::as_bytes(std::span(stretches[i].text)));
     } catch (Fault& fault) {
       stretches[i].fault = std::move(fault);
     }

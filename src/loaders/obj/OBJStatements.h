@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/LargeVector.h"
+#include "loaders/mesh/BytesRead.h"
 
 namespace ornolith {
 
@@ -67,6 +68,6 @@ struct OBJStatements {
 /// backslash at their end. Read are v (with colours behind the position), vt, vn, f, fo, l, p, o, g, usemtl and s; all
 /// others are skipped. Every index of a corner lies in range. Long texts are read in stretches, on several threads.
 /// Throws `MeshReadError` with the number of the line, the first in the file.
-OBJStatements readOBJStatements(std::string_view text);
+OBJStatements readOBJStatements(std::string_view text, const BytesRead& whenRead = {});
 
 }  // namespace ornolith

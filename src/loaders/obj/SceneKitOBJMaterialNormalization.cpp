@@ -92,14 +92,15 @@ class Tokenizer {
 /// letters behind nothing but blanks and quotes. Lines end at carriage returns too.
 class LibraryLineSearch {
  public:
-  LibraryLineSearch(std::string_view text, std::string fileName, const std::function<void(std::string_view)>& body)
-      : text_(text), fileName_(std::move(fileName)), body_(body) {}
+  LibraryLineSearch(const FileMapping& file, std::string fileName, const std::function<void(std::string_view)>& body)
+      : file_(file), text_(file.text()), fileName_(std::move(fileName)), body_(body) {}
 
   void run() {
     text_ = withoutByteOrderMark(text_);
     while (!text_.empty()) {
       const std::size_t size = sizeOfWholeLines();
       searchIn(text_.substr(0, size));
+      file_.forget(std::as_bytes(std::span(text_.substr(0, size))));
       text_.remove_prefix(size);
     }
   }
@@ -149,6 +150,7 @@ class LibraryLineSearch {
     return position;
   }
 
+  const FileMapping& file_;
   std::string_view text_;
   std::string fileName_;
   const std::function<void(std::string_view)>& body_;
@@ -231,7 +233,7 @@ Normalization::Prepared Normalization::prepare(const FileURL& modelURL, const st
   std::vector<std::vector<std::string>> referencesOfLines;
   std::size_t referenceCount = 0;
   const FileMapping model(modelURL);
-  LibraryLineSearch(model.text(), modelURL.lastPathComponent(), [&](std::string_view line) {
+  LibraryLineSearch(model, modelURL.lastPathComponent(), [&](std::string_view line) {
     std::vector<std::string> references = materialLibraryReferences(line);
     referenceCount += references.size();
     if (referenceCount > maximumMaterialLibraryCount) {
@@ -307,8 +309,9 @@ std::vector<std::string> Normalization::materialLibraryReferences(std::string_vi
 }
 
 void Normalization::forEachLibraryLine(const FileURL& url, const std::function<void(const std::string& line)>& body) {
+  bool isFirst = true;
   forEachRawLine(url, maximumMaterialLibraryByteCount, [&](std::string_view bytes) {
-    const std::string text = repairingUTF8(withoutByteOrderMark(bytes));
+    const std::string text = repairingUTF8(std::exchange(isFirst, false) ? withoutByteOrderMark(bytes) : bytes);
     for (std::size_t begin = 0; begin < text.size();) {
       const std::size_t end = std::min(text.find('\r', begin), text.size());
       body(text.substr(begin, end - begin));
