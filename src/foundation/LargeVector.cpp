@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <cstdlib>
+#include <memory>
 
 namespace ornolith {
 
@@ -25,6 +26,14 @@ void* allocateLarge(std::size_t byteCount) {
 
 void releaseLarge(void* memory) noexcept {
   std::free(memory);
+}
+
+void preferLargePages(void* memory, std::size_t byteCount) noexcept {
+  // Pages that reach beyond the memory belong to others as well.
+  void* first = memory;
+  std::size_t rest = byteCount;
+  if (byteCount < largePagesFrom || std::align(largePage, largePage, first, rest) == nullptr) return;
+  ::madvise(first, rest / largePage * largePage, MADV_HUGEPAGE);
 }
 
 }  // namespace ornolith

@@ -15,6 +15,9 @@ namespace ornolith {
 void* allocateLarge(std::size_t byteCount);
 void releaseLarge(void* memory) noexcept;
 
+/// Asks the system for its large pages where memory from elsewhere, of some megabytes, has not been touched yet.
+void preferLargePages(void* memory, std::size_t byteCount) noexcept;
+
 /// Takes memory by `allocateLarge` and leaves values that nobody gives uninitialised.
 template <typename Value>
 struct LargeAllocator {

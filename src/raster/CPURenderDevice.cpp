@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/LargeVector.h"
 #include "foundation/Parallel.h"
 #include "raster/PixelMath.h"
 #include "raster/PixelOutput.h"
@@ -43,7 +44,7 @@ class CPURenderDevice final : public device::RenderDevice {
     splitIntoChunks();
     // Clearing the picture takes about as long as a chunk.
     parallelFor(chunkCount_ + 1, 1, [&](std::size_t i) {
-      if (i == 0) return image.pixels.resize(std::size_t{frame.width} * frame.height * 4);
+      if (i == 0) return makeRoom(image);
       chunks_[i - 1].build(prepared_, projection, grid);
     });
 
@@ -72,6 +73,15 @@ class CPURenderDevice final : public device::RenderDevice {
   const TexelTables& tables() {
     if (!tables_) tables_.emplace();
     return *tables_;
+  }
+
+  static void makeRoom(Image& image) {
+    // Of much more than that, the system is long in finding enough large pages.
+    constexpr std::size_t mostInLargePages = std::size_t{64} << 20;
+    const std::size_t size = image.rowBytes() * image.height;
+    image.pixels.reserve(size);
+    if (size <= mostInLargePages) preferLargePages(image.pixels.data(), size);
+    image.pixels.resize(size);
   }
 
   static std::array<float, 4> premultiplied(simd_float4 color) {

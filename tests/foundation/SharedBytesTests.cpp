@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -53,6 +55,15 @@ TEST(LargeVector, KeepsItsValuesAsItGrowsPastLargePages) {
   values.clear();
   values.shrink_to_fit();
   EXPECT_TRUE(values.empty());
+}
+
+TEST(LargeVector, LeavesWhatStandsInMemoryThatIsToHaveLargePages) {
+  for (const std::size_t size : {std::size_t{1}, std::size_t{4} << 20, (std::size_t{9} << 20) + 5}) {
+    std::vector<std::uint8_t> bytes(size, 7);
+    preferLargePages(bytes.data(), bytes.size());
+    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), 7), static_cast<std::ptrdiff_t>(size));
+  }
+  preferLargePages(nullptr, 0);
 }
 
 TEST(LargeVector, RefusesSizesBeyondMemory) {
