@@ -11,7 +11,7 @@ import fbx_models
 import gltf_models
 import mesh_models
 from fbx_writer import ascii_document, binary_document
-from pictures import checker, crate, leaf, marks, oak, stud_normals, stud_surface
+from pictures import checker, crate, leaf, marks, mushroom, oak, stud_normals, stud_surface
 from shapes import sphere
 
 FOLDER = os.path.dirname(os.path.abspath(__file__))
@@ -52,6 +52,7 @@ def main():
     write("animated.glb", gltf_models.animated().glb())
     write("alpha-modes.glb", gltf_models.alpha_modes(leaf(96)).glb())
     write("texture-transforms.glb", gltf_models.texture_transforms(marks(64)).glb())
+    write("texture-filters.glb", gltf_models.texture_filters(mushroom()).glb())
     write("sparse.glb", gltf_models.sparse().glb())
     write("variants.glb", gltf_models.variants().glb())
     write("materials.glb", gltf_models.materials(checker(64, 8)).glb())

@@ -9,6 +9,7 @@ import struct
 BYTE, UNSIGNED_BYTE, SHORT, UNSIGNED_SHORT, UNSIGNED_INT, FLOAT = 5120, 5121, 5122, 5123, 5125, 5126
 POINTS, LINES, LINE_LOOP, LINE_STRIP, TRIANGLES, TRIANGLE_STRIP, TRIANGLE_FAN = range(7)
 REPEAT, CLAMP_TO_EDGE, MIRRORED_REPEAT = 10497, 33071, 33648
+NEAREST, LINEAR = 9728, 9729
 
 FORMATS = {BYTE: "b", UNSIGNED_BYTE: "B", SHORT: "h", UNSIGNED_SHORT: "H", UNSIGNED_INT: "I", FLOAT: "f"}
 FULL_SCALE = {BYTE: 127, UNSIGNED_BYTE: 255, SHORT: 32767, UNSIGNED_SHORT: 65535}
@@ -92,8 +93,9 @@ class Document:
             return self.add("images", {"uri": uri})
         return self.add("images", {"bufferView": self.view(data), "mimeType": "image/png"})
 
-    def texture(self, image, wrap_s=REPEAT, wrap_t=REPEAT):
-        sampler = self.add("samplers", {"wrapS": wrap_s, "wrapT": wrap_t})
+    def texture(self, image, wrap_s=REPEAT, wrap_t=REPEAT, **filters):
+        """`filters` are `magFilter` and `minFilter`."""
+        sampler = self.add("samplers", {"wrapS": wrap_s, "wrapT": wrap_t, **filters})
         return self.add("textures", {"source": image, "sampler": sampler})
 
     def pbr(self, name, color=(1, 1, 1, 1), metallic=0.0, roughness=0.6, **more):

@@ -3,8 +3,8 @@
 import math
 import struct
 
-from glb_writer import (CLAMP_TO_EDGE, FLOAT, LINE_LOOP, LINE_STRIP, LINES, MIRRORED_REPEAT, POINTS, TRIANGLE_FAN,
-                        TRIANGLE_STRIP, UNSIGNED_BYTE, UNSIGNED_SHORT, Document, linear)
+from glb_writer import (CLAMP_TO_EDGE, FLOAT, LINE_LOOP, LINE_STRIP, LINEAR, LINES, MIRRORED_REPEAT, NEAREST, POINTS,
+                        TRIANGLE_FAN, TRIANGLE_STRIP, UNSIGNED_BYTE, UNSIGNED_SHORT, Document, linear)
 from shapes import Mesh, box, cylinder, lathe, sphere
 
 
@@ -216,6 +216,25 @@ def texture_transforms(marks):
     tile("Clamped", 5, {"offset": [-0.5, -0.5], "scale": [2, 2]}, (CLAMP_TO_EDGE, CLAMP_TO_EDGE))
     tile("Upside Down", 6, {"texCoord": 1})
     tile("All", 7, {"offset": [0.5, 0.1], "rotation": -0.7853982, "scale": [1.5, 0.75]})
+    return d
+
+
+def texture_filters(pixels):
+    """A picture of few pixels, near with sharp pixels and with soft ones, and far away."""
+    d = Document()
+    image = d.image(pixels)
+    extension = d.use("KHR_texture_transform")
+
+    def tile(name, place, sampler, scale=1, slope=0):
+        info = {"index": d.texture(image, **sampler), "extensions": {extension: {"scale": [scale, scale]}}}
+        primitive, _ = d.primitive(quad(10, 10), d.pbr(name, roughness=0.9, texture=info))
+        d.node(name, translation=(11 * (place % 2), -11 * (place // 2), 0), rotation=turn("x", slope),
+               mesh=d.mesh(name, [primitive]))
+
+    tile("Sharp", 0, {"magFilter": NEAREST, "minFilter": NEAREST})
+    tile("Soft", 1, {"magFilter": LINEAR})
+    tile("Sharp and Slanting", 2, {"magFilter": NEAREST}, 1, -65)
+    tile("Sharp and Small", 3, {"magFilter": NEAREST, "minFilter": NEAREST}, 16)
     return d
 
 

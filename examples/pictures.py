@@ -107,6 +107,14 @@ def leaf(size):
     return png(size, size, pixel)
 
 
+def mushroom():
+    """A picture of 12 by 12 pixels, painted one by one."""
+    rows = ["............", "....rrrr....", "..rrrwwrrr..", ".rwwrwwrrrr.", ".rwwrrrrwwr.", "rrrrrrrrwwrr", "rrwwrrrrrrrr",
+            ".kkkcccckkk.", "...ccccck...", "...cccckk...", "...cccckk...", "............"]
+    colors = {".": (96, 168, 220), "r": (204, 44, 36), "w": (250, 246, 238), "c": (238, 214, 170), "k": (150, 112, 80)}
+    return png(12, 12, lambda x, y: colors[rows[y][x]])
+
+
 def stud_slope(u, v):
     """The slopes along u and v of a round stud in the middle of a tile, and whether the place is on it."""
     du, dv = u - 0.5, v - 0.5

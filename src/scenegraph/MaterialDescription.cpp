@@ -99,6 +99,10 @@ device::WrapMode wrapMode(SCNWrapMode mode) {
   return device::WrapMode::clamp;
 }
 
+device::FilterMode filterMode(SCNFilterMode mode) {
+  return mode == SCNFilterMode::nearest ? device::FilterMode::nearest : device::FilterMode::linear;
+}
+
 device::TextureComponent component(SCNColorMask mask) {
   using device::TextureComponent;
   const auto has = [mask](SCNColorMask part) { return (static_cast<int>(mask) & static_cast<int>(part)) != 0; };
@@ -113,6 +117,8 @@ void setTexture(const SCNMaterialProperty& property, std::int32_t texture, devic
   slot.channel = static_cast<std::uint32_t>(std::max(property.mappingChannel, 0));
   slot.wrapS = wrapMode(property.wrapS);
   slot.wrapT = wrapMode(property.wrapT);
+  slot.magnificationFilter = filterMode(property.magnificationFilter);
+  slot.mipFilter = filterMode(property.mipFilter);
   const auto& columns = property.contentsTransform.columns;
   const double transform[6] = {columns[0].x, columns[0].y, columns[1].x, columns[1].y, columns[3].x, columns[3].y};
   std::transform(std::begin(transform), std::end(transform), std::begin(slot.transform),

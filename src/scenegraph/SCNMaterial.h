@@ -23,6 +23,7 @@ bool holdsImage(const SCNMaterialContents& contents) noexcept;
 
 /// The platform's numbers.
 enum class SCNWrapMode : int { clamp = 1, repeat = 2, clampToBorder = 3, mirror = 4 };
+enum class SCNFilterMode : int { none = 0, nearest = 1, linear = 2 };
 enum class SCNBlendMode : int { alpha = 0, add = 1, subtract = 2, multiply = 3, screen = 4, replace = 5, max = 6 };
 enum class SCNFillMode : int { fill = 0, lines = 1 };
 enum class SCNColorMask : int { none = 0, alpha = 1, blue = 2, green = 4, red = 8, all = 15 };
@@ -57,6 +58,12 @@ struct SCNMaterialProperty {
   int mappingChannel = 0;
   SCNWrapMode wrapS = SCNWrapMode::clamp;
   SCNWrapMode wrapT = SCNWrapMode::clamp;
+  /// Where a pixel shows less than a texel: `nearest` shows texels with sharp edges, everything else blends them.
+  SCNFilterMode magnificationFilter = SCNFilterMode::linear;
+  /// Where a pixel shows more than a texel; kept, without effect: all that the pixel shows is averaged.
+  SCNFilterMode minificationFilter = SCNFilterMode::linear;
+  /// `nearest` takes one mip level, everything else blends two: no picture is without mip levels.
+  SCNFilterMode mipFilter = SCNFilterMode::linear;
 };
 
 /// A material, shared by identity.

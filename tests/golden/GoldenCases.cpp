@@ -111,6 +111,7 @@ const std::vector<GoldenCase>& goldenCases() {
       {"glb-materials", "materials.glb", {}},
       {"glb-alpha-modes", "alpha-modes.glb", {"--background", "#F4F4F4"}},
       {"glb-texture-transforms", "texture-transforms.glb", {}},
+      {"glb-texture-filters", "texture-filters.glb", {}},
       {"glb-vertex-colors", "vertex-colors.glb", {}},
       {"glb-skinned", "skinned.glb", {}},
       {"glb-morph", "morph.glb", {}},

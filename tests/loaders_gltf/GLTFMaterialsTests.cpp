@@ -32,8 +32,8 @@ class GLTFMaterialsTest : public ::testing::Test {
     }
     document = std::make_unique<GLTFParsedDocument>(
         R"("buffers": [{"byteLength": )" + std::to_string(chunk.size()) + R"(}], "bufferViews": [)" + views +
-            R"(], "images": [)" + list +
-            R"(], "samplers": [{}, {"wrapS": 33071, "wrapT": 33648}, {"wrapS": 10497, "wrapT": 33071, "minFilter": 9728}],
+            R"(], "images": [)" + list + R"(], "samplers": [)" + firstSampler +
+            R"(, {"wrapS": 33071, "wrapT": 33648}, {"wrapS": 10497, "wrapT": 33071, "minFilter": 9728}],
                "textures": )" +
             textures + R"(, "materials": )" + materials,
         chunk);
@@ -43,6 +43,7 @@ class GLTFMaterialsTest : public ::testing::Test {
 
   static constexpr const char* plainTextures = R"([{"source": 0}, {"source": 1}, {"source": 2}])";
   std::unique_ptr<GLTFParsedDocument> document;
+  std::string firstSampler = "{}";
 };
 
 NSColor colorIn(const SCNMaterialProperty& property) {
@@ -197,6 +198,28 @@ TEST_F(GLTFMaterialsTest, TakeWrapModesFromSamplers) {
   EXPECT_EQ(material().normal.wrapS, SCNWrapMode::repeat);
   EXPECT_EQ(material().normal.wrapT, SCNWrapMode::clamp);
   EXPECT_EQ(material().ambientOcclusion.wrapS, SCNWrapMode::repeat);
+}
+
+TEST_F(GLTFMaterialsTest, TakeFiltersFromSamplers) {
+  using enum SCNFilterMode;
+  struct Case {
+    std::string sampler;
+    SCNFilterMode magnification, minification, mip;
+  };
+  for (const Case& each :
+       {Case{"", linear, linear, linear}, Case{R"("magFilter": 9728)", nearest, linear, linear},
+        Case{R"("magFilter": 9729, "minFilter": 9728)", linear, nearest, none},
+        Case{R"("minFilter": 9729)", linear, linear, none}, Case{R"("minFilter": 9984)", linear, nearest, nearest},
+        Case{R"("minFilter": 9985)", linear, linear, nearest}, Case{R"("minFilter": 9986)", linear, nearest, linear},
+        Case{R"("minFilter": 9987)", linear, linear, linear},
+        Case{R"("magFilter": 9984, "minFilter": 3)", linear, linear, linear},
+        Case{R"("magFilter": "nearest", "minFilter": -1)", linear, linear, linear}}) {
+    firstSampler = "{" + each.sampler + "}";
+    read(R"([{"pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}}])", R"([{"source": 0, "sampler": 0}])");
+    EXPECT_EQ(material().diffuse.magnificationFilter, each.magnification) << each.sampler;
+    EXPECT_EQ(material().diffuse.minificationFilter, each.minification) << each.sampler;
+    EXPECT_EQ(material().diffuse.mipFilter, each.mip) << each.sampler;
+  }
 }
 
 TEST_F(GLTFMaterialsTest, TakeTheSetOfTextureCoordinatesFromTheTransformFirst) {

@@ -95,11 +95,8 @@ struct TextureFootprint {
 };
 
 /// One fragment's sample.
-simd_float4 sampleTexture(const TexturePyramid& pyramid, device::WrapMode wrapS, device::WrapMode wrapT,
+simd_float4 sampleTexture(const TexturePyramid& pyramid, const device::MaterialSlot& slot,
                           const TextureFootprint& footprint) {
-  device::MaterialSlot slot;
-  slot.wrapS = wrapS;
-  slot.wrapT = wrapT;
   const auto lanes = std::make_unique<CoordinateLanes>();
   lanes->u[0] = footprint.u;
   lanes->v[0] = footprint.v;
@@ -111,6 +108,14 @@ simd_float4 sampleTexture(const TexturePyramid& pyramid, device::WrapMode wrapS,
   const auto sample = std::make_unique<Lane4>();
   sampleTextures({&read, 1}, {lanes.get(), 1}, 1, {sample.get(), 1});
   return {sample->x[0], sample->y[0], sample->z[0], sample->w[0]};
+}
+
+simd_float4 sampleTexture(const TexturePyramid& pyramid, device::WrapMode wrapS, device::WrapMode wrapT,
+                          const TextureFootprint& footprint) {
+  device::MaterialSlot slot;
+  slot.wrapS = wrapS;
+  slot.wrapT = wrapT;
+  return sampleTexture(pyramid, slot, footprint);
 }
 
 simd_float4 sampleAt(const TexturePyramid& pyramid, device::WrapMode wrap, float u, float v) {
@@ -186,6 +191,54 @@ TEST(TextureSampler, ResolvesTheShortAxisOfALongFootprint) {
     if (isSwapped) footprint = {4.0f / 64, 0.5f, 0, 8.0f / 64, 1.0f / 64, 0};
     EXPECT_NEAR(sampleTexture(pyramid, device::WrapMode::repeat, device::WrapMode::repeat, footprint).x, 1, 1e-4);
   }
+}
+
+TEST(TextureSampler, ShowsSharpTexelsWhereTheNearestIsAskedFor) {
+  Image image = solidImage(5, 3, {0, 0, 0, 255});
+  for (std::size_t i = 0; i < image.pixels.size(); i += 4) image.pixels[i] = static_cast<std::uint8_t>(i * 4);
+  const TexturePyramid pyramid = pyramidOf(image, false);
+  for (const auto wrap : {device::WrapMode::clamp, device::WrapMode::repeat, device::WrapMode::mirror}) {
+    device::MaterialSlot slot;
+    slot.wrapS = slot.wrapT = wrap;
+    slot.magnificationFilter = device::FilterMode::nearest;
+    for (std::uint32_t y = 0; y < 3; ++y) {
+      for (std::uint32_t x = 0; x < 5; ++x) {
+        for (const float within : {0.01f, 0.3f, 0.7f, 0.99f}) {
+          const TextureFootprint footprint{
+              (static_cast<float>(x) + within) / 5, (static_cast<float>(y) + within) / 3, 0.1f / 5, 0, 0, 0.2f / 3};
+          EXPECT_NEAR(sampleTexture(pyramid, slot, footprint).x, image.pixel(x, y)[0] / 255.0, 1e-6)
+              << x << ", " << y << ", " << within;
+        }
+      }
+    }
+  }
+}
+
+TEST(TextureSampler, AveragesWhatIsSmallWhereTheNearestIsAskedFor) {
+  const TexturePyramid pyramid = pyramidOf(checker(64, 1), false);
+  device::MaterialSlot slot;
+  slot.wrapS = slot.wrapT = device::WrapMode::repeat;
+  slot.magnificationFilter = slot.mipFilter = device::FilterMode::nearest;
+  for (const float u : {0.1f, 0.33f, 0.77f}) {
+    EXPECT_NEAR(sampleTexture(pyramid, slot, {u, u, 3.0f / 64, 0, 0, 3.0f / 64}).x, 128 / 255.0, 1e-5) << u;
+  }
+}
+
+TEST(TextureSampler, TakesTheNearerOfTwoLevelsWhereAskedFor) {
+  // Level 0 is black and white, level 1 and all others are grey.
+  const TexturePyramid pyramid = pyramidOf(checker(64, 1), false);
+  device::MaterialSlot slot;
+  slot.mipFilter = device::FilterMode::nearest;
+  const auto sampled = [&](float texelsPerPixel) {
+    const float step = texelsPerPixel / 64;
+    return sampleTexture(pyramid, slot, {20.5f / 64, 20.5f / 64, step, 0, 0, step}).x;
+  };
+  EXPECT_NEAR(sampled(1.35f), 1, 1e-5);
+  EXPECT_NEAR(sampled(1.5f), 128 / 255.0, 1e-5);
+  EXPECT_NEAR(sampled(2.7f), 128 / 255.0, 1e-5);
+  slot.mipFilter = device::FilterMode::linear;
+  EXPECT_GT(sampled(1.5f), 0.6);
+  EXPECT_LT(sampled(1.35f), 0.9);
 }
 
 /// Straight texels of one level, bilinear, in double precision, from the definitions.

@@ -54,6 +54,7 @@ bool isBlack(simd_float3 color) {
 
 bool areMappedAlike(const SCNMaterialProperty& a, const SCNMaterialProperty& b) {
   return a.mappingChannel == b.mappingChannel && a.wrapS == b.wrapS && a.wrapT == b.wrapT &&
+         a.magnificationFilter == b.magnificationFilter && a.mipFilter == b.mipFilter &&
          a.contentsTransform == b.contentsTransform;
 }
 

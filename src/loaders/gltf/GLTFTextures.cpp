@@ -30,6 +30,24 @@ int texcoordSet(const JSONElement& info) {
   return static_cast<int>(std::min(set.value_or(0), largestTexcoordSet));
 }
 
+/// The filters by the format's numbers; what it leaves open is the loader's to choose.
+void setFilters(std::optional<std::uint32_t> magnification, std::optional<std::uint32_t> minification,
+                SCNMaterialProperty& property) {
+  constexpr std::uint32_t nearest = 9728;
+  constexpr std::uint32_t linear = 9729;
+  constexpr std::uint32_t nearestMipmapNearest = 9984;
+  constexpr std::uint32_t linearMipmapNearest = 9985;
+  constexpr std::uint32_t nearestMipmapLinear = 9986;
+  if (magnification == nearest) property.magnificationFilter = SCNFilterMode::nearest;
+  if (minification == nearest || minification == nearestMipmapNearest || minification == nearestMipmapLinear) {
+    property.minificationFilter = SCNFilterMode::nearest;
+  }
+  if (minification == nearest || minification == linear) property.mipFilter = SCNFilterMode::none;
+  if (minification == nearestMipmapNearest || minification == linearMipmapNearest) {
+    property.mipFilter = SCNFilterMode::nearest;
+  }
+}
+
 /// Translation * rotation * scale of KHR_texture_transform. A positive angle turns texture coordinates
 /// counter-clockwise as the image is seen, with its second axis pointing down.
 SCNMatrix4 textureTransform(const JSONElement& transform) {
@@ -69,6 +87,7 @@ void GLTFTextures::applySampler(const JSONElement& texture, SCNMaterialProperty&
   if (!index || *index >= samplers_.size()) return;
   property.wrapS = wrapMode(optionalIndex(samplers_[*index], "wrapS"));
   property.wrapT = wrapMode(optionalIndex(samplers_[*index], "wrapT"));
+  setFilters(optionalIndex(samplers_[*index], "magFilter"), optionalIndex(samplers_[*index], "minFilter"), property);
 }
 
 bool GLTFTextures::apply(const std::optional<JSONElement>& info, SCNMaterialProperty& property) {

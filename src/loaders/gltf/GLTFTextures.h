@@ -25,9 +25,9 @@ class GLTFTextures {
   GLTFTextures(const JSONElement& root, GLTFImages& images);
 
   /// Makes `property` show the texture that `info`, a texture info object, names, with its set of texture coordinates,
-  /// its sampler's wrap modes (repeat where it has none) and its KHR_texture_transform. Of an image in several formats
-  /// the WebP one counts (EXT_texture_webp), else the plain one. Nothing changes, and the answer is false, where there
-  /// is no image to show. The filters of samplers do not count: every texture is filtered over its mip levels.
+  /// its sampler's wrap modes (repeat where it has none) and filters (linear where it has none) and its
+  /// KHR_texture_transform. Of an image in several formats the WebP one counts (EXT_texture_webp), else the plain one.
+  /// Nothing changes, and the answer is false, where there is no image to show.
   bool apply(const std::optional<JSONElement>& info, SCNMaterialProperty& property);
 
  private:
