@@ -34,9 +34,10 @@ struct ShadingScratch {
 /// light is its base colour. Blinn adds specular * (N.H)^(128 * shininess) where the light is in front. Lambert adds
 /// nothing; constant takes diffuse and no light. Emission adds.
 ///
-/// A clear coat lies over all of it, emission included, as in glTF's KHR_materials_clearcoat: the result is
-/// mix(surface, coat, strength * F) with F = 0.04 + 0.96 (1 - |N.V|)^5, where the coat is GGX of its own roughness on
-/// the normal before its normal map, plus the ambient light that it mirrors evenly.
+/// A clear coat lies over the light of the directional lights and over emission, as in glTF's KHR_materials_clearcoat:
+/// their part of the result is mix(surface, coat, strength * F) with F = 0.04 + 0.96 (1 - |N.V|)^5, where the coat is
+/// GGX of its own roughness on the normal before its normal map. Ambient light is as it is without a coat: no surface
+/// mirrors it, so what a coat took of it would be missing, and what it mirrored would make it paler than its like.
 void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, ShadingScratch& scratch,
                 FragmentBatch& batch) noexcept;
 

@@ -248,7 +248,8 @@ HWY_INLINE Surface surfaceAt(const ShadingPlan& plan, const LightRig& lights, co
 FloatVector3 coatedLight(const LightRig& lights, const Surface& surface, FloatVector3 below, FloatVector3 normal,
                          FloatVector3 view) {
   const PhysicalSurface& s = surface.physical;
-  FloatVector3 mirrored = surface.even;
+  // Of ambient light as much as it takes: no surface mirrors that.
+  FloatVector3 mirrored = surface.base * surface.even;
   for (const device::DirectionalLight& light : lights.directional) {
     const FloatVector lobe = ggxLobe(s.coatRoughness, cosines(view, normal, all(-light.direction)));
     mirrored = mirrored + all(light.color) * lobe;

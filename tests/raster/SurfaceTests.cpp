@@ -72,8 +72,8 @@ double shade(const Surface& s, const std::vector<Lamp>& lamps, const std::array<
   const double dielectricF0 = std::min(s.f0[c] * s.specularTint[c], 1.0) * s.specularStrength;
   const double f0 = dielectricF0 * (1 - s.metalness) + s.base[c] * s.metalness;
   const double f90 = s.specularStrength * (1 - s.metalness) + s.metalness;
-  double surface = s.base[c] * ambient[c] * s.occlusion + s.emission[c];
-  double coat = ambient[c] * s.occlusion;
+  double surface = s.emission[c];
+  double coat = 0;
   for (const Lamp& lamp : lamps) {
     const simd_double3 h = unit(lamp.toward + v);
     const double fresnel = f0 + (f90 - f0) * power5(1 - dot(v, h));
@@ -83,7 +83,7 @@ double shade(const Surface& s, const std::vector<Lamp>& lamps, const std::array<
     coat += lamp.color[c] * ggxLobe(s.coatNormal, v, lamp.toward, s.coatRoughness);
   }
   const double share = s.coat * (0.04 + 0.96 * power5(1 - std::abs(dot(s.coatNormal, v))));
-  return surface * (1 - share) + coat * share;
+  return surface * (1 - share) + coat * share + s.base[c] * ambient[c] * s.occlusion;
 }
 
 const std::vector<Lamp> lamps{{unit({-0.2, 0.5, 1}), {0.5, 0.6, 0.4}}, {unit({0.7, -0.1, 0.6}), {0.2, 0.1, 0.3}}};
@@ -339,15 +339,19 @@ TEST(Surface, OfAnyRoughnessReturnsNoMoreLightThanItGets) {
   }
 }
 
-TEST(Surface, UnderEvenLightAloneKeepsWhiteWhiteWithACoat) {
-  Surface white;
-  white.base = {1, 1, 1};
-  white.coat = 1;
-  FrameBuilder scene(side, side);
-  scene.frame.ambientLight = {0.5f, 0.5f, 0.5f};
-  scene.add(wall(unit({0.5, 0.2, 1})), materialOf(white));
-  const Image image = scene.render();
-  for (std::uint32_t i = 0; i < side; ++i) EXPECT_NEAR(pixelAt(image, i, i)[0], encode(0.5), 0.6);
+TEST(Surface, UnderEvenLightAloneLooksTheSameWithACoat) {
+  Surface surface;
+  surface.base = {1, 0.5, 0.02};
+  for (const double coat : {0.0, 0.5, 1.0}) {
+    surface.coat = coat;
+    FrameBuilder scene(side, side);
+    scene.frame.ambientLight = {0.5f, 0.5f, 0.5f};
+    scene.add(wall(unit({0.5, 0.2, 1})), materialOf(surface));
+    const Image image = scene.render();
+    for (std::uint32_t i = 0; i < side; ++i) {
+      for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR(pixelAt(image, i, i)[c], encode(0.5 * surface.base[c]), 0.6);
+    }
+  }
 }
 
 /// A left half with alpha 0.25 and a right half with alpha 0.75 of one colour.
