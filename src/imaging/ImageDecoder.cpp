@@ -55,7 +55,9 @@ class FileDescriptor {
   int value_;
 };
 
-std::optional<std::vector<std::byte>> readRegularFile(const std::string& path) {
+}  // namespace
+
+std::optional<std::vector<std::byte>> readImageFile(const std::string& path) {
   // Without O_NONBLOCK opening a FIFO would wait for a writer.
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status {};
@@ -71,8 +73,6 @@ std::optional<std::vector<std::byte>> readRegularFile(const std::string& path) {
   }
   return bytes;
 }
-
-}  // namespace
 
 std::optional<ImageKind> imageKind(std::span<const std::byte> data) noexcept {
   using namespace std::string_view_literals;
@@ -116,7 +116,7 @@ std::optional<Image> decodeImage(std::span<const std::byte> data) {
 }
 
 std::optional<Image> decodeImageFile(const std::string& path) {
-  const std::optional<std::vector<std::byte>> bytes = readRegularFile(path);
+  const std::optional<std::vector<std::byte>> bytes = readImageFile(path);
   return bytes ? decodeImage(*bytes) : std::nullopt;
 }
 

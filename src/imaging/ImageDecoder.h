@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "imaging/Image.h"
 
@@ -34,6 +35,10 @@ std::optional<ImageKind> imageKind(std::span<const std::byte> data) noexcept;
 /// `../lib/ornolith-render` beside the program's directory (from the build folder where the program runs inside it);
 /// without its module a kind does not decode.
 std::optional<Image> decodeImage(std::span<const std::byte> data);
+
+/// The bytes of an image file, which must be a regular file (a link is followed). Nothing where it cannot be read, is
+/// empty, or is larger than any texture.
+std::optional<std::vector<std::byte>> readImageFile(const std::string& path);
 
 /// `decodeImage` of a file, which must be a regular file (a link is followed). Nothing where it cannot be read.
 std::optional<Image> decodeImageFile(const std::string& path);

@@ -1,13 +1,12 @@
 #include "scenegraph/TextureCache.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <span>
-#include <system_error>
 #include <utility>
 
 #include "foundation/Parallel.h"
 #include "imaging/ImageDecoder.h"
+#include "imaging/ImageSize.h"
 
 namespace ornolith {
 namespace {
@@ -37,10 +36,10 @@ LoadedTexture inspected(std::optional<Image> image) {
   return inspected(std::make_shared<const Image>(*std::move(image)));
 }
 
-std::uint64_t fileSize(const std::string& path) {
-  std::error_code error;
-  const std::uintmax_t size = std::filesystem::file_size(path, error);
-  return error ? 0 : size;
+/// No more than a decoder makes; 0 where only decoding can tell.
+std::uint64_t claimedBytes(std::span<const std::byte> bytes) {
+  const ImageSize claim = claimedImageSize(bytes).value_or(ImageSize{});
+  return std::min(std::uint64_t{claim.width} * claim.height, maximumDecodedImagePixels) * 4;
 }
 
 // Rec. 709 weights on the encoded values, in 1/256, as a mask painted in greys is meant.
@@ -96,44 +95,59 @@ void TextureCache::request(const SCNMaterialContents& contents, TextureUse use) 
   if (!std::exchange(entry->isRequested, true)) requested_.push_back(entry);
 }
 
-void TextureCache::loadEntry(Entry& entry) {
-  if (entry.given) {
-    entry.plain = inspected(entry.given);
-  } else if (entry.encoded) {
-    entry.plain = inspected(decodeImage(entry.encoded->bytes));
-  } else {
-    entry.plain = inspected(decodeImageFile(entry.path));
-  }
+void TextureCache::readEntry(Entry& entry) {
+  if (!entry.given && !entry.encoded) entry.file = readImageFile(entry.path).value_or(std::vector<std::byte>());
 }
 
-void TextureCache::holdToLimit(Entry& entry) {
+std::span<const std::byte> TextureCache::bytesOf(const Entry& entry) noexcept {
+  return entry.encoded ? entry.encoded->bytes : entry.file;
+}
+
+void TextureCache::decodeEntry(Entry& entry) {
+  if (!entry.isAdmitted) return;
+  entry.plain = entry.given ? inspected(entry.given) : inspected(decodeImage(bytesOf(entry)));
+}
+
+/// Raises the limit by what the entry's bytes vouch for, and takes off it what its header claims, if that is left.
+void TextureCache::admit(Entry& entry) {
+  entry.isAdmitted = true;
   if (entry.given) return;
-  const std::uint64_t size = entry.encoded ? entry.encoded->bytes.size() : fileSize(entry.path);
-  const std::uint64_t mayAdd = size > maximumVouchingSize ? maximumVouchingSize : size;
-  allowedBytes_ += mayAdd * decodedBytesPerByte;
+  const std::span<const std::byte> bytes = bytesOf(entry);
+  allowedBytes_ += std::min<std::uint64_t>(bytes.size(), maximumVouchingSize) * heldBytesPerByte;
+  const std::uint64_t claimed = heldBytes(claimedBytes(bytes));
+  entry.isAdmitted = claimed <= allowedBytes_ - heldBytes_;
+  entry.claimed = entry.isAdmitted ? claimed : 0;
+  heldBytes_ += entry.claimed;
+}
+
+/// Puts what was decoded in the place of what was claimed.
+void TextureCache::settle(Entry& entry) {
+  entry.isLoaded = true;
+  if (entry.given) return;
+  entry.file = {};
+  heldBytes_ -= entry.claimed;
   if (!entry.plain.image) return;
-  const std::uint64_t taken = entry.plain.image->pixels.size();
-  if (taken > allowedBytes_ - decodedBytes_) {
+  const std::uint64_t taken = heldBytes(entry.plain.image->pixels.size());
+  if (taken > allowedBytes_ - heldBytes_) {
     entry.plain = {};
   } else {
-    decodedBytes_ += taken;
+    heldBytes_ += taken;
   }
 }
 
 void TextureCache::load() {
   // A few at a time, so that what hostile images become is bounded before they have all become it.
   const std::size_t batchSize = 2 * availableThreadCount();
-  std::vector<Entry*> undecoded;
+  std::vector<Entry*> missing;
   for (Entry* entry : requested_) {
-    if (!entry->isLoaded) undecoded.push_back(entry);
+    if (!entry->isLoaded) missing.push_back(entry);
   }
-  for (std::size_t first = 0; first < undecoded.size(); first += batchSize) {
-    const std::span<Entry*> batch = std::span(undecoded).subspan(first, std::min(batchSize, undecoded.size() - first));
-    parallelFor(batch.size(), 1, [&](std::size_t i) { loadEntry(*batch[i]); });
-    for (Entry* entry : batch) {
-      holdToLimit(*entry);
-      entry->isLoaded = true;
-    }
+  for (std::size_t first = 0; first < missing.size(); first += batchSize) {
+    const std::span<Entry*> batch = std::span(missing).subspan(first, std::min(batchSize, missing.size() - first));
+    parallelFor(batch.size(), 1, [&](std::size_t i) { readEntry(*batch[i]); });
+    for (Entry* entry : batch) admit(*entry);
+    parallelFor(batch.size(), 1, [&](std::size_t i) { decodeEntry(*batch[i]); });
+    for (Entry* entry : batch) settle(*entry);
   }
   parallelFor(requested_.size(), 1, [&](std::size_t i) { makeOpacity(*requested_[i]); });
   for (Entry* entry : requested_) entry->isRequested = false;

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -28,12 +30,17 @@ enum class TextureUse {
 
 /// The images of material properties, kept from frame to frame: one per path however many properties name it, and what
 /// was found about images given directly. A path that did not decode is not tried again. What encoded images and files
-/// may become in memory, all together, is in proportion to their size; those beyond count as not decodable.
+/// may become in memory, all together and with their mip levels, is in proportion to their size; those beyond count as
+/// not decodable, and where their headers tell their size they are not decoded to find that out.
 class TextureCache {
  public:
   /// What any set of images may become, and what each byte of them may add.
-  static constexpr std::uint64_t decodedBytesWithoutEvidence = std::uint64_t{1} << 30;
-  static constexpr std::uint64_t decodedBytesPerByte = 128;
+  static constexpr std::uint64_t heldBytesWithoutEvidence = std::uint64_t{1} << 29;
+  static constexpr std::uint64_t heldBytesPerByte = 128;
+  /// What an image of so many bytes takes with its mip levels, which are a third of it.
+  static constexpr std::uint64_t heldBytes(std::uint64_t decodedBytes) noexcept {
+    return decodedBytes + decodedBytes / 3;
+  }
 
   /// Notes that a frame needs `contents`, which holds an image.
   void request(const SCNMaterialContents& contents, TextureUse use);
@@ -52,22 +59,28 @@ class TextureCache {
     std::string path;                             ///< from the file.
     bool isRequested = false;
     bool isLoaded = false;
+    std::vector<std::byte> file;  ///< Only while `load` is at it.
+    bool isAdmitted = false;
+    std::uint64_t claimed = 0;  ///< What was taken off the limit for it.
     LoadedTexture plain;
     bool needsOpacity = false;
     std::optional<LoadedTexture> opacity;
   };
-  static void loadEntry(Entry& entry);
+  static void readEntry(Entry& entry);
+  static std::span<const std::byte> bytesOf(const Entry& entry) noexcept;
+  static void decodeEntry(Entry& entry);
   Entry* find(const SCNMaterialContents& contents);
   const Entry* known(const SCNMaterialContents& contents) const;
-  void holdToLimit(Entry& entry);
+  void admit(Entry& entry);
+  void settle(Entry& entry);
   static void makeOpacity(Entry& entry);
 
   std::map<std::string, Entry, std::less<>> byPath_;
   std::unordered_map<const Image*, Entry> byImage_;
   std::unordered_map<const EncodedImage*, Entry> byEncodedImage_;
   std::vector<Entry*> requested_;
-  std::uint64_t decodedBytes_ = 0;
-  std::uint64_t allowedBytes_ = decodedBytesWithoutEvidence;
+  std::uint64_t heldBytes_ = 0;
+  std::uint64_t allowedBytes_ = heldBytesWithoutEvidence;
 };
 
 }  // namespace ornolith

@@ -9,6 +9,7 @@
 
 #include "TestImages.h"
 #include "imaging/ImageDecoder.h"
+#include "imaging/ImageSize.h"
 #include "imaging/PNGEncoder.h"
 
 namespace ornolith {
@@ -61,6 +62,34 @@ TEST(ImageDecoder, TheKindIsToldByContent) {
     const std::optional<Image> image = decodeImage(sample.file);
     ASSERT_TRUE(image) << sample.name;
     EXPECT_EQ(image->width * image->height, 24U * 16U) << sample.name;
+  }
+}
+
+bool isDecodedByModule(ImageKind kind) {
+  return kind == ImageKind::tiff || kind == ImageKind::heic || kind == ImageKind::exr;
+}
+
+TEST(ImageDecoder, TheSizeIsToldByTheHeaderAlone) {
+  for (const Sample& sample : samples()) {
+    const std::optional<ImageSize> size = claimedImageSize(sample.file);
+    if (isDecodedByModule(sample.kind)) {
+      EXPECT_FALSE(size) << sample.name;
+    } else {
+      EXPECT_EQ(size, (ImageSize{24, 16})) << sample.name;
+    }
+  }
+  // A picture that stands upright and rows that run from the top.
+  ByteWriter bmp = bmpHeader(24, -16, 24, 0, 0);
+  EXPECT_EQ(claimedImageSize(bmp.zeros(24 * 16 * 3).take()), (ImageSize{24, 16}));
+}
+
+TEST(ImageDecoder, TheSizeOfACutHeaderIsNothingOrTheSameSize) {
+  for (const Sample& sample : samples()) {
+    for (std::size_t length = 0; length < sample.file.size(); ++length) {
+      const ByteVector cut(sample.file.begin(), sample.file.begin() + static_cast<std::ptrdiff_t>(length));
+      const std::optional<ImageSize> size = claimedImageSize(cut);
+      EXPECT_EQ(size.value_or(ImageSize{24, 16}), (ImageSize{24, 16})) << sample.name << " " << length;
+    }
   }
 }
 

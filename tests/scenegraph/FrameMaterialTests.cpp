@@ -160,9 +160,24 @@ TEST_F(FrameMaterialTest, TextureSettingsAreCarriedOver) {
   EXPECT_EQ(slot.channel, 2U);
   EXPECT_EQ(slot.wrapS, device::WrapMode::repeat);
   EXPECT_EQ(slot.wrapT, device::WrapMode::mirror);
+  EXPECT_EQ(slot.magnificationFilter, device::FilterMode::linear);
+  EXPECT_EQ(slot.mipFilter, device::FilterMode::linear);
   const float* m = slot.transform;
   EXPECT_EQ(m[0] * 1 + m[2] * 10 + m[4], 2 + 50 + 11);
   EXPECT_EQ(m[1] * 1 + m[3] * 10 + m[5], 3 + 70 + 13);
+}
+
+TEST_F(FrameMaterialTest, FiltersThatAreNearestAreCarriedOver) {
+  material.diffuse.contents = onePixel(1, 2, 3, 255);
+  material.diffuse.magnificationFilter = SCNFilterMode::nearest;
+  EXPECT_EQ(describe().diffuse.magnificationFilter, device::FilterMode::nearest);
+  EXPECT_EQ(describe().diffuse.mipFilter, device::FilterMode::linear);
+  material.diffuse.magnificationFilter = SCNFilterMode::none;
+  material.diffuse.mipFilter = SCNFilterMode::none;
+  EXPECT_EQ(describe().diffuse.magnificationFilter, device::FilterMode::linear);
+  EXPECT_EQ(describe().diffuse.mipFilter, device::FilterMode::linear);
+  material.diffuse.mipFilter = SCNFilterMode::nearest;
+  EXPECT_EQ(describe().diffuse.mipFilter, device::FilterMode::nearest);
 }
 
 TEST_F(FrameMaterialTest, FactorsAndComponentsAreCarriedOver) {
@@ -357,9 +372,9 @@ TEST_F(FrameMaterialTest, SmallImagesThatBecomeTooMuchTogetherAreNotShown) {
   constexpr std::size_t count = 24;
   std::vector<std::shared_ptr<const EncodedImage>> images;
   for (std::size_t i = 0; i < count; ++i) images.push_back(std::make_shared<const EncodedImage>(*first));
-  const std::uint64_t eachAllows = first->bytes.size() * TextureCache::decodedBytesPerByte;
-  const std::uint64_t shown =
-      TextureCache::decodedBytesWithoutEvidence / (large.pixels.size() - eachAllows);  // Of a limit that grows too.
+  const std::uint64_t eachAllows = first->bytes.size() * TextureCache::heldBytesPerByte;
+  const std::uint64_t each = TextureCache::heldBytes(large.pixels.size());
+  const std::uint64_t shown = TextureCache::heldBytesWithoutEvidence / (each - eachAllows);  // Of a limit that grows.
   ASSERT_LT(shown, count);
   for (const auto& image : images) cache.request(image, TextureUse::colorOrData);
   cache.load();
@@ -369,6 +384,24 @@ TEST_F(FrameMaterialTest, SmallImagesThatBecomeTooMuchTogetherAreNotShown) {
   cache.request(small, TextureUse::colorOrData);
   cache.load();
   EXPECT_TRUE(cache.texture(small, TextureUse::colorOrData).image);
+}
+
+TEST_F(FrameMaterialTest, WhatAnImageClaimsIsGivenBackWhereItDoesNotDecode) {
+  // Claims of 64 MiB that no bytes follow, and an image that is there behind them.
+  std::vector<std::byte> damaged = encodePNG(Image{1, 1, {1, 2, 3, 255}});
+  damaged[18] = damaged[22] = std::byte{16};  // 4097 by 4097.
+  damaged.resize(damaged.size() - 20);
+  const auto bytes = std::make_shared<const std::vector<std::byte>>(damaged);
+  for (int i = 0; i < 200; ++i) {
+    const auto claim = std::make_shared<const EncodedImage>(EncodedImage{*bytes, bytes});
+    cache.request(claim, TextureUse::colorOrData);
+    cache.load();
+    EXPECT_FALSE(cache.texture(claim, TextureUse::colorOrData).image);
+  }
+  const auto sound = encoded(Image{1, 1, {1, 2, 3, 255}});
+  cache.request(sound, TextureUse::colorOrData);
+  cache.load();
+  EXPECT_TRUE(cache.texture(sound, TextureUse::colorOrData).image);
 }
 
 TEST_F(FrameMaterialTest, AlphaCountsOnlyWhereItIsAnOpacity) {
