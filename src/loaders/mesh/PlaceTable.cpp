@@ -28,9 +28,9 @@ PlaceHash::PlaceHash() noexcept {
 }
 
 PlaceTable::PlaceTable(std::size_t expectedCount, std::uint32_t highest)
-    : numberBits_(std::bit_width(highest + 1)),
+    : numberBits_(static_cast<int>(std::bit_width(highest + 1))),
       numberMask_(static_cast<std::uint32_t>((std::uint64_t{1} << numberBits_) - 1)) {
-  constexpr std::size_t fewestSlots = 1024;
+  constexpr std::size_t fewestSlots = 16;  // Files of very many small meshes make a table for each.
   makeSlots(std::max(expectedCount / 5 * 9, fewestSlots));
 }
 

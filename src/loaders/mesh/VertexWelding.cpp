@@ -241,7 +241,8 @@ class VertexSearch {
       for (std::size_t i = 0; i < std::min(prefetchDistance, wantedCount); ++i) table.prefetch(wanted[i].hash);
       for (std::size_t i = 0; i < wantedCount; ++i) {
         table.prefetch(wanted[i + prefetchDistance].hash);
-        const auto [hash, vertex] = wanted[i];
+        const std::uint32_t hash = wanted[i].hash;
+        const std::uint32_t vertex = wanted[i].vertex;
         const std::uint32_t first = table.find(
             hash, vertex, [&](std::uint32_t other) { return keyOf(other) == keyOf(vertex); },
             [&](std::uint32_t other) { return static_cast<std::uint32_t>(hash_(keyOf(other)) * shares); });
