@@ -17,7 +17,7 @@ BELOW = {
     "scenegraph": ["scenegraph/device", "imaging", "foundation"],
     "import/formats": ["foundation"],
     "contracts": ["import/formats", "foundation"],
-    "loaders/fbx": ["scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
+    "loaders/fbx": ["loaders/mesh", "scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
     "loaders/mesh": ["scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
     "loaders/gltf": ["loaders/mesh", "scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
     "loaders/obj": ["loaders/mesh", "scenegraph", "scenegraph/device", "import/formats", "imaging", "foundation"],
