@@ -256,7 +256,11 @@ Mesh roughSheet(std::uint32_t side, bool several) {
 TEST(VertexNormals, OfManyPlacesAreThoseOfAPlainSearch) {
   for (const bool several : {false, true}) {
     const Mesh mesh = roughSheet(180, several);
-    expectCreasedAs(expectedOf(mesh), creasedMesh(mesh.positions, mesh.triangles), mesh);
+    const Expected expected = expectedOf(mesh);
+    for (const std::size_t threads : {1U, 2U, 7U}) {
+      SCOPED_TRACE(threads);
+      withThreadLimit(threads, [&] { expectCreasedAs(expected, creasedMesh(mesh.positions, mesh.triangles), mesh); });
+    }
   }
 }
 

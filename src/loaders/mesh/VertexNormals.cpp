@@ -121,6 +121,7 @@ class Creasing {
   struct Scratch {
     std::vector<PlaceSum> sums;
     LargeVector<std::uint32_t> others;
+    LargeVector<float> normals;
   };
 
   void finishRanges() {
@@ -146,14 +147,25 @@ class Creasing {
     forEachBlockOf(range,
                    [&](const Block& block) { addFacets(places_, cornersOf(block), range, scratch.sums, used_); });
     const bool isSmooth = smoothing == Smoothing::oneGroup;
-    const std::size_t otherCount = finishNormals(std::span(scratch.sums).first(range.count),
-                                                 isSmooth ? Smoothness::everywhere : Smoothness::byAngle,
-                                                 normals_.data() + std::size_t{range.first} * 3, scratch.others.data());
+    if (mayCoincide()) scratch.normals.resize(std::size_t{range.count} * 3);
+    float* const normals = mayCoincide() ? scratch.normals.data() : normals_.data() + std::size_t{range.first} * 3;
+    const std::size_t otherCount =
+        finishNormals(std::span(scratch.sums).first(range.count),
+                      isSmooth ? Smoothness::everywhere : Smoothness::byAngle, normals, scratch.others.data());
+    if (mayCoincide()) copyNormalsOfPlaces(range, normals);
     if (smoothing != Smoothing::severalGroups) {
       return finishOtherPlaces(index, std::span(scratch.others).first(otherCount), scratch.sums);
     }
     for (std::uint32_t i = 0; i < range.count; ++i) scratch.others[i] = i;
     finishOtherPlaces(index, scratch.others, scratch.sums);
+  }
+
+  /// The range's other vertices stand at places that may be of other ranges, whose threads write their normals.
+  void copyNormalsOfPlaces(const PlaceRange& range, const float* normals) {
+    for (std::size_t i = 0; i < range.count; ++i) {
+      const std::size_t vertex = range.first + i;
+      if (firstThere_[vertex] == vertex) std::copy_n(normals + i * 3, 3, normals_.data() + vertex * 3);
+    }
   }
 
   void finishOtherPlaces(std::size_t index, std::span<const std::uint32_t> others, std::span<const PlaceSum> sums) {
