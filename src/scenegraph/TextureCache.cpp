@@ -1,6 +1,7 @@
 #include "scenegraph/TextureCache.h"
 
 #include <algorithm>
+#include <iterator>
 #include <span>
 #include <utility>
 
@@ -36,10 +37,15 @@ LoadedTexture inspected(std::optional<Image> image) {
   return inspected(std::make_shared<const Image>(*std::move(image)));
 }
 
-/// No more than a decoder makes; 0 where only decoding can tell.
+/// How much may be held for having these bytes.
+std::uint64_t vouchedBytes(std::span<const std::byte> bytes) {
+  return std::min<std::uint64_t>(bytes.size(), maximumVouchingSize) * TextureCache::heldBytesPerByte;
+}
+
+/// What would be held, and no more than a decoder makes; 0 where only decoding can tell.
 std::uint64_t claimedBytes(std::span<const std::byte> bytes) {
   const ImageSize claim = claimedImageSize(bytes).value_or(ImageSize{});
-  return std::min(std::uint64_t{claim.width} * claim.height, maximumDecodedImagePixels) * 4;
+  return TextureCache::heldBytes(std::min(std::uint64_t{claim.width} * claim.height, maximumDecodedImagePixels) * 4);
 }
 
 // Rec. 709 weights on the encoded values, in 1/256, as a mask painted in greys is meant.
@@ -104,39 +110,42 @@ std::span<const std::byte> TextureCache::bytesOf(const Entry& entry) noexcept {
 }
 
 void TextureCache::decodeEntry(Entry& entry) {
-  if (!entry.isAdmitted) return;
+  entry.isDecoded = true;
   entry.plain = entry.given ? inspected(entry.given) : inspected(decodeImage(bytesOf(entry)));
 }
 
-/// Raises the limit by what the entry's bytes vouch for, and takes off it what its header claims, if that is left.
-void TextureCache::admit(Entry& entry) {
-  entry.isAdmitted = true;
-  if (entry.given) return;
+/// Whether what the entry's header claims fits, if those before it become what theirs claim.
+bool TextureCache::admits(Limit& ahead, const Entry& entry) {
+  if (entry.given) return true;
   const std::span<const std::byte> bytes = bytesOf(entry);
-  allowedBytes_ += std::min<std::uint64_t>(bytes.size(), maximumVouchingSize) * heldBytesPerByte;
-  const std::uint64_t claimed = heldBytes(claimedBytes(bytes));
-  entry.isAdmitted = claimed <= allowedBytes_ - heldBytes_;
-  entry.claimed = entry.isAdmitted ? claimed : 0;
-  heldBytes_ += entry.claimed;
+  ahead.allowed += vouchedBytes(bytes);
+  const std::uint64_t claimed = claimedBytes(bytes);
+  if (!ahead.fits(claimed)) return false;
+  ahead.held += claimed;
+  return true;
 }
 
-/// Puts what was decoded in the place of what was claimed.
+/// Decides when all is known of those before it: where one of these did not become what its header claims, that of this
+/// one may fit though it did not seem to, or the other way round.
 void TextureCache::settle(Entry& entry) {
   entry.isLoaded = true;
   if (entry.given) return;
+  const std::span<const std::byte> bytes = bytesOf(entry);
+  limit_.allowed += vouchedBytes(bytes);
+  const bool fits = limit_.fits(claimedBytes(bytes));
+  if (fits && !entry.isDecoded) decodeEntry(entry);
   entry.file = {};
-  heldBytes_ -= entry.claimed;
-  if (!entry.plain.image) return;
-  const std::uint64_t taken = heldBytes(entry.plain.image->pixels.size());
-  if (taken > allowedBytes_ - heldBytes_) {
-    entry.plain = {};
+  const std::uint64_t taken = entry.plain.image ? heldBytes(entry.plain.image->pixels.size()) : 0;
+  if (fits && limit_.fits(taken)) {
+    limit_.held += taken;
   } else {
-    heldBytes_ += taken;
+    entry.plain = {};
   }
 }
 
 void TextureCache::load() {
-  // A few at a time, so that what hostile images become is bounded before they have all become it.
+  // A few at a time, so that what hostile images become is bounded before they have all become it. How many makes no
+  // difference to what is shown.
   const std::size_t batchSize = 2 * availableThreadCount();
   std::vector<Entry*> missing;
   for (Entry* entry : requested_) {
@@ -145,8 +154,11 @@ void TextureCache::load() {
   for (std::size_t first = 0; first < missing.size(); first += batchSize) {
     const std::span<Entry*> batch = std::span(missing).subspan(first, std::min(batchSize, missing.size() - first));
     parallelFor(batch.size(), 1, [&](std::size_t i) { readEntry(*batch[i]); });
-    for (Entry* entry : batch) admit(*entry);
-    parallelFor(batch.size(), 1, [&](std::size_t i) { decodeEntry(*batch[i]); });
+    std::vector<Entry*> admitted;
+    Limit ahead = limit_;
+    std::copy_if(batch.begin(), batch.end(), std::back_inserter(admitted),
+                 [&](const Entry* entry) { return admits(ahead, *entry); });
+    parallelFor(admitted.size(), 1, [&](std::size_t i) { decodeEntry(*admitted[i]); });
     for (Entry* entry : batch) settle(*entry);
   }
   parallelFor(requested_.size(), 1, [&](std::size_t i) { makeOpacity(*requested_[i]); });

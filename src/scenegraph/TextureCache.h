@@ -60,18 +60,25 @@ class TextureCache {
     bool isRequested = false;
     bool isLoaded = false;
     std::vector<std::byte> file;  ///< Only while `load` is at it.
-    bool isAdmitted = false;
-    std::uint64_t claimed = 0;  ///< What was taken off the limit for it.
+    bool isDecoded = false;
     LoadedTexture plain;
     bool needsOpacity = false;
     std::optional<LoadedTexture> opacity;
   };
+  /// What may be held and what is, after some images in their order.
+  struct Limit {
+    std::uint64_t held = 0;
+    std::uint64_t allowed = heldBytesWithoutEvidence;
+
+    bool fits(std::uint64_t bytes) const noexcept { return bytes <= allowed - held; }
+  };
+
   static void readEntry(Entry& entry);
   static std::span<const std::byte> bytesOf(const Entry& entry) noexcept;
   static void decodeEntry(Entry& entry);
   Entry* find(const SCNMaterialContents& contents);
   const Entry* known(const SCNMaterialContents& contents) const;
-  void admit(Entry& entry);
+  static bool admits(Limit& ahead, const Entry& entry);
   void settle(Entry& entry);
   static void makeOpacity(Entry& entry);
 
@@ -79,8 +86,7 @@ class TextureCache {
   std::unordered_map<const Image*, Entry> byImage_;
   std::unordered_map<const EncodedImage*, Entry> byEncodedImage_;
   std::vector<Entry*> requested_;
-  std::uint64_t heldBytes_ = 0;
-  std::uint64_t allowedBytes_ = heldBytesWithoutEvidence;
+  Limit limit_;
 };
 
 }  // namespace ornolith

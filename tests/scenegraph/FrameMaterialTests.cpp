@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "SceneFixtures.h"
+#include "foundation/Parallel.h"
 #include "imaging/Color.h"
 #include "imaging/PNGEncoder.h"
 #include "scenegraph/MaterialDescription.h"
@@ -402,6 +403,30 @@ TEST_F(FrameMaterialTest, WhatAnImageClaimsIsGivenBackWhereItDoesNotDecode) {
   cache.request(sound, TextureUse::colorOrData);
   cache.load();
   EXPECT_TRUE(cache.texture(sound, TextureUse::colorOrData).image);
+}
+
+TEST_F(FrameMaterialTest, WhatImagesClaimKeepsNoneOutOnAnyNumberOfThreads) {
+  const auto claiming = [](std::uint8_t heightOver256) {
+    std::vector<std::byte> damaged = encodePNG(Image{1, 1, {1, 2, 3, 255}});
+    damaged[18] = std::byte{32};  // 8193 wide.
+    damaged[22] = std::byte{heightOver256};
+    damaged.resize(damaged.size() - 20);
+    const auto bytes = std::make_shared<const std::vector<std::byte>>(std::move(damaged));
+    return std::make_shared<const EncodedImage>(EncodedImage{*bytes, bytes});
+  };
+  Image image{2048, 2048, {}};
+  image.pixels.resize(std::size_t{2048} * 2048 * 4);
+  const auto sound = encoded(image);
+  const auto claim = claiming(32), restOfTheLimit = claiming(15);
+  for (const std::size_t threads : {1U, 2U, 7U}) {
+    withThreadLimit(threads, [&] {
+      TextureCache ofThreads;
+      for (const auto& contents : {claim, restOfTheLimit, sound}) ofThreads.request(contents, TextureUse::colorOrData);
+      ofThreads.load();
+      EXPECT_FALSE(ofThreads.texture(claim, TextureUse::colorOrData).image);
+      EXPECT_TRUE(ofThreads.texture(sound, TextureUse::colorOrData).image) << threads;
+    });
+  }
 }
 
 TEST_F(FrameMaterialTest, AlphaCountsOnlyWhereItIsAnOpacity) {
