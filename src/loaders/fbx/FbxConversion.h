@@ -23,8 +23,8 @@ struct FbxMeshStreams;
 /// Everything that the conversion of one file's meshes has in common. It refers to the FBX library's scene, which must
 /// outlive it.
 struct FbxConversion {
-  /// `fileSize` is the size of the model in bytes; it sets what the conversion may cost in memory and its
-  /// result in drawing.
+  /// `fileSize` is the size of the model in bytes; it sets what the conversion may cost in memory and its result in
+  /// drawing.
   FbxConversion(FileURL modelURL, std::vector<FileURL> assetDirectories, std::uint64_t fileSize);
   ~FbxConversion();
   FbxConversion(const FbxConversion&) = delete;
@@ -33,8 +33,8 @@ struct FbxConversion {
   const FileURL modelURL;
   const std::vector<FileURL> assetDirectories;
   FbxEmbeddedImages images;
-  FbxMemoryBudget budget;
-  FbxMemoryBudget drawing;
+  FbxMemoryBudget budget;   ///< What the conversion may take.
+  FbxMemoryBudget drawing;  ///< What its result may cost to draw; instances count each.
 
   /// Appends `text` to `diagnostics` where that is given. Throws `FbxLoadError` where the file would leave more
   /// findings than its size warrants.

@@ -20,21 +20,24 @@ inline constexpr std::uint64_t fbxResultMemoryFloor = std::uint64_t{512} << 20;
 /// What each byte of a file may add to become.
 inline constexpr std::uint64_t fbxMemoryPerFileByte = 128;
 
-/// What a file of `fileSize` bytes may have drawn.
-constexpr std::size_t fbxDrawingLimit(std::uint64_t fileSize) noexcept {
+/// `perFileByte` for each byte of a file, or half of the largest number where that would be more.
+constexpr std::size_t fbxProportion(std::uint64_t fileSize, std::uint64_t perFileByte) noexcept {
   constexpr std::uint64_t largest = std::numeric_limits<std::size_t>::max() / 2;
-  return drawingFloor + (fileSize > largest / drawingPerFileByte ? largest : fileSize * drawingPerFileByte);
+  return fileSize > largest / perFileByte ? largest : fileSize * perFileByte;
 }
 
 /// The limit for a file of `fileSize` bytes: `fbxMemoryPerFileByte` times its size, but at least `floor`.
 constexpr std::size_t fbxMemoryLimit(std::uint64_t floor, std::uint64_t fileSize) noexcept {
-  constexpr std::uint64_t largest = std::numeric_limits<std::size_t>::max() / 2;
-  const std::uint64_t proportional =
-      fileSize > largest / fbxMemoryPerFileByte ? largest : fileSize * fbxMemoryPerFileByte;
-  return static_cast<std::size_t>(proportional > floor ? proportional : floor);
+  const std::size_t proportional = fbxProportion(fileSize, fbxMemoryPerFileByte);
+  return proportional > floor ? proportional : floor;
 }
 
-/// Counts what is made from one file against a limit.
+/// What a file of `fileSize` bytes may have drawn (DrawingCost.h).
+constexpr std::size_t fbxDrawingLimit(std::uint64_t fileSize) noexcept {
+  return drawingFloor + fbxProportion(fileSize, drawingPerFileByte);
+}
+
+/// Counts what is made or drawn of one file against a limit.
 class FbxMemoryBudget {
  public:
   explicit FbxMemoryBudget(std::size_t limit) noexcept : remaining_(limit) {}

@@ -74,14 +74,7 @@ std::optional<std::vector<std::byte>> decodePercent(std::string_view text) {
   return std::vector<std::byte>(bytes.begin(), bytes.end());
 }
 
-/// Whether the text before the comma ends in the mark, in either case and with blanks behind the semicolon.
-bool hasBase64Mark(std::string_view header) {
-  const std::size_t semicolon = header.rfind(';');
-  return semicolon != std::string_view::npos &&
-         lowercased(trimmingWhitespace(header.substr(semicolon + 1))) == "base64";
-}
-
-/// The same of a text with percent-encoded digits or with white space, as web browsers take it too (WHATWG, "Fetch",
+/// The bytes of base64 with percent-encoded digits or with white space, as web browsers take it too (WHATWG, "Fetch",
 /// section "data: URLs").
 std::optional<std::vector<std::byte>> decodeEscapedBase64(std::string_view text) {
   std::optional<std::string> digits = percentDecodedBytes(text);
@@ -89,6 +82,13 @@ std::optional<std::vector<std::byte>> decodeEscapedBase64(std::string_view text)
   std::erase_if(*digits,
                 [](char letter) { return std::string_view(" \t\n\f\r").find(letter) != std::string_view::npos; });
   return decodeBase64(*digits);
+}
+
+/// Whether the text before the comma ends in ";base64", in either case and with blanks behind the semicolon.
+bool hasBase64Mark(std::string_view header) {
+  const std::size_t semicolon = header.rfind(';');
+  return semicolon != std::string_view::npos &&
+         lowercased(trimmingWhitespace(header.substr(semicolon + 1))) == "base64";
 }
 
 }  // namespace

@@ -103,8 +103,9 @@ class DocumentReader {
     view.byteOffset = sizeUnder(element, "byteOffset");
     view.byteLength = asSize(element.value("byteLength"));
     view.byteStride = sizeUnder(element, "byteStride");
-    if (const auto extension = strictExtension(element, "EXT_meshopt_compression"))
+    if (const auto extension = strictExtension(element, "EXT_meshopt_compression")) {
       view.compression = meshopt(*extension);
+    }
     return view;
   }
 

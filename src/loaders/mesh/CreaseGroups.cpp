@@ -22,7 +22,7 @@ void CreaseGroups::add(std::span<const std::uint32_t> triangles, std::size_t fir
   for (std::size_t first = 0; first < triangles.size(); first += 3) {
     bool isWanted = false;
     for (std::size_t corner = 0; corner < 3; ++corner) {
-      isWanted |= latestGroups_[range_.numberOf(places_.placeOf(triangles[first + corner]))] != noPlace;
+      isWanted |= latestGroups_[range_.numberOf(places_.placeOf(triangles[first + corner]))] != notBegun;
     }
     if (!isWanted) continue;
     for (std::size_t corner = 0; corner < 3; ++corner) {
@@ -44,7 +44,7 @@ void CreaseGroups::finishBatch() {
     for (std::size_t i = 0; i < 3; ++i) {
       const std::uint32_t source = sources_[i][facet];
       std::uint32_t& latest = latestGroups_[range_.numberOf(places_.placeOf(source))];
-      if (latest == noPlace) continue;
+      if (latest == notBegun) continue;
       const auto corner = static_cast<std::uint32_t>(firstCorners_[facet] + i);
       Group& group = groups_[groupAt(latest, smoothingGroupOf(corner / 3), facet)];
       if (batch_.hasArea(facet)) group.sum = group.sum + areaNormal * batch_.angles[i][facet];
@@ -87,7 +87,7 @@ bool CreaseGroups::isOf(const Group& group, std::uint32_t smoothingGroup, std::s
 
 /// True for a vertex that stays what it is in some group of its place.
 bool CreaseGroups::keepsItsNumber(const Group& firstGroup, std::uint32_t source) const {
-  return used_.empty() ? firstGroup.lastMember != none : used_[source] == 2;
+  return used_.empty() ? firstGroup.lastMember != none : used_[source] == vertex_use::withOwnNormal;
 }
 
 /// The number behind the given vertices that a given one has in the group; `none` where it stays what it is, as it does
@@ -97,8 +97,9 @@ std::uint32_t CreaseGroups::memberOf(Group& group, std::uint32_t source) {
   for (int i = 0; i < mostSearched && number != none; ++i, number = members_[number].next) {
     if (members_[number].source == source) return members_[number].further;
   }
-  const bool isFirst = used_.empty() ? group.previous == none && group.lastMember == none
-                                     : std::exchange(used_[source], std::uint8_t{2}) != 2;
+  const bool isFirst = used_.empty()
+                           ? group.previous == none && group.lastMember == none
+                           : std::exchange(used_[source], vertex_use::withOwnNormal) != vertex_use::withOwnNormal;
   const std::uint32_t further = isFirst ? none : furtherCount_++;
   members_.push_back({source, further, group.lastMember});
   group.lastMember = static_cast<std::uint32_t>(members_.size() - 1);

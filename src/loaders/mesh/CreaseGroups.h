@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -29,8 +30,8 @@ struct SplitVertices {
 class CreaseGroups {
  public:
   /// The places are the range's of which `beginAt` is called. `smoothingGroups` has one for each triangle, or is empty
-  /// where all are creased by angle. In `used`, where several vertices may stand at one place, the vertices that keep
-  /// their number are marked with 2. Normals of given vertices are written to `normals`.
+  /// where all are creased by angle. In `used` (`vertex_use`; empty where all vertices stand apart), those that keep
+  /// their number get their own normal. Normals of given vertices are written to `normals`.
   CreaseGroups(const MeshPlaces& places, const PlaceRange& range, std::span<const std::uint32_t> smoothingGroups,
                std::span<std::uint8_t> used, float* normals)
       : places_(places),
@@ -38,7 +39,7 @@ class CreaseGroups {
         smoothingGroups_(smoothingGroups),
         used_(used),
         normals_(normals),
-        latestGroups_(range.count + std::size_t{1}, noPlace) {}
+        latestGroups_(range.count + std::size_t{1}, notBegun) {}
 
   void beginAt(std::uint32_t number) { latestGroups_[number] = none; }
 
@@ -50,7 +51,7 @@ class CreaseGroups {
 
  private:
   static constexpr std::uint32_t none = 0xFFFFFFFF;
-  static constexpr std::uint32_t noPlace = none - 1;
+  static constexpr std::uint32_t notBegun = none - 1;  // The place of a corner that is left alone.
 
   /// A given vertex as it is in a group.
   struct Member {
@@ -81,7 +82,7 @@ class CreaseGroups {
   std::span<std::uint8_t> used_;
   float* normals_;
 
-  std::vector<std::uint32_t> latestGroups_;  // Of each place, and of what lies outside.
+  std::vector<std::uint32_t> latestGroups_;  // Of each place, and behind them one for what lies outside.
   std::vector<Group> groups_;
   std::vector<Member> members_;
   std::uint32_t furtherCount_ = 0;

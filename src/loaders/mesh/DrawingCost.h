@@ -14,7 +14,8 @@ inline constexpr std::uint64_t drawingFloor = std::uint64_t{256} << 20;
 /// What each byte of a file, its external resources included, adds to that.
 inline constexpr std::uint64_t drawingPerFileByte = 64;
 
-/// What `element` counts once for the geometry that it is made for, and once for every node that shows it.
+/// What `element` counts for every node that shows it. A reader that makes it before it knows of any node takes as much
+/// once more for that.
 inline std::uint64_t drawingCost(const SCNGeometryElement& element) noexcept {
   constexpr std::uint64_t ofElement = 256;
   constexpr std::uint64_t ofTriangle = 8;

@@ -149,7 +149,7 @@ class Adding {
       for (std::size_t corner = 0; corner < 3; ++corner) {
         const std::uint32_t vertex = triangles[first + corner];
         const std::uint32_t number = range_.numberOf(mayCoincide ? places_.firstThere[vertex] : vertex);
-        if (mayCoincide && number < range_.count) used_[vertex] = 1;
+        if (mayCoincide && number < range_.count) used_[vertex] = vertex_use::inTriangle;
         nearest = std::min(nearest, number);
         numbers_[corner][count_] = number;
         copyPosition(vertex, batch_.corners[corner][count_].data());

@@ -29,9 +29,18 @@ struct PlaceRange {
 
 /// What the facets at one place add up to. All zero where there is none yet.
 struct alignas(64) PlaceSum {
-  std::array<double, 4> normal{};     ///< Of the facets' normals, weighted; the fourth component means nothing.
-  std::array<float, 4> directions{};  ///< Of their unit normals; the fourth counts them, those without an area twice.
+  std::array<double, 4> normal{};  ///< Of the facets' normals, weighted; the fourth component means nothing.
+  /// Of their unit normals; the fourth counts the facets, those without an area twice, so that no place with one passes
+  /// for smooth.
+  std::array<float, 4> directions{};
 };
+
+/// How a mesh uses a vertex, kept where several may stand at one place.
+namespace vertex_use {
+inline constexpr std::uint8_t none = 0;
+inline constexpr std::uint8_t inTriangle = 1;  ///< Has the normal of the first vertex at its place.
+inline constexpr std::uint8_t withOwnNormal = 2;
+}  // namespace vertex_use
 
 /// Facets of which a normal and the angles at the corners are wanted.
 struct FacetBatch {
@@ -40,11 +49,13 @@ struct FacetBatch {
   // What is given: the corners' positions, whose fourth component means nothing.
   alignas(64) std::array<std::array<std::array<float, 4>, capacity>, 3> corners{};
 
-  // What is found. All zero but the last number where a facet has no area, or one that is no number.
-  alignas(
-      64) std::array<std::array<double, 4>, capacity> areaNormals{};    ///< Of twice the area, and 1 over their length.
-  alignas(64) std::array<std::array<double, capacity>, 3> angles{};     ///< Within 4e-8.
-  alignas(64) std::array<std::array<float, 4>, capacity> directions{};  ///< Of unit length; 1, or 2 without an area.
+  // What is found. Where a facet has no area, or one that is no number, all is zero but the weight of its direction.
+  /// Normals as long as twice the facet's area, and 1 over that length.
+  alignas(64) std::array<std::array<double, 4>, capacity> areaNormals{};
+  /// By corner and facet, within 4e-8.
+  alignas(64) std::array<std::array<double, capacity>, 3> angles{};
+  /// Normals of unit length, and as a weight 1, or 2 without an area.
+  alignas(64) std::array<std::array<float, 4>, capacity> directions{};
 
   bool hasArea(std::size_t facet) const noexcept { return directions[facet][3] == 1; }
 };
@@ -55,11 +66,12 @@ struct FacetBatch {
 void measureFacets(FacetBatch& batch);
 
 /// Adds the facets of `triangles`, in their order, to the sums of those corners that lie in the range. There is one sum
-/// more than places, for what lies outside. Marks the vertices of these corners in `used`, where it has any.
+/// more than places, for what lies outside. Marks the vertices of these corners in `used` (`vertex_use`), which is
+/// empty where all vertices stand apart.
 void addFacets(const MeshPlaces& places, std::span<const std::uint32_t> triangles, const PlaceRange& range,
                std::span<PlaceSum> sums, std::span<std::uint8_t> used);
 
-/// Whether a place is one for which a normal can be given.
+/// Which places have one normal for all their facets: those without a crease, or all.
 enum class Smoothness { byAngle, everywhere };
 
 /// Writes the unit normals of `sums`, three components each, and gives the numbers of those sums that may not have one:

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "foundation/LargeVector.h"
 
@@ -69,7 +70,7 @@ class PlaceHash {
 /// number and as many bits of the hash as there is room for.
 class PlaceTable {
  public:
-  /// For numbers up to `highest`, about `expectedCount` of them.
+  /// For numbers up to `highest`, which is below 2^31 - 1, about `expectedCount` of them.
   PlaceTable(std::size_t expectedCount, std::uint32_t highest);
 
   void prefetch(std::uint32_t hash) const noexcept { __builtin_prefetch(&slots_[place(hash)]); }

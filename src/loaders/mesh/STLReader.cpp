@@ -140,7 +140,7 @@ IndexedMesh meshOfFacets(Bytes header, Bytes facets, const BytesRead& whenRead) 
   mesh.triangles = std::move(welded.vertices);
   mesh.positions = std::move(welded.positions);
   if (colors.coloring() == Coloring::none) return mesh;
-  welded.words.resize(mesh.vertexCount(), 0);
+  welded.words.resize(mesh.vertexCount(), 0);  // There are none where all are 0 and the header has a colour.
   mesh.colors.reserve(mesh.positions.size());
   for (const std::uint16_t attribute : welded.words) {
     const LinearColor color = colors.of(attribute);

@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::size_t cornersOfABlock = std::size_t{3} << 11;
 constexpr std::size_t placesOfARange = std::size_t{1} << 13;  // Half a megabyte of sums.
+// Triangles in no order meet every range, which each looks at all of them.
 constexpr std::size_t rangesWithoutOrder = 2;
 
 /// Triangles one after the other, and between which places all their corners lie.
@@ -78,7 +79,7 @@ class Creasing {
   void findPlaces() {
     firstThere_ = firstVerticesThere(places_.positions);
     places_.firstThere = firstThere_;
-    if (mayCoincide()) used_.assign(vertexCount_, 0);
+    if (mayCoincide()) used_.assign(vertexCount_, vertex_use::none);
   }
 
   void makeBlocks() {
@@ -190,9 +191,8 @@ class Creasing {
 
   /// Vertices at a place without creases have the normal that stands at its first vertex.
   void giveNormalsOfPlaces() {
-    constexpr std::uint8_t hasOwnNormal = 2;
     for (std::size_t vertex = 0; vertex < firstThere_.size(); ++vertex) {
-      if (firstThere_[vertex] == vertex || used_[vertex] == hasOwnNormal) continue;
+      if (firstThere_[vertex] == vertex || used_[vertex] == vertex_use::withOwnNormal) continue;
       std::copy_n(normals_.data() + std::size_t{firstThere_[vertex]} * 3, 3, normals_.data() + vertex * 3);
     }
   }
@@ -209,7 +209,7 @@ class Creasing {
   void dropUnusedVertices() {
     LargeVector<std::uint32_t> unused;
     for (std::uint32_t vertex = 0; vertex < used_.size(); ++vertex) {
-      if (used_[vertex] == 0) unused.push_back(vertex);
+      if (used_[vertex] == vertex_use::none) unused.push_back(vertex);
     }
     for (SplitVertices& splits : splits_) unused.insert(unused.end(), splits.unused.begin(), splits.unused.end());
     if (unused.empty()) return;
@@ -253,7 +253,7 @@ class Creasing {
   std::span<const std::uint32_t> smoothingGroups_;
   std::size_t vertexCount_;
   LargeVector<std::uint32_t> firstThere_;  // Empty where all vertices stand apart.
-  LargeVector<std::uint8_t> used_;  // Of the vertices, where some do not: 1 in a triangle, 2 with its own normal.
+  LargeVector<std::uint8_t> used_;         // How the vertices are (`vertex_use`), where some do not.
   std::vector<Block> blocks_;
   std::vector<PlaceRange> ranges_;
   std::vector<SplitVertices> splits_;  // Of each range.

@@ -54,8 +54,9 @@ enum class VertexPlaces { mayCoincide, differ };
 /// in this, so that a seam of other attributes stays smooth. Vertices that no triangle uses are dropped.
 /// `smoothingGroups` has one for each triangle, or is empty where all are creased by angle. Takes time in proportion to
 /// the corners, on all threads. Besides the result it takes one megabyte a thread, 8 bytes for each corner that becomes
-/// another vertex, and where vertices may coincide 12 bytes each; for triangles in no order 32 bytes a place more. The
-/// result does not depend on the threads. Throws `MeshReadError` for more than `mostWeldedCorners` corners or vertices.
+/// another vertex, and where vertices may coincide 12 bytes each; for triangles in no order up to 68 bytes a place
+/// more. The result does not depend on the threads. Throws `MeshReadError` for more than `mostWeldedCorners` corners or
+/// vertices.
 CreasedMesh creaseMesh(std::span<const float> positions, std::span<std::uint32_t> triangles,
                        std::span<const std::uint32_t> smoothingGroups = {},
                        VertexPlaces vertexPlaces = VertexPlaces::mayCoincide);

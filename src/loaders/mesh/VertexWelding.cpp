@@ -228,7 +228,7 @@ class VertexSearch {
       std::uint32_t vertex;
     };
     std::array<Wanted, batch + prefetchDistance> wanted{};
-    PlaceTable table(count_ / shares, static_cast<std::uint32_t>(count_));
+    PlaceTable table(count_ / shares, static_cast<std::uint32_t>(std::max<std::size_t>(count_, 1) - 1));
     for (std::size_t begin = 0; begin < count_; begin += batch) {
       const std::size_t end = std::min(begin + batch, count_);
       std::size_t wantedCount = 0;
