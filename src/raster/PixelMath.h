@@ -42,6 +42,7 @@ inline float fastExp2(float x) noexcept {
   const float series =
       1.0f +
       f * (1.0f + f * (0.5f + f * (0.166666667f + f * (0.0416666667f + f * (0.00833333333f + f * 0.00138888889f)))));
+  // Of the bits of `shifted`, all but those of the whole number leave the word.
   return series * std::bit_cast<float>((std::bit_cast<std::uint32_t>(shifted) + 127) << 23);
 }
 

@@ -139,7 +139,7 @@ HWY_INLINE IntegerVector opaqueCodes(const OutputTable& table, FloatVector red, 
     const auto isDoubtful = hn::Gt(farthest, hn::Set(Floats(), 0.5f - formulaDoubt));
     if (HWY_LIKELY(hn::AllFalse(Floats(), isDoubtful))) {
       // The upper bits of the three add up to the same everywhere.
-      constexpr std::uint32_t upper = std::bit_cast<std::uint32_t>(wholeBits);
+      constexpr auto upper = std::bit_cast<std::uint32_t>(wholeBits);
       constexpr std::uint32_t sum = upper + (upper << 8) + (upper << 16);
       const IntegerVector packed = hn::Add(r.code, hn::Add(hn::ShiftLeft<8>(g.code), hn::ShiftLeft<16>(b.code)));
       return hn::Sub(packed, hn::Set(Integers(), std::bit_cast<std::int32_t>(sum)));

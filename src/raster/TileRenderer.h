@@ -51,7 +51,9 @@ class TileRenderer {
                            const PreparedItem& item);
   void drawOpaque(const PrimitiveRecord& record, const PreparedItem& item);
   void shadeOpaque();
+  /// Counts the pixels that are seen of each record, makes its plane where the item takes planes, and decides its way.
   void planGroups(std::span<const PixelRun> runs);
+  /// The runs of each way together, in their order; `wayEnds_` gets where each way ends.
   std::span<PixelRun> sortByWay(std::span<PixelRun> runs);
   void shadeByRows(std::uint32_t item, std::span<PixelRun> runs);
   void shadeByPrimitives(const RecordGroup& group, std::span<const PixelRun> runs);
@@ -73,7 +75,8 @@ class TileRenderer {
   std::vector<std::uint32_t> pixelCounts_;  ///< By record: how many of its pixels are seen.
   std::vector<std::uint32_t> visible_;      ///< Records of one group of which some pixel is seen.
   std::vector<NormalPlane> planes_;         ///< By record.
-  /// By record: twice the number of its group, and 1 more where it is shaded by primitives, not by rows.
+  /// By record: twice the number of its group, and 1 more where it is shaded by primitives, not by rows: where the item
+  /// takes no planes, or the record's is not sound.
   std::vector<std::uint32_t> ways_;
   std::vector<std::uint32_t> wayEnds_, pixelEnds_;
   PixelList sortedPixels_;

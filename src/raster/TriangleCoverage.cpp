@@ -75,7 +75,8 @@ HWY_INLINE void visitRows(const TileTriangle& triangle, const RowSpans& spans, c
     const auto rowDepth = hn::Set(floats, triangle.depth + triangle.depthY * static_cast<float>(y));
     for (; x <= last; x += lanes) {
       const auto column = hn::ConvertTo(floats, hn::Add(iota, hn::Set(integers, x)));
-      visit(pixelIndex(x, y), hn::FirstN(floats, static_cast<std::size_t>(last - x + 1)),
+      const std::int32_t count = last - x + 1;
+      visit(pixelIndex(x, y), hn::FirstN(floats, static_cast<std::size_t>(count)),
             hn::Add(rowDepth, hn::Mul(depthX, column)));
     }
   }
