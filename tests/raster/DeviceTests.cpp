@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "raster/FrameBuilder.h"
-#include "raster/PixelMath.h"
 #include "raster/SceneOfEverything.h"
 
 namespace ornolith {
@@ -252,33 +251,6 @@ TEST(Points, HaveTheirSizeWithinTheirLimits) {
   EXPECT_NEAR(area(1, 10, 100, 2), 3.14159 * 100, 14);
   EXPECT_NEAR(area(1, 0, 5, 2), 3.14159 * 25, 8);
   EXPECT_EQ(area(1, 0, 5, -2), 0);
-}
-
-TEST(PixelMath, StaysWithinItsStatedErrors) {
-  for (double x = 1e-30; x < 1e30; x *= 1.0173) {
-    const auto value = static_cast<float>(x);
-    const double exact = std::log2(static_cast<double>(value));
-    ASSERT_NEAR(raster::fastLog2(value), exact, 3e-7 + 1e-7 * std::abs(exact)) << value;
-  }
-  for (double x = -126; x <= 126; x += 0.0137) {
-    const auto value = static_cast<float>(x);
-    const double exact = std::exp2(static_cast<double>(value));
-    ASSERT_NEAR(raster::fastExp2(value) / exact, 1, 4e-7) << value;
-  }
-  for (const double exponent : {1.0, 17.0, 128.0, 1024.0}) {
-    for (double base = 0.9; base <= 1; base += 0.0003) {
-      const auto value = static_cast<float>(base);
-      const double exact = std::pow(static_cast<double>(value), exponent);
-      if (exact < 1e-36) continue;  // Beyond the range of results.
-      const double bound = 4e-7 * (2 + exponent * (1 + std::abs(std::log2(static_cast<double>(value)))));
-      ASSERT_NEAR(raster::fastPow(value, static_cast<float>(exponent)) / exact, 1, bound) << value << " " << exponent;
-    }
-  }
-  for (const float value : {0.0f, -0.0f, 0.5f, -0.5f, 1.0f, -1.0f, -1e-30f, 8388607.5f, -8388607.5f, 1e30f, -1e30f}) {
-    EXPECT_EQ(raster::fastFloor(value), std::floor(value));
-  }
-  EXPECT_EQ(raster::fastPow(0, 3), 0.0f);
-  EXPECT_EQ(raster::fastPow(std::numeric_limits<float>::quiet_NaN(), 3), 0.0f);
 }
 
 }  // namespace
