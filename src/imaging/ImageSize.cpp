@@ -2,6 +2,8 @@
 
 #include <webp/decode.h>
 
+#include <algorithm>
+
 #include "imaging/ByteOrder.h"
 #include "imaging/ImageDecoder.h"
 
@@ -17,13 +19,13 @@ std::optional<ImageSize> sizeOfPNG(Bytes data) noexcept {
   return ImageSize{bigEndian32(data, widthOffset), bigEndian32(data, widthOffset + 4)};
 }
 
-/// The frame header of ITU-T T.81: the first segment of a start of frame.
+/// The frame header of ITU-T T.81: the first segment of a start of frame. What the decoder passes over until the next
+/// marker is passed over here: whatever it decodes has to tell its size.
 std::optional<ImageSize> sizeOfJPEG(Bytes data) noexcept {
   std::size_t offset = 2;
   while (offset + 9 <= data.size()) {
-    if (byteAt(data, offset) != 0xff) return std::nullopt;
     const unsigned marker = byteAt(data, offset + 1);
-    if (marker == 0xff) {  // Fill bytes may stand before a marker.
+    if (byteAt(data, offset) != 0xff || marker == 0xff || marker == 0) {
       ++offset;
       continue;
     }
@@ -36,8 +38,8 @@ std::optional<ImageSize> sizeOfJPEG(Bytes data) noexcept {
     if (isFrame) return ImageSize{bigEndian16(data, offset + 7), bigEndian16(data, offset + 5)};
     const bool isScanOrEnd = marker == 0xda || marker == 0xd9;
     const std::size_t length = bigEndian16(data, offset + 2);
-    if (isScanOrEnd || length < 2) return std::nullopt;
-    offset += 2 + length;
+    if (isScanOrEnd) return std::nullopt;
+    offset += 2 + std::max<std::size_t>(length, 2);
   }
   return std::nullopt;
 }

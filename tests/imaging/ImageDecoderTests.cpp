@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "TestImages.h"
+#include "imaging/ByteOrder.h"
 #include "imaging/ImageDecoder.h"
 #include "imaging/ImageSize.h"
 #include "imaging/PNGEncoder.h"
@@ -81,6 +82,23 @@ TEST(ImageDecoder, TheSizeIsToldByTheHeaderAlone) {
   // A picture that stands upright and rows that run from the top.
   ByteWriter bmp = bmpHeader(24, -16, 24, 0, 0);
   EXPECT_EQ(claimedImageSize(bmp.zeros(24 * 16 * 3).take()), (ImageSize{24, 16}));
+}
+
+TEST(ImageDecoder, TheSizeOfAJPEGIsToldWhereItsDecoderPassesOverWhatIsWrong) {
+  const ByteVector insertions[] = {{std::byte{0}},
+                                   {std::byte{0x12}, std::byte{0xff}, std::byte{0}},
+                                   {std::byte{0xff}, std::byte{0xff}},
+                                   {std::byte{0xff}, std::byte{0xfe}, std::byte{0}, std::byte{0}}};
+  for (const Sample& sample : samples()) {
+    if (sample.kind != ImageKind::jpeg) continue;
+    for (const ByteVector& inserted : insertions) {
+      ByteVector file = sample.file;
+      const auto endOfFirstSegment = static_cast<std::ptrdiff_t>(4 + bigEndian16(file, 4));
+      file.insert(file.begin() + endOfFirstSegment, inserted.begin(), inserted.end());
+      ASSERT_TRUE(decodeImage(file)) << sample.name << " " << inserted.size();
+      EXPECT_EQ(claimedImageSize(file), (ImageSize{24, 16})) << sample.name << " " << inserted.size();
+    }
+  }
 }
 
 TEST(ImageDecoder, TheSizeOfACutHeaderIsNothingOrTheSameSize) {
