@@ -26,7 +26,7 @@ enum Surface : std::int64_t { smooth, faceted, textured, noisy };
 
 Image sphere(std::uint32_t side, Surface surface) {
   Image image{.width = side, .height = side, .pixels = {}};
-  image.pixels.resize(image.rowBytes() * side);
+  image.pixels.resize(image.rowBytes() * side, 0);
   std::mt19937 random(1);
   const double center = side / 2.0;
   const double radius = side * 0.42;

@@ -2,11 +2,10 @@
 
 #include <cstddef>
 #include <limits>
-#include <memory>
 #include <new>
-#include <type_traits>
-#include <utility>
 #include <vector>
+
+#include "foundation/UninitializedVector.h"
 
 namespace ornolith {
 
@@ -20,10 +19,7 @@ void preferLargePages(void* memory, std::size_t byteCount) noexcept;
 
 /// Takes memory by `allocateLarge` and leaves values that nobody gives uninitialised.
 template <typename Value>
-struct LargeAllocator {
-  static_assert(std::is_trivially_copyable_v<Value>);
-  using value_type = Value;
-
+struct LargeAllocator : UninitializedAllocator<Value> {
   LargeAllocator() = default;
   template <typename Other>
   explicit LargeAllocator(const LargeAllocator<Other>& /*other*/) noexcept {}
@@ -33,17 +29,6 @@ struct LargeAllocator {
     return static_cast<Value*>(allocateLarge(count * sizeof(Value)));
   }
   void deallocate(Value* memory, std::size_t /*count*/) noexcept { releaseLarge(memory); }
-
-  template <typename Other>
-  void construct(Other* place) noexcept {
-    ::new (static_cast<void*>(place)) Other;
-  }
-  template <typename Other, typename... Arguments>
-  void construct(Other* place, Arguments&&... arguments) {
-    ::new (static_cast<void*>(place)) Other(std::forward<Arguments>(arguments)...);
-  }
-
-  friend bool operator==(const LargeAllocator& /*a*/, const LargeAllocator& /*b*/) noexcept { return true; }
 };
 
 /// A vector for streams of vertices and indices, that are written once by several threads: what it grows by without a

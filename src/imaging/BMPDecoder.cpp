@@ -261,7 +261,7 @@ std::optional<Image> decodeBMP(std::span<const std::byte> data) {
   const std::optional<Header> header = readHeader(data);
   if (!header) return std::nullopt;
   Image image{.width = header->width, .height = header->height, .pixels = {}};
-  image.pixels.resize(image.rowBytes() * header->height);
+  image.pixels.resize(image.rowBytes() * header->height, 0);
   if (header->compression == Compression::rle8 || header->compression == Compression::rle4) {
     if (!decodeRuns(data, *header, image)) return std::nullopt;
   } else if (header->bitCount <= 8) {

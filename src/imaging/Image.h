@@ -2,7 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+
+#include "foundation/UninitializedVector.h"
 
 namespace ornolith {
 
@@ -16,12 +17,15 @@ constexpr bool isOutputImageSize(std::int64_t width, std::int64_t height) noexce
          width * height <= maximumImagePixels;
 }
 
+/// What `resize(n)` adds is uninitialised, since pixels are written next.
+using PixelBytes = UninitializedVector<std::uint8_t>;
+
 /// An 8-bit RGBA image with straight (not premultiplied) alpha, rows from the top, pixels from the left, 4 bytes a
 /// pixel, no padding. Colour is sRGB unless its user says that the image holds data (normals, roughness).
 struct Image {
-  std::uint32_t width = 0;           ///< Pixels.
-  std::uint32_t height = 0;          ///< Pixels.
-  std::vector<std::uint8_t> pixels;  ///< `width * height * 4` bytes.
+  std::uint32_t width = 0;   ///< Pixels.
+  std::uint32_t height = 0;  ///< Pixels.
+  PixelBytes pixels;         ///< `width * height * 4` bytes.
 
   std::size_t rowBytes() const noexcept { return std::size_t{width} * 4; }
   const std::uint8_t* pixel(std::uint32_t x, std::uint32_t y) const noexcept {

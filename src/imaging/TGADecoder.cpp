@@ -182,7 +182,7 @@ std::optional<Image> decodeTGA(std::span<const std::byte> data) {
   const std::optional<Header> header = readHeader(data);
   if (!header) return std::nullopt;
   Image image{.width = header->width, .height = header->height, .pixels = {}};
-  image.pixels.resize(image.rowBytes() * header->height);
+  image.pixels.resize(image.rowBytes() * header->height, 0);
   if (header->isRunLengthEncoded) {
     if (!decodePackets(data, *header, image)) return std::nullopt;
   } else {

@@ -17,7 +17,7 @@ struct DemuxerDeleter {
 
 Image transparentImage(std::uint32_t width, std::uint32_t height) {
   Image image{.width = width, .height = height, .pixels = {}};
-  image.pixels.resize(image.rowBytes() * height);
+  image.pixels.resize(image.rowBytes() * height, 0);
   return image;
 }
 

@@ -42,12 +42,9 @@ class CPURenderDevice final : public device::RenderDevice {
     prepareItems(frame, projection, pyramidsOf(frame), prepared_);
     transformVertices(projection, prepared_);
     splitIntoChunks();
-    // Clearing the picture takes about as long as a chunk.
-    parallelFor(chunkCount_ + 1, 1, [&](std::size_t i) {
-      if (i == 0) return makeRoom(image);
-      chunks_[i - 1].build(prepared_, projection, grid);
-    });
+    parallelFor(chunkCount_, 1, [&](std::size_t i) { chunks_[i].build(prepared_, projection, grid); });
 
+    makeRoom(image);
     const LightRig lights = LightRig::make(frame);
     const std::array<float, 4> background = premultiplied(frame.background);
     const TileInputs inputs{prepared_, projection, grid,       {chunks_.data(), chunkCount_},
@@ -75,6 +72,7 @@ class CPURenderDevice final : public device::RenderDevice {
     return *tables_;
   }
 
+  /// For pixels that the tiles write, all of them.
   static void makeRoom(Image& image) {
     // Of much more than that, the system is long in finding enough large pages.
     constexpr std::size_t mostInLargePages = std::size_t{64} << 20;

@@ -276,7 +276,6 @@ void TileRenderer::encodeColors() const {
 }
 
 void TileRenderer::fillWithBackground(const TilePixels& pixels, const TileBounds& bounds, std::uint32_t code) {
-  if (code == 0) return;  // Images begin like that.
   std::array<std::uint32_t, tileSide> row;
   row.fill(code);
   for (std::int32_t y = 0; y < bounds.height; ++y) {

@@ -62,7 +62,7 @@ void copyInto(Image& sheet, const Image& part, std::uint32_t left) {
 }
 
 Image difference(const Image& a, const Image& b) {
-  Image result{a.width, a.height, std::vector<std::uint8_t>(a.pixels.size())};
+  Image result{a.width, a.height, PixelBytes(a.pixels.size(), 0)};
   for (std::size_t i = 0; i < a.pixels.size(); ++i) {
     const int delta = std::abs(int{a.pixels[i]} - int{b.pixels[i]}) * 8;
     result.pixels[i] = i % 4 == 3 ? std::uint8_t{255} : static_cast<std::uint8_t>(std::min(delta, 255));
@@ -154,7 +154,7 @@ Image reviewSheet(const std::optional<Image>& accepted, const std::optional<Imag
   if (accepted && actual && accepted->width == actual->width && accepted->height == actual->height) {
     parts.push_back(difference(*accepted, *actual));
   }
-  Image sheet{1, 1, std::vector<std::uint8_t>(4)};
+  Image sheet{1, 1, PixelBytes(4, 0)};
   std::uint32_t width = 0;
   for (const Image& part : parts) {
     width += part.width;

@@ -16,7 +16,7 @@ using ByteVector = std::vector<std::byte>;
 
 inline Image blankImage(std::uint32_t width, std::uint32_t height) {
   Image image{.width = width, .height = height, .pixels = {}};
-  image.pixels.resize(image.rowBytes() * height);
+  image.pixels.resize(image.rowBytes() * height, 0);
   return image;
 }
 

@@ -389,7 +389,7 @@ TEST_F(GLTFMaterialsTest, OfSpecularGlossinessTexturesAreConvertedTexelByTexel) 
 
 TEST(SpecularGlossinessConverter, CountsWhatItDecodesEachTimeTowardsItsLimit) {
   constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
-  const std::vector<std::byte> png = encodePNG(Image{512, 512, std::vector<std::uint8_t>(mebibyte, 200)});
+  const std::vector<std::byte> png = encodePNG(Image{512, 512, PixelBytes(mebibyte, 200)});
   const auto image = std::make_shared<const EncodedImage>(EncodedImage{png, nullptr});
   SpecularGlossiness source;
   source.diffuse = image;

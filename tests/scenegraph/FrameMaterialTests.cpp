@@ -351,7 +351,7 @@ TEST_F(FrameMaterialTest, AnEncodedImageIsDecodedOnceHoweverManyPropertiesShowIt
   ASSERT_EQ(textures.size(), 1U);
   EXPECT_EQ(described.diffuse.texture, 0);
   EXPECT_EQ(described.emission.texture, 0);
-  EXPECT_EQ(textures[0].image->pixels, (std::vector<std::uint8_t>{10, 20, 30, 255}));
+  EXPECT_EQ(textures[0].image->pixels, (PixelBytes{10, 20, 30, 255}));
   const auto before = textures[0].image;
   describe();
   EXPECT_EQ(textures[0].image, before);
@@ -368,7 +368,7 @@ TEST_F(FrameMaterialTest, AnEncodedImageThatDoesNotDecodeShowsTheDefault) {
 }
 
 TEST_F(FrameMaterialTest, SmallImagesThatBecomeTooMuchTogetherAreNotShown) {
-  const Image large{4096, 4096, std::vector<std::uint8_t>(std::size_t{4096} * 4096 * 4, 200)};
+  const Image large{4096, 4096, PixelBytes(std::size_t{4096} * 4096 * 4, 200)};
   const auto first = encoded(large);
   constexpr std::size_t count = 24;
   std::vector<std::shared_ptr<const EncodedImage>> images;

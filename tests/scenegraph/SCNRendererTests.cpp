@@ -27,7 +27,7 @@ class RecordingDevice final : public device::RenderDevice {
  public:
   Image render(const FrameDescription& frame) override {
     last = frame;
-    return {frame.width, frame.height, std::vector<std::uint8_t>(std::size_t{frame.width} * frame.height * 4, 9)};
+    return {frame.width, frame.height, PixelBytes(std::size_t{frame.width} * frame.height * 4, 9)};
   }
   void releaseResources() override {}
   FrameDescription last;

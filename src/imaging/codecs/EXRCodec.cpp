@@ -308,7 +308,7 @@ std::optional<Image> decode(Bytes data) {
   }
   Image image{
       .width = static_cast<std::uint32_t>(size.width), .height = static_cast<std::uint32_t>(size.height), .pixels = {}};
-  image.pixels.resize(image.rowBytes() * image.height);
+  image.pixels.resize(image.rowBytes() * image.height, 0);
   if ((*names)[1].empty() && channels.findChannel("RY") != nullptr && channels.findChannel("BY") != nullptr) {
     readLuminanceChroma(stream, image);
   } else {

@@ -68,7 +68,7 @@ std::optional<Image> decode(std::span<const std::byte> data) {
   if (plane == nullptr || pictureWidth != width || pictureHeight != height || stride < width * 4) return std::nullopt;
 
   Image image{.width = static_cast<std::uint32_t>(width), .height = static_cast<std::uint32_t>(height), .pixels = {}};
-  image.pixels.resize(image.rowBytes() * image.height);
+  image.pixels.resize(image.rowBytes() * image.height, 0);
   for (std::size_t y = 0; y < image.height; ++y) {
     std::memcpy(image.pixels.data() + y * image.rowBytes(), plane + y * static_cast<std::size_t>(stride),
                 image.rowBytes());

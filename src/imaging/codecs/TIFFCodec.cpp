@@ -358,7 +358,7 @@ std::optional<Image> decode(Bytes data) {
   }
   const std::optional<Layout> layout = readLayout(tiff.get(), width, height);
   Image image{.width = width, .height = height, .pixels = {}};
-  image.pixels.resize(image.rowBytes() * height);
+  image.pixels.resize(image.rowBytes() * height, 0);
   // Unmapped, the library's conversion of 4.5.0 refuses plain tiles unless their size is a multiple of 1024 bytes. The
   // directory has been read by now.
   if (!layout && TIFFIsTiled(tiff.get()) != 0) tiff = open(memory, Access::mapped);

@@ -120,8 +120,8 @@ std::optional<MetallicRoughnessImages> SpecularGlossinessConverter::convert(cons
 
   const Stretched diffuse(diffuseImage.get(), width, height);
   const Stretched specularGlossiness(specularImage.get(), width, height);
-  auto baseColor = std::make_shared<Image>(Image{width, height, std::vector<std::uint8_t>(byteCount)});
-  auto roughness = std::make_shared<Image>(Image{width, height, std::vector<std::uint8_t>(byteCount)});
+  auto baseColor = std::make_shared<Image>(Image{width, height, PixelBytes(byteCount)});
+  auto roughness = std::make_shared<Image>(Image{width, height, PixelBytes(byteCount)});
   parallelFor(height, 64, [&](std::size_t row) {
     const auto y = static_cast<std::uint32_t>(row);
     std::uint8_t* color = baseColor->pixels.data() + row * baseColor->rowBytes();
