@@ -12,7 +12,7 @@ LightRig LightRig::make(const device::FrameDescription& frame) {
   rig.ambient = frame.ambientLight;
   for (const device::DirectionalLight& light : frame.directionalLights) {
     const float size = length(light.direction);
-    if (!(size > 0 && size < std::numeric_limits<float>::infinity())) continue;
+    if (!(size > 0 && size < std::numeric_limits<float>::infinity()) || !isFinite(light.color)) continue;
     rig.directional.push_back({light.direction / size, light.color});
   }
   return rig;

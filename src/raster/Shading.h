@@ -13,7 +13,8 @@ namespace ornolith::raster {
 /// What all fragments of a frame are lit by.
 struct LightRig {
   simd_float3 ambient;
-  std::vector<device::DirectionalLight> directional;  ///< Directions unit length or zero; a zero one lights nothing.
+  std::vector<device::DirectionalLight>
+      directional;  ///< Directions of unit length, finite colours; others light nothing.
 
   static LightRig make(const device::FrameDescription& frame);
 };

@@ -265,9 +265,12 @@ FloatVector3 physicalLight(const LightRig& lights, const Surface& surface, Float
   const PhysicalSurface& s = surface.physical;
   FloatVector3 diffuse = all(simd_float3{}), highlight = diffuse;
   for (const device::DirectionalLight& light : lights.directional) {
-    const Cosines c = cosines(view, normal, all(-light.direction));
+    const FloatVector3 l = all(-light.direction);
+    const FloatMask isLit = hn::Gt(dot(normal, l), all(0.0f));
+    if (hn::AllFalse(Floats(), isLit)) continue;
+    const Cosines c = cosines(view, normal, l);
     diffuse = diffuse + all(light.color) * positive(c.nl);
-    highlight = highlight + ggx(light, s, c);
+    highlight = highlight + select(isLit, ggx(light, s, c), all(simd_float3{}));
   }
   return surface.base * (diffuse * (all(1.0f) - s.metalness) + surface.even) + highlight + surface.emitted;
 }
@@ -279,6 +282,7 @@ FloatVector3 shadedColor(const ShadingPlan& plan, const LightRig& lights, const 
   const FloatVector3 smooth = load(batch.normal, place.i);
   const FloatVector3 normal = (plan.hasNormalMap ? mappedNormal(plan.normal, place, batch, smooth) : smooth) * face;
   if (!plan.isPhysical) {
+    // Where highlights find it.
     if (plan.hasNormalMap || batch.hasBackFaces) store(normal, batch.normal, place.i);
     return surface.base * (diffuseLight(lights, normal) + surface.even) + surface.emitted;
   }
@@ -311,20 +315,27 @@ void addHighlights(const ShadingPlan& plan, const LightRig& lights, std::span<co
                    FragmentBatch& batch) {
   const float scaled = plan.material->shininess * blinnExponentScale;
   // Of the square of the cosine.
-  const FloatVector exponent = all(0.5f * (scaled > 1.0f ? std::min(scaled, 1024.0f) : 1.0f));
+  const float exponent = 0.5f * (scaled > 1.0f ? std::min(scaled, 1024.0f) : 1.0f);
+  // Nobody sees a fainter highlight, which most of a shiny surface has.
+  constexpr float faintest = 0x1p-16f;
+  const FloatVector least = fastPow(all(faintest), all(1.0f / exponent));
   alignas(64) Lane squaredCosine;
   for (const device::DirectionalLight& light : lights.directional) {
     for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
       const Cosines c = cosines(load(batch.view, i), load(batch.normal, i), all(-light.direction));
-      store(hn::IfThenElseZero(hn::Gt(c.nl, all(0.0f)), c.halfwayFacing / c.halfway), squaredCosine, i);
+      const FloatVector squared = c.halfwayFacing / c.halfway;
+      store(hn::IfThenElseZero(hn::And(hn::Gt(c.nl, all(0.0f)), hn::Gt(squared, least)), squared), squaredCosine, i);
     }
     FloatVector3 specular = all(light.color) * color(plan.specular, {samples, 0});
     for (std::size_t i = 0; i < batch.count; i += hn::Lanes(Floats())) {
+      const FloatVector squared = load(squaredCosine, i);
+      const FloatMask isSeen = hn::Gt(squared, all(0.0f));
+      if (hn::AllFalse(Floats(), isSeen)) continue;
       if (plan.specular.isTextured) specular = all(light.color) * color(plan.specular, {samples, i});
-      const FloatVector power = fastPow(load(squaredCosine, i), exponent);
+      const FloatVector power = fastPow(squared, all(exponent));
       const Lane4& below = batch.result;
       const FloatVector3 surface{load(below.x, i), load(below.y, i), load(below.z, i)};
-      storeColor(surface + specular * power, batch, i);
+      storeColor(surface + select(isSeen, specular * power, all(simd_float3{})), batch, i);
     }
   }
 }
