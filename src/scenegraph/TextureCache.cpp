@@ -114,11 +114,13 @@ void TextureCache::decodeEntry(Entry& entry) {
   entry.plain = entry.given ? inspected(entry.given) : inspected(decodeImage(bytesOf(entry)));
 }
 
-/// Whether what the entry's header claims fits, if those before it become what theirs claim.
+/// Whether what the entry's header claims fits, if those before it become what theirs claim. Images that only decoding
+/// tells the size of wait for `settle`: many of them at once could take any memory.
 bool TextureCache::admits(Limit& ahead, const Entry& entry) {
   if (entry.given) return true;
   const std::span<const std::byte> bytes = bytesOf(entry);
   ahead.allowed += vouchedBytes(bytes);
+  if (!claimedImageSize(bytes)) return false;
   const std::uint64_t claimed = claimedBytes(bytes);
   if (!ahead.fits(claimed)) return false;
   ahead.held += claimed;
