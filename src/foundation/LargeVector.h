@@ -9,12 +9,12 @@
 
 namespace ornolith {
 
-/// Memory of at least `byteCount` bytes, aligned for everything; large pieces are asked for in the system's large
-/// pages, which are much cheaper to touch for the first time. Throws `std::bad_alloc`.
+/// Memory of at least `byteCount` bytes, aligned for everything; pieces of some megabytes are asked for in the system's
+/// large pages, which are much cheaper to touch for the first time. Throws `std::bad_alloc`.
 void* allocateLarge(std::size_t byteCount);
 void releaseLarge(void* memory) noexcept;
 
-/// Asks the system for its large pages where memory from elsewhere, of some megabytes, has not been touched yet.
+/// Asks the system for its large pages in the same way, for memory from elsewhere that has not been touched yet.
 void preferLargePages(void* memory, std::size_t byteCount) noexcept;
 
 /// Takes memory by `allocateLarge` and leaves values that nobody gives uninitialised.

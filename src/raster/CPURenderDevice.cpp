@@ -74,11 +74,9 @@ class CPURenderDevice final : public device::RenderDevice {
 
   /// For pixels that the tiles write, all of them.
   static void makeRoom(Image& image) {
-    // Of much more than that, the system is long in finding enough large pages.
-    constexpr std::size_t mostInLargePages = std::size_t{64} << 20;
     const std::size_t size = image.rowBytes() * image.height;
     image.pixels.reserve(size);
-    if (size <= mostInLargePages) preferLargePages(image.pixels.data(), size);
+    preferLargePages(image.pixels.data(), size);
     image.pixels.resize(size);
   }
 
