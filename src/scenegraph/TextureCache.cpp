@@ -42,10 +42,11 @@ std::uint64_t vouchedBytes(std::span<const std::byte> bytes) {
   return std::min<std::uint64_t>(bytes.size(), maximumVouchingSize) * TextureCache::heldBytesPerByte;
 }
 
-/// What would be held, and no more than a decoder makes; 0 where only decoding can tell.
-std::uint64_t claimedBytes(std::span<const std::byte> bytes) {
-  const ImageSize claim = claimedImageSize(bytes).value_or(ImageSize{});
-  return TextureCache::heldBytes(std::min(std::uint64_t{claim.width} * claim.height, maximumDecodedImagePixels) * 4);
+/// What would be held, and no more than a decoder makes; nothing where only decoding can tell.
+std::optional<std::uint64_t> claimedBytes(std::span<const std::byte> bytes) {
+  const std::optional<ImageSize> claim = claimedImageSize(bytes);
+  if (!claim) return std::nullopt;
+  return TextureCache::heldBytes(std::min(std::uint64_t{claim->width} * claim->height, maximumDecodedImagePixels) * 4);
 }
 
 // Rec. 709 weights on the encoded values, in 1/256, as a mask painted in greys is meant.
@@ -120,10 +121,9 @@ bool TextureCache::admits(Limit& ahead, const Entry& entry) {
   if (entry.given) return true;
   const std::span<const std::byte> bytes = bytesOf(entry);
   ahead.allowed += vouchedBytes(bytes);
-  if (!claimedImageSize(bytes)) return false;
-  const std::uint64_t claimed = claimedBytes(bytes);
-  if (!ahead.fits(claimed)) return false;
-  ahead.held += claimed;
+  const std::optional<std::uint64_t> claimed = claimedBytes(bytes);
+  if (!claimed || !ahead.fits(*claimed)) return false;
+  ahead.held += *claimed;
   return true;
 }
 
@@ -134,7 +134,7 @@ void TextureCache::settle(Entry& entry) {
   if (entry.given) return;
   const std::span<const std::byte> bytes = bytesOf(entry);
   limit_.allowed += vouchedBytes(bytes);
-  const bool fits = limit_.fits(claimedBytes(bytes));
+  const bool fits = limit_.fits(claimedBytes(bytes).value_or(0));
   if (fits && !entry.isDecoded) decodeEntry(entry);
   entry.file = {};
   const std::uint64_t taken = entry.plain.image ? heldBytes(entry.plain.image->pixels.size()) : 0;

@@ -8,6 +8,7 @@
 
 #include "foundation/LargeVector.h"
 #include "foundation/SharedBytes.h"
+#include "foundation/UninitializedVector.h"
 
 namespace ornolith {
 namespace {
@@ -64,6 +65,15 @@ TEST(LargeVector, LeavesWhatStandsInMemoryThatIsToHaveLargePages) {
     EXPECT_EQ(std::count(bytes.begin(), bytes.end(), 7), static_cast<std::ptrdiff_t>(size));
   }
   preferLargePages(nullptr, 0);
+}
+
+TEST(UninitializedVector, TakesTheValuesThatAreGivenAndKeepsThem) {
+  UninitializedVector<std::uint8_t> values{1, 2, 3};
+  values.resize(100'000, 7);
+  values.resize(200'000);
+  EXPECT_EQ(values[2], 3);
+  EXPECT_EQ(std::count(values.begin() + 3, values.begin() + 100'000, 7), 99'997);
+  EXPECT_EQ(UninitializedVector<std::uint8_t>(4, 0), (UninitializedVector<std::uint8_t>{0, 0, 0, 0}));
 }
 
 TEST(LargeVector, RefusesSizesBeyondMemory) {

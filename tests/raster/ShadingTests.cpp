@@ -65,6 +65,16 @@ TEST(Shading, OfAWhiteSurfaceThatFacesANeutralLightIsWhite) {
   }
 }
 
+TEST(Shading, TakesNothingFromALightWithoutAFiniteColor) {
+  constexpr float infinity = std::numeric_limits<float>::infinity();
+  const auto material = FrameBuilder::litMaterial(device::LightingModel::physicallyBased, {0.5f, 0.5f, 0.5f, 1});
+  FrameBuilder scene = litQuad(material, {0, 0, 1}, {0, 0, -1}, {0.4f, 0.4f, 0.4f});
+  const Image alone = scene.render();
+  scene.frame.directionalLights.push_back({{0, 0, -1}, {infinity, 1, 1}});
+  scene.frame.directionalLights.push_back({{0, 0, 1}, {1, std::numeric_limits<float>::quiet_NaN(), 1}});
+  EXPECT_EQ(scene.render(), alone);
+}
+
 TEST(Shading, OfTheDefaultModelFollowsLambertAndBlinn) {
   device::Material material = FrameBuilder::litMaterial(device::LightingModel::blinn, {0.3f, 0.4f, 0.5f, 1});
   material.specular.value = {0.4f, 0.3f, 0.2f, 1};
