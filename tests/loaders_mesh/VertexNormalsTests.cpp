@@ -311,6 +311,15 @@ TEST(VertexNormals, OfOneSmoothingGroupAreSharedAcrossEveryEdge) {
   EXPECT_EQ(mesh.indices[0], mesh.indices[3]);
 }
 
+TEST(VertexNormals, AreTheSameForOneSmoothingGroupGivenOnce) {
+  const Mesh mesh = randomMesh(5'000, true, false);
+  for (const std::uint32_t group : {flatFacet, 3U, creasedByAngle}) {
+    const std::vector<std::uint32_t> ofEach(mesh.triangles.size() / 3, group);
+    const Creased found = creasedMesh(mesh.positions, mesh.triangles, std::vector<std::uint32_t>{group});
+    EXPECT_TRUE(areSame(found, creasedMesh(mesh.positions, mesh.triangles, ofEach))) << group;
+  }
+}
+
 TEST(VertexNormals, KeepTheGivenVerticesInTheirOrderBeforeFurtherOnes) {
   const std::vector<float> positions{9, 9, 9, 0, 0, 0, 0, 0, 1, -1, 0, 0, 1, 3, 0};
   const Creased mesh = creasedMesh(positions, std::vector<std::uint32_t>{1, 3, 2, 1, 2, 4});

@@ -57,7 +57,8 @@ void CreaseGroups::finishBatch() {
 }
 
 std::uint32_t CreaseGroups::smoothingGroupOf(std::size_t triangle) const {
-  return smoothingGroups_.empty() ? creasedByAngle : smoothingGroups_[triangle];
+  if (smoothingGroups_.empty()) return creasedByAngle;
+  return smoothingGroups_.size() == 1 ? smoothingGroups_.front() : smoothingGroups_[triangle];
 }
 
 /// The latest group of the place that the facet belongs to, or a new one.

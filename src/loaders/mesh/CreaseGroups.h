@@ -29,9 +29,9 @@ struct SplitVertices {
 /// It is the long way, for places that creases part.
 class CreaseGroups {
  public:
-  /// The places are the range's of which `beginAt` is called. `smoothingGroups` has one for each triangle, or is empty
-  /// where all are creased by angle. In `used` (`vertex_use`; empty where all vertices stand apart), those that keep
-  /// their number get their own normal. Normals of given vertices are written to `normals`.
+  /// The places are the range's of which `beginAt` is called. `smoothingGroups` has one for each triangle, or one for
+  /// all, or is empty where all are creased by angle. In `used` (`vertex_use`; empty where all vertices stand apart),
+  /// those that keep their number get their own normal. Normals of given vertices are written to `normals`.
   CreaseGroups(const MeshPlaces& places, const PlaceRange& range, std::span<const std::uint32_t> smoothingGroups,
                std::span<std::uint8_t> used, float* normals)
       : places_(places),

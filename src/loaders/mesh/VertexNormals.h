@@ -52,11 +52,11 @@ enum class VertexPlaces { mayCoincide, differ };
 /// normal, and of those that are creased by angle the ones whose normals lie within 60 degrees of the first of them:
 /// the mean of the facets' normals, weighted by area and by the angle at the corner. Vertices at one place count as one
 /// in this, so that a seam of other attributes stays smooth. Vertices that no triangle uses are dropped.
-/// `smoothingGroups` has one for each triangle, or is empty where all are creased by angle. Takes time in proportion to
-/// the corners, on all threads. Besides the result it takes one megabyte a thread, 8 bytes for each corner that becomes
-/// another vertex, and where vertices may coincide 12 bytes each; for triangles in no order up to 68 bytes a place
-/// more. The result does not depend on the threads. Throws `MeshReadError` for more than `mostWeldedCorners` corners or
-/// vertices.
+/// `smoothingGroups` has one for each triangle, or one for all, or is empty where all are creased by angle. Takes time
+/// in proportion to the corners, on all threads. Besides the result it takes one megabyte a thread, 8 bytes for each
+/// corner that becomes another vertex, and where vertices may coincide 12 bytes each; for triangles in no order up to
+/// 68 bytes a place more. The result does not depend on the threads. Throws `MeshReadError` for more than
+/// `mostWeldedCorners` corners or vertices.
 CreasedMesh creaseMesh(std::span<const float> positions, std::span<std::uint32_t> triangles,
                        std::span<const std::uint32_t> smoothingGroups = {},
                        VertexPlaces vertexPlaces = VertexPlaces::mayCoincide);
