@@ -22,10 +22,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::check(imageKind(bytes).has_value(), "what decodes has a kind");
   // An orientation may have swapped the sides, which the rule treats alike.
   fuzz::check(isDecodableSize(image->width, image->height, size), "the size is one that is decoded");
-  if (const std::optional<ImageSize> claim = claimedImageSize(bytes)) {
-    const ImageSize upright{image->width, image->height}, turned{image->height, image->width};
-    fuzz::check(claim == upright || claim == turned, "the header tells the size");
-  }
+  const ImageSize upright{image->width, image->height}, turned{image->height, image->width};
+  const std::optional<ImageSize> claim = claimedImageSize(bytes);
+  fuzz::check(claim == upright || claim == turned, "the header tells the size");
+  fuzz::check(decodedByteCount(bytes) == image->pixels.size(), "the header tells the bytes");
   fuzz::check(image->pixels.size() == image->rowBytes() * image->height, "there are four bytes for each pixel");
 
   constexpr std::size_t smallPixels = std::size_t{128} * 128;

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <climits>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,40 +34,58 @@ std::string moduleDirectory() {
   return directory + "/../lib/ornolith-render";
 }
 
-CodecEntry load(std::string_view name) {
+/// What a module exports; null for what is not there.
+struct Entries {
+  CodecEntry decode = nullptr;
+  CodecSizeEntry size = nullptr;
+};
+
+Entries load(std::string_view name) {
   const std::string directory = moduleDirectory();
-  if (directory.empty()) return nullptr;
+  if (directory.empty()) return {};
   const std::string path = directory + "/ornolith-codec-" + std::string(name) + ".so";
   void* const module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (module == nullptr) return nullptr;
-  return reinterpret_cast<CodecEntry>(::dlsym(module, codecEntryName));
+  if (module == nullptr) return {};
+  return {reinterpret_cast<CodecEntry>(::dlsym(module, codecEntryName)),
+          reinterpret_cast<CodecSizeEntry>(::dlsym(module, codecSizeEntryName))};
 }
 
-CodecEntry entry(CodecModule module) {
+Entries entriesOf(CodecModule module) {
   switch (module) {
     case CodecModule::tiff: {
-      static const CodecEntry tiff = load("tiff");
+      static const Entries tiff = load("tiff");
       return tiff;
     }
     case CodecModule::heic: {
-      static const CodecEntry heic = load("heic");
+      static const Entries heic = load("heic");
       return heic;
     }
     case CodecModule::exr: {
-      static const CodecEntry exr = load("exr");
+      static const Entries exr = load("exr");
       return exr;
     }
   }
-  return nullptr;
+  return {};
 }
 
 }  // namespace
 
-std::optional<Image> decodeByModule(CodecModule module, std::span<const std::byte> data) {
-  const CodecEntry decode = entry(module);
+std::optional<Image> decodeByModule(CodecModule module, std::span<const std::byte> data, ImageSize size) {
+  const CodecEntry decode = entriesOf(module).decode;
   Image image;
-  if (decode == nullptr || !decode(data.data(), data.size(), image)) return std::nullopt;
+  if (decode == nullptr || !decode(data.data(), data.size(), size, image)) return std::nullopt;
   return image;
+}
+
+std::optional<ImageSize> sizeByModule(CodecModule module, std::span<const std::byte> data) noexcept {
+  try {
+    const CodecSizeEntry tellSize = entriesOf(module).size;
+    ImageSize size;
+    if (tellSize == nullptr || !tellSize(data.data(), data.size(), size)) return std::nullopt;
+    return size;
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
 }
 
 }  // namespace ornolith

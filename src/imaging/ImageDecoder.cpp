@@ -12,7 +12,9 @@
 
 #include "imaging/ByteOrder.h"
 #include "imaging/CodecModule.h"
+#include "imaging/DecodeLimits.h"
 #include "imaging/Decoders.h"
+#include "imaging/ImageSize.h"
 
 namespace ornolith {
 
@@ -93,7 +95,9 @@ std::optional<ImageKind> imageKind(std::span<const std::byte> data) noexcept {
 
 std::optional<Image> decodeImage(std::span<const std::byte> data) {
   const std::optional<ImageKind> kind = imageKind(data);
-  if (!kind) return std::nullopt;
+  // What does not tell its size is not decoded, so that whoever asked for it knows what will come.
+  const std::optional<ImageSize> size = claimedImageSize(data);
+  if (!kind || !size || !isDecodableSize(size->width, size->height, data.size())) return std::nullopt;
   switch (*kind) {
     case ImageKind::png:
       return decodePNG(data);
@@ -106,11 +110,11 @@ std::optional<Image> decodeImage(std::span<const std::byte> data) {
     case ImageKind::webp:
       return decodeWebP(data);
     case ImageKind::tiff:
-      return decodeByModule(CodecModule::tiff, data);
+      return decodeByModule(CodecModule::tiff, data, *size);
     case ImageKind::heic:
-      return decodeByModule(CodecModule::heic, data);
+      return decodeByModule(CodecModule::heic, data, *size);
     case ImageKind::exr:
-      return decodeByModule(CodecModule::exr, data);
+      return decodeByModule(CodecModule::exr, data, *size);
   }
   return std::nullopt;
 }

@@ -27,7 +27,8 @@ std::optional<ImageKind> imageKind(std::span<const std::byte> data) noexcept;
 /// to sRGB. Of an animation the first frame on its transparent canvas, of several pages or parts the first. Samples are
 /// taken as sRGB: embedded colour profiles, gamma and chromaticities play no part.
 ///
-/// Nothing where the data is no image of a known kind, is damaged or cut short, or is over the limits. Never throws but
+/// Nothing where the data is no image of a known kind, is damaged or cut short, does not tell its size
+/// (`claimedImageSize`), or is over the limits. Never throws but
 /// for lack of memory, and writes to no stream; memory is set aside only after the header's claim has been checked
 /// against the limits and the size of the data. May be called from several threads at once.
 ///

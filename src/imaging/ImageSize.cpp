@@ -5,7 +5,11 @@
 #include <algorithm>
 
 #include "imaging/ByteOrder.h"
+#include "imaging/CodecModule.h"
+#include "imaging/DecodeLimits.h"
+#include "imaging/EXRHeader.h"
 #include "imaging/ImageDecoder.h"
+#include "imaging/TIFFHeader.h"
 
 namespace ornolith {
 
@@ -84,11 +88,19 @@ std::optional<ImageSize> claimedImageSize(std::span<const std::byte> data) noexc
     case ImageKind::tga:
       return sizeOfTGA(data);
     case ImageKind::tiff:
+      return claimedTIFFSize(data);
     case ImageKind::heic:
+      return sizeByModule(CodecModule::heic, data);
     case ImageKind::exr:
-      break;
+      return claimedEXRSize(data);
   }
   return std::nullopt;
+}
+
+std::optional<std::uint64_t> decodedByteCount(std::span<const std::byte> data) noexcept {
+  const std::optional<ImageSize> size = claimedImageSize(data);
+  if (!size || !isDecodableSize(size->width, size->height, data.size())) return std::nullopt;
+  return std::uint64_t{size->width} * size->height * 4;
 }
 
 }  // namespace ornolith

@@ -42,13 +42,6 @@ std::uint64_t vouchedBytes(std::span<const std::byte> bytes) {
   return std::min<std::uint64_t>(bytes.size(), maximumVouchingSize) * TextureCache::heldBytesPerByte;
 }
 
-/// What would be held, and no more than a decoder makes; nothing where only decoding can tell.
-std::optional<std::uint64_t> claimedBytes(std::span<const std::byte> bytes) {
-  const std::optional<ImageSize> claim = claimedImageSize(bytes);
-  if (!claim) return std::nullopt;
-  return TextureCache::heldBytes(std::min(std::uint64_t{claim->width} * claim->height, maximumDecodedImagePixels) * 4);
-}
-
 // Rec. 709 weights on the encoded values, in 1/256, as a mask painted in greys is meant.
 std::shared_ptr<const Image> luminanceAsAlpha(const Image& image) {
   auto mask = std::make_shared<Image>(image);
@@ -111,43 +104,20 @@ std::span<const std::byte> TextureCache::bytesOf(const Entry& entry) noexcept {
 }
 
 void TextureCache::decodeEntry(Entry& entry) {
-  entry.isDecoded = true;
   entry.plain = entry.given ? inspected(entry.given) : inspected(decodeImage(bytesOf(entry)));
 }
 
-/// Whether what the entry's header claims fits, if those before it become what theirs claim. Images that only decoding
-/// tells the size of wait for `settle`: many of them at once could take any memory.
-bool TextureCache::admits(Limit& ahead, const Entry& entry) {
+/// Whether the entry may be decoded, after those before it in their order.
+bool TextureCache::admits(const Entry& entry) {
   if (entry.given) return true;
   const std::span<const std::byte> bytes = bytesOf(entry);
-  ahead.allowed += vouchedBytes(bytes);
-  const std::optional<std::uint64_t> claimed = claimedBytes(bytes);
-  if (!claimed || !ahead.fits(*claimed)) return false;
-  ahead.held += *claimed;
-  return true;
-}
-
-/// Decides when all is known of those before it: where one of these did not become what its header claims, that of this
-/// one may fit though it did not seem to, or the other way round.
-void TextureCache::settle(Entry& entry) {
-  entry.isLoaded = true;
-  if (entry.given) return;
-  const std::span<const std::byte> bytes = bytesOf(entry);
   limit_.allowed += vouchedBytes(bytes);
-  const bool fits = limit_.fits(claimedBytes(bytes).value_or(0));
-  if (fits && !entry.isDecoded) decodeEntry(entry);
-  entry.file = {};
-  const std::uint64_t taken = entry.plain.image ? heldBytes(entry.plain.image->pixels.size()) : 0;
-  if (fits && limit_.fits(taken)) {
-    limit_.held += taken;
-  } else {
-    entry.plain = {};
-  }
+  const std::optional<std::uint64_t> decodedBytes = decodedByteCount(bytes);
+  return decodedBytes && limit_.take(bytesWithMipLevels(*decodedBytes));
 }
 
 void TextureCache::load() {
-  // A few at a time, so that what hostile images become is bounded before they have all become it. How many makes no
-  // difference to what is shown.
+  // A few at a time, so that few files are held in their encoded form.
   const std::size_t batchSize = 2 * availableThreadCount();
   std::vector<Entry*> missing;
   for (Entry* entry : requested_) {
@@ -157,23 +127,32 @@ void TextureCache::load() {
     const std::span<Entry*> batch = std::span(missing).subspan(first, std::min(batchSize, missing.size() - first));
     parallelFor(batch.size(), 1, [&](std::size_t i) { readEntry(*batch[i]); });
     std::vector<Entry*> admitted;
-    Limit ahead = limit_;
     std::copy_if(batch.begin(), batch.end(), std::back_inserter(admitted),
-                 [&](const Entry* entry) { return admits(ahead, *entry); });
+                 [&](const Entry* entry) { return admits(*entry); });
     parallelFor(admitted.size(), 1, [&](std::size_t i) { decodeEntry(*admitted[i]); });
-    for (Entry* entry : batch) settle(*entry);
+    for (Entry* entry : batch) {
+      entry->isLoaded = true;
+      entry->file = {};
+    }
   }
-  parallelFor(requested_.size(), 1, [&](std::size_t i) { makeOpacity(*requested_[i]); });
+
+  std::vector<Entry*> copied;
+  std::copy_if(requested_.begin(), requested_.end(), std::back_inserter(copied),
+               [&](Entry* entry) { return needsOpacityCopy(*entry); });
+  parallelFor(copied.size(), 1,
+              [&](std::size_t i) { copied[i]->opacity = inspected(luminanceAsAlpha(*copied[i]->plain.image)); });
   for (Entry* entry : requested_) entry->isRequested = false;
   requested_.clear();
 }
 
-void TextureCache::makeOpacity(Entry& entry) {
-  if (!entry.needsOpacity) return;
-  entry.needsOpacity = false;
+/// Whether a copy is to be made, which then counts; else what stands for the opacity is there now.
+bool TextureCache::needsOpacityCopy(Entry& entry) {
+  if (!std::exchange(entry.needsOpacity, false)) return false;
   entry.opacity = entry.plain;
-  if (!entry.plain.image || entry.plain.hasTransparency) return;
-  entry.opacity = inspected(luminanceAsAlpha(*entry.plain.image));
+  if (!entry.plain.image || entry.plain.hasTransparency) return false;
+  if (limit_.take(bytesWithMipLevels(entry.plain.image->pixels.size()))) return true;
+  entry.opacity = LoadedTexture();
+  return false;
 }
 
 LoadedTexture TextureCache::texture(const SCNMaterialContents& contents, TextureUse use) const {

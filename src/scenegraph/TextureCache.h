@@ -30,17 +30,14 @@ enum class TextureUse {
 
 /// The images of material properties, kept from frame to frame: one per path however many properties name it, and what
 /// was found about images given directly. A path that did not decode is not tried again. What encoded images and files
-/// may become in memory, all together and with their mip levels, is in proportion to their size; those beyond count as
-/// not decodable, and where their headers tell their size they are not decoded to find that out.
+/// may become in memory, all together, with their mip levels and with the copies made of images for their opacity, is
+/// in proportion to their size. Headers alone decide: those beyond are not decoded, and an image in which damage is
+/// found later counts like one without.
 class TextureCache {
  public:
   /// What any set of images may become, and what each byte of them may add.
   static constexpr std::uint64_t heldBytesWithoutEvidence = std::uint64_t{1} << 29;
   static constexpr std::uint64_t heldBytesPerByte = 128;
-  /// What an image of so many bytes takes with its mip levels, which are a third of it.
-  static constexpr std::uint64_t heldBytes(std::uint64_t decodedBytes) noexcept {
-    return decodedBytes + decodedBytes / 3;
-  }
 
   /// Notes that a frame needs `contents`, which holds an image.
   void request(const SCNMaterialContents& contents, TextureUse use);
@@ -60,17 +57,21 @@ class TextureCache {
     bool isRequested = false;
     bool isLoaded = false;
     std::vector<std::byte> file;  ///< Only while `load` is at it.
-    bool isDecoded = false;
     LoadedTexture plain;
     bool needsOpacity = false;
     std::optional<LoadedTexture> opacity;
   };
-  /// What may be held and what is, after some images in their order.
+  /// What may be held and what is.
   struct Limit {
     std::uint64_t held = 0;
     std::uint64_t allowed = heldBytesWithoutEvidence;
 
-    bool fits(std::uint64_t bytes) const noexcept { return bytes <= allowed - held; }
+    /// Takes `bytes`, or takes nothing and answers false where less is left.
+    bool take(std::uint64_t bytes) noexcept {
+      if (bytes > allowed - held) return false;
+      held += bytes;
+      return true;
+    }
   };
 
   static void readEntry(Entry& entry);
@@ -78,9 +79,8 @@ class TextureCache {
   static void decodeEntry(Entry& entry);
   Entry* find(const SCNMaterialContents& contents);
   const Entry* known(const SCNMaterialContents& contents) const;
-  static bool admits(Limit& ahead, const Entry& entry);
-  void settle(Entry& entry);
-  static void makeOpacity(Entry& entry);
+  bool admits(const Entry& entry);
+  bool needsOpacityCopy(Entry& entry);
 
   std::map<std::string, Entry, std::less<>> byPath_;
   std::unordered_map<const Image*, Entry> byImage_;

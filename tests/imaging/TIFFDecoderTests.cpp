@@ -2,6 +2,7 @@
 
 #include "TestImages.h"
 #include "imaging/ImageDecoder.h"
+#include "imaging/ImageSize.h"
 
 namespace ornolith {
 namespace {
@@ -61,6 +62,43 @@ TEST(TIFFDecoding, TheOrientationIsApplied) {
                 decodeImage(writeTIFF(upright, {.samples = 1, .isPalette = true})))
         << orientation;
   }
+}
+
+TEST(TIFFDecoding, BothByteOrdersAndOffsetsOf64BitsAreRead) {
+  const Image image = noiseImage(37, 23);
+  for (const bool isBigEndian : {false, true}) {
+    for (const bool isBig : {false, true}) {
+      for (const unsigned bits : {8U, 16U, 32U}) {
+        const ByteVector file = writeTIFF(image, {.bits = bits, .isBigEndian = isBigEndian, .isBig = isBig});
+        EXPECT_EQ(claimedImageSize(file), (ImageSize{37, 23})) << isBigEndian << isBig;
+        EXPECT_TRUE(decodeImage(file) == image) << isBigEndian << isBig << " " << bits;
+      }
+    }
+  }
+}
+
+TEST(TIFFDecoding, TheSizeIsThatOfThePixelsAsTheyAreStored) {
+  const ByteVector file = writeTIFF(storedFor(noiseImage(7, 5), 6), {.orientation = 6});
+  EXPECT_EQ(claimedImageSize(file), (ImageSize{5, 7}));
+}
+
+TEST(TIFFDecoding, TilesThatLieOutsideOfTheImageForTheMostPartAreRefused) {
+  // Padded as writers do it.
+  const std::optional<Image> small = decodeImage(writeTIFFOfSharedTiles(10, 300, 256, 256));
+  ASSERT_TRUE(small);
+  EXPECT_EQ(small->height, 300U);
+  // 16 x 16384 pixels: each of a thousand tiles is unpacked to 16384 x 16.
+  const ByteVector file = writeTIFFOfSharedTiles(16, 16'384, 16'384, 16);
+  EXPECT_LT(file.size(), 20'000U);
+  EXPECT_FALSE(decodeImage(file));
+}
+
+TEST(TIFFDecoding, DirectoriesThatNoImageNeedsAreRefused) {
+  EXPECT_TRUE(decodeImage(writeTIFFOfSharedTiles(16, 16, 16, 16, 200, 4)));
+  EXPECT_FALSE(decodeImage(writeTIFFOfSharedTiles(16, 16, 16, 16, 4000, 4)));
+  // The library would keep a copy for each entry.
+  EXPECT_TRUE(decodeImage(writeTIFFOfSharedTiles(16, 16, 16, 16, 1, 100'000)));
+  EXPECT_FALSE(decodeImage(writeTIFFOfSharedTiles(16, 16, 16, 16, 100, 100'000)));
 }
 
 }  // namespace

@@ -14,7 +14,9 @@
 #include <tiffio.h>
 #include <webp/encode.h>
 #include <webp/mux.h>
+#include <zlib.h>
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
@@ -221,9 +223,10 @@ struct TIFFMemory {
   std::size_t position = 0;
 };
 
-TIFF* openTIFF(TIFFMemory& memory) {
+TIFF* openTIFF(TIFFMemory& memory, const TIFFForm& form) {
   return TIFFClientOpen(
-      "test", "wm", &memory, [](thandle_t, void*, tmsize_t) -> tmsize_t { return 0; },
+      "test", form.isBig ? (form.isBigEndian ? "wm8b" : "wm8l") : (form.isBigEndian ? "wmb" : "wml"), &memory,
+      [](thandle_t, void*, tmsize_t) -> tmsize_t { return 0; },
       [](thandle_t handle, void* data, tmsize_t count) -> tmsize_t {
         auto& target = *static_cast<TIFFMemory*>(handle);
         const auto size = static_cast<std::size_t>(count);
@@ -313,7 +316,7 @@ ByteVector tiffSamples(const Image& image, const TIFFForm& form, std::uint32_t l
 
 ByteVector writeTIFF(const Image& image, TIFFForm form) {
   TIFFMemory memory;
-  TIFF* tiff = openTIFF(memory);
+  TIFF* tiff = openTIFF(memory, form);
   require(tiff != nullptr);
   setTIFFFields(tiff, image, form);
   const int planes = form.isPlanar ? static_cast<int>(form.samples) : 1;
@@ -334,6 +337,48 @@ ByteVector writeTIFF(const Image& image, TIFFForm form) {
   }
   TIFFClose(tiff);
   return memory.bytes;
+}
+
+ByteVector writeTIFFOfSharedTiles(std::uint32_t width, std::uint32_t height, std::uint32_t tileWidth,
+                                  std::uint32_t tileHeight, unsigned sharedTags, std::uint32_t sharedBytes) {
+  const ByteVector zeros(std::size_t{tileWidth} * tileHeight * 3);
+  uLongf tileBytes = compressBound(static_cast<uLong>(zeros.size()));
+  ByteVector tile(tileBytes);
+  require(compress(reinterpret_cast<Bytef*>(tile.data()), &tileBytes, reinterpret_cast<const Bytef*>(zeros.data()),
+                   static_cast<uLong>(zeros.size())) == Z_OK);
+  const std::uint32_t tiles = (width + tileWidth - 1) / tileWidth * ((height + tileHeight - 1) / tileHeight);
+
+  constexpr unsigned shortType = 3, longType = 4, undefinedType = 7;
+  const auto tileOffset = std::uint32_t{8};
+  const auto offsetList = tileOffset + static_cast<std::uint32_t>(tileBytes + tileBytes % 2);
+  const std::uint32_t sizeList = offsetList + tiles * 4, bits = sizeList + tiles * 4, shared = bits + 8;
+  const std::uint32_t directory = shared + sharedBytes + sharedBytes % 2;
+  ByteWriter file;
+  file.text("II").u16(42).u32(directory);
+  for (std::size_t i = 0; i < tileBytes; ++i) file.u8(std::to_integer<unsigned>(tile[i]));
+  file.zeros(tileBytes % 2);
+  for (std::uint32_t i = 0; i < tiles; ++i) file.u32(tileOffset);
+  for (std::uint32_t i = 0; i < tiles; ++i) file.u32(static_cast<std::uint32_t>(tileBytes));
+  file.u16(8).u16(8).u16(8).u16(0).zeros(directory - shared);
+  const auto entry = [&](unsigned tag, unsigned type, std::uint32_t count, std::uint32_t value) {
+    file.u16(tag).u16(type).u32(count).u32(value);
+  };
+  file.u16(11 + sharedTags);
+  entry(TIFFTAG_IMAGEWIDTH, longType, 1, width);
+  entry(TIFFTAG_IMAGELENGTH, longType, 1, height);
+  entry(TIFFTAG_BITSPERSAMPLE, shortType, 3, bits);
+  entry(TIFFTAG_COMPRESSION, shortType, 1, COMPRESSION_ADOBE_DEFLATE);
+  entry(TIFFTAG_PHOTOMETRIC, shortType, 1, PHOTOMETRIC_RGB);
+  entry(TIFFTAG_SAMPLESPERPIXEL, shortType, 1, 3);
+  entry(TIFFTAG_PLANARCONFIG, shortType, 1, PLANARCONFIG_CONTIG);
+  entry(TIFFTAG_TILEWIDTH, longType, 1, tileWidth);
+  entry(TIFFTAG_TILELENGTH, longType, 1, tileHeight);
+  entry(TIFFTAG_TILEOFFSETS, longType, tiles, tiles == 1 ? tileOffset : offsetList);
+  entry(TIFFTAG_TILEBYTECOUNTS, longType, tiles, tiles == 1 ? static_cast<std::uint32_t>(tileBytes) : sizeList);
+  for (unsigned i = 0; i < sharedTags; ++i) {
+    entry(40'000 + i, undefinedType, std::max(sharedBytes, 1U), sharedBytes > 4 ? shared : 0);
+  }
+  return file.u32(0).take();
 }
 
 namespace {

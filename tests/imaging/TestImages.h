@@ -130,8 +130,15 @@ struct TIFFForm {
   bool isPlanar = false;
   bool isPremultiplied = false;
   bool isPalette = false;
+  bool isBigEndian = false;
+  bool isBig = false;  ///< BigTIFF.
 };
 ByteVector writeTIFF(const Image& image, TIFFForm form);
+
+/// A TIFF of zeros, 8-bit RGB, deflated, in tiles that are all the same bytes of the file. Each of `sharedTags`
+/// further entries has the same `sharedBytes` bytes as its value.
+ByteVector writeTIFFOfSharedTiles(std::uint32_t width, std::uint32_t height, std::uint32_t tileWidth,
+                                  std::uint32_t tileHeight, unsigned sharedTags = 0, std::uint32_t sharedBytes = 0);
 
 struct EXRForm {
   bool isFloat = false;

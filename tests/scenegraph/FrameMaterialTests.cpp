@@ -3,12 +3,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
 #include "SceneFixtures.h"
 #include "foundation/Parallel.h"
 #include "imaging/Color.h"
+#include "imaging/ImageSize.h"
 #include "imaging/PNGEncoder.h"
 #include "scenegraph/MaterialDescription.h"
 
@@ -374,7 +376,7 @@ TEST_F(FrameMaterialTest, SmallImagesThatBecomeTooMuchTogetherAreNotShown) {
   std::vector<std::shared_ptr<const EncodedImage>> images;
   for (std::size_t i = 0; i < count; ++i) images.push_back(std::make_shared<const EncodedImage>(*first));
   const std::uint64_t eachAllows = first->bytes.size() * TextureCache::heldBytesPerByte;
-  const std::uint64_t each = TextureCache::heldBytes(large.pixels.size());
+  const std::uint64_t each = bytesWithMipLevels(large.pixels.size());
   const std::uint64_t shown = TextureCache::heldBytesWithoutEvidence / (each - eachAllows);  // Of a limit that grows.
   ASSERT_LT(shown, count);
   for (const auto& image : images) cache.request(image, TextureUse::colorOrData);
@@ -387,22 +389,62 @@ TEST_F(FrameMaterialTest, SmallImagesThatBecomeTooMuchTogetherAreNotShown) {
   EXPECT_TRUE(cache.texture(small, TextureUse::colorOrData).image);
 }
 
-TEST_F(FrameMaterialTest, WhatAnImageClaimsIsGivenBackWhereItDoesNotDecode) {
-  // Claims of 64 MiB that no bytes follow, and an image that is there behind them.
+/// The images of `count` requests of `contents`, each an object of its own, that the cache shows.
+std::size_t shownOf(const EncodedImage& contents, std::size_t count, TextureUse use, TextureCache& cache) {
+  std::vector<std::shared_ptr<const EncodedImage>> images;
+  for (std::size_t i = 0; i < count; ++i) images.push_back(std::make_shared<const EncodedImage>(contents));
+  for (const auto& image : images) cache.request(image, use);
+  cache.load();
+  return static_cast<std::size_t>(std::count_if(
+      images.begin(), images.end(), [&](const auto& image) { return cache.texture(image, use).image != nullptr; }));
+}
+
+TEST_F(FrameMaterialTest, AnImageInWhichDamageIsFoundCountsLikeOneWithout) {
+  Image image{4096, 4096, {}};
+  image.pixels.resize(std::size_t{4096} * 4096 * 4, 255);
+  const auto sound = encoded(image);
+  auto damagedBytes = std::make_shared<std::vector<std::byte>>(sound->bytes.begin(), sound->bytes.end());
+  (*damagedBytes)[damagedBytes->size() - 20] ^= std::byte{1};  // The end of the last row's data or its checksum.
+  const EncodedImage damaged{*damagedBytes, damagedBytes};
+  const std::size_t fitting = shownOf(*sound, 30, TextureUse::colorOrData, cache);
+  ASSERT_GT(fitting, 2U);
+  ASSERT_LT(fitting, 30U);
+  TextureCache second;
+  EXPECT_EQ(shownOf(damaged, 2, TextureUse::colorOrData, second), 0U);
+  EXPECT_EQ(shownOf(*sound, 30, TextureUse::colorOrData, second), fitting - 2);
+}
+
+TEST_F(FrameMaterialTest, AnImageThatItsHeaderTellsNotToDecodeCountsNothing) {
+  // Claims that no bytes follow, and an image that is there behind them.
+  std::vector<std::byte> claim = encodePNG(Image{1, 1, {1, 2, 3, 255}});
+  claim[18] = claim[22] = std::byte{32};  // 8193 by 8193, beyond what so few bytes may be.
+  const auto bytes = std::make_shared<const std::vector<std::byte>>(claim);
+  EXPECT_EQ(shownOf({*bytes, bytes}, 200, TextureUse::colorOrData, cache), 0U);
+  EXPECT_EQ(shownOf(*encoded(Image{2048, 2048, PixelBytes(std::size_t{2048} * 2048 * 4, 9)}), 1,
+                    TextureUse::colorOrData, cache),
+            1U);
+}
+
+TEST_F(FrameMaterialTest, ASmallImageIsShownWhateverWasTooMuchBeforeIt) {
   std::vector<std::byte> damaged = encodePNG(Image{1, 1, {1, 2, 3, 255}});
-  damaged[18] = damaged[22] = std::byte{16};  // 4097 by 4097.
+  damaged[18] = damaged[22] = std::byte{8};  // 2049 by 2049.
   damaged.resize(damaged.size() - 20);
   const auto bytes = std::make_shared<const std::vector<std::byte>>(damaged);
-  for (int i = 0; i < 200; ++i) {
-    const auto claim = std::make_shared<const EncodedImage>(EncodedImage{*bytes, bytes});
-    cache.request(claim, TextureUse::colorOrData);
-    cache.load();
-    EXPECT_FALSE(cache.texture(claim, TextureUse::colorOrData).image);
-  }
-  const auto sound = encoded(Image{1, 1, {1, 2, 3, 255}});
-  cache.request(sound, TextureUse::colorOrData);
-  cache.load();
-  EXPECT_TRUE(cache.texture(sound, TextureUse::colorOrData).image);
+  EXPECT_EQ(shownOf({*bytes, bytes}, 200, TextureUse::colorOrData, cache), 0U);
+  EXPECT_EQ(shownOf(*encoded(Image{1, 1, {1, 2, 3, 255}}), 1, TextureUse::colorOrData, cache), 1U);
+}
+
+TEST_F(FrameMaterialTest, TheCopyOfAnImageForItsOpacityCounts) {
+  Image image{4096, 4096, {}};
+  image.pixels.resize(std::size_t{4096} * 4096 * 4, 255);
+  const auto opaque = encoded(image);
+  TextureCache ofFew;
+  EXPECT_EQ(shownOf(*opaque, 2, TextureUse::opacity, ofFew), 2U);
+  // The limit holds six such images, and with them no six copies.
+  TextureCache ofMany;
+  EXPECT_LT(shownOf(*opaque, 6, TextureUse::opacity, ofMany), 6U);
+  image.pixels[3] = 254;
+  EXPECT_EQ(shownOf(*encoded(image), 6, TextureUse::opacity, cache), 6U);
 }
 
 TEST_F(FrameMaterialTest, WhatImagesClaimKeepsNoneOutOnAnyNumberOfThreads) {

@@ -11,14 +11,15 @@
 #include "imaging/CodecModule.h"
 #include "imaging/Color.h"
 #include "imaging/Image.h"
+#include "imaging/ImageSize.h"
 
 namespace ornolith {
 
 /// The body of a module's entry: `decode` of the data, where any exception but one for lack of memory is damage.
 template <typename Decode>
-bool runCodec(const std::byte* data, std::size_t size, Image& image, Decode decode) {
+bool runCodec(const std::byte* data, std::size_t byteCount, ImageSize size, Image& image, Decode decode) {
   try {
-    std::optional<Image> result = decode(std::span<const std::byte>(data, size));
+    std::optional<Image> result = decode(std::span<const std::byte>(data, byteCount), size);
     if (!result) return false;
     image = std::move(*result);
     return true;
@@ -30,10 +31,10 @@ bool runCodec(const std::byte* data, std::size_t size, Image& image, Decode deco
 }
 
 /// Defines the entry that `CodecModule.h` looks for.
-#define ORNOLITH_DEFINE_CODEC(decode)                                                                                 \
-  extern "C" __attribute__((visibility("default"))) bool ornolithDecodeImage(const std::byte* data, std::size_t size, \
-                                                                             ornolith::Image& image) {                \
-    return ornolith::runCodec(data, size, image, decode);                                                             \
+#define ORNOLITH_DEFINE_CODEC(decode)                                                                   \
+  extern "C" __attribute__((visibility("default"))) bool ornolithDecodeImage(                           \
+      const std::byte* data, std::size_t byteCount, ornolith::ImageSize size, ornolith::Image& image) { \
+    return ornolith::runCodec(data, byteCount, size, image, decode);                                    \
   }
 
 /// Writes one pixel of linear light with colour that is multiplied by alpha, as sRGB with straight alpha. Where alpha

@@ -19,6 +19,7 @@
 
 #include "imaging/ByteOrder.h"
 #include "imaging/DecodeLimits.h"
+#include "imaging/EXRHeader.h"
 #include "imaging/codecs/Codec.h"
 
 namespace ornolith {
@@ -111,114 +112,38 @@ bool chunkIsAcceptable(const Imf::Header& header, Size size, std::size_t dataByt
   return channels > 0 && channels <= limit / (pixels * sizeof(float));
 }
 
-// The library sets memory aside for what an attribute's size claims, and after one whose content has not that size it
-// reads on in the wrong place. So every attribute is looked at first.
-
-std::string_view textAt(Bytes data, std::size_t offset) {
-  const std::string_view rest(reinterpret_cast<const char*>(data.data()) + offset, data.size() - offset);
-  return rest.substr(0, rest.find('\0'));
-}
-
-bool isChannelList(Bytes value) {
-  constexpr std::size_t bytesBehindName = 16;
-  std::size_t offset = 0;
-  while (offset < value.size() && byteAt(value, offset) != 0) {
-    offset += textAt(value, offset).size() + 1 + bytesBehindName;
+/// True where the samples of all channels, which are all unpacked whatever the picture needs, are not out of
+/// proportion.
+bool samplesAreAcceptable(const Imf::Header& header, Size size, std::size_t dataBytes) {
+  constexpr std::uint64_t bytesWithoutEvidence = std::uint64_t{1} << 29;
+  constexpr std::uint64_t bytesPerDataByte = 256;
+  std::uint64_t bytesPerPixel = 0;
+  for (auto channel = header.channels().begin(); channel != header.channels().end(); ++channel) {
+    bytesPerPixel += channel.channel().type == Imf::HALF ? 2 : 4;
   }
-  return offset + 1 == value.size();
-}
-
-bool isStringVector(Bytes value) {
-  std::size_t offset = 0;
-  while (value.size() - offset >= 4) {
-    const std::uint32_t length = littleEndian32(value, offset);
-    offset += 4;
-    if (length > value.size() - offset) return false;
-    offset += length;
-  }
-  return offset == value.size();
-}
-
-bool isPreview(Bytes value) {
-  return value.size() >= 8 &&
-         std::uint64_t{littleEndian32(value, 0)} * littleEndian32(value, 4) == (value.size() - 8) / 4 &&
-         value.size() % 4 == 0;
-}
-
-/// True where a value of type `type` fills `value` exactly. Of types that are not known any bytes do.
-bool attributeFits(std::string_view type, Bytes value) {
-  struct FixedType {
-    std::string_view name;
-    std::size_t size;
-  };
-  constexpr std::array<FixedType, 24> fixedTypes{{{"box2i", 16},
-                                                  {"box2f", 16},
-                                                  {"chromaticities", 32},
-                                                  {"compression", 1},
-                                                  {"deepImageState", 1},
-                                                  {"double", 8},
-                                                  {"envmap", 1},
-                                                  {"float", 4},
-                                                  {"int", 4},
-                                                  {"keycode", 28},
-                                                  {"lineOrder", 1},
-                                                  {"m33f", 36},
-                                                  {"m33d", 72},
-                                                  {"m44f", 64},
-                                                  {"m44d", 128},
-                                                  {"rational", 8},
-                                                  {"tiledesc", 9},
-                                                  {"timecode", 8},
-                                                  {"v2i", 8},
-                                                  {"v2f", 8},
-                                                  {"v2d", 16},
-                                                  {"v3i", 12},
-                                                  {"v3f", 12},
-                                                  {"v3d", 24}}};
-  if (type == "chlist") return isChannelList(value);
-  if (type == "stringvector") return isStringVector(value);
-  if (type == "preview") return isPreview(value);
-  if (type == "floatvector") return value.size() % 4 == 0;
-  for (const FixedType& fixed : fixedTypes) {
-    if (fixed.name == type) return fixed.size == value.size();
-  }
-  return true;
-}
-
-/// True where every attribute of the header at `offset` lies in the file and has the size of its type.
-bool attributesFit(Bytes data, std::size_t offset) {
-  while (offset < data.size() && byteAt(data, offset) != 0) {
-    offset += textAt(data, offset).size() + 1;
-    if (offset >= data.size()) return false;
-    const std::string_view type = textAt(data, offset);
-    offset += type.size() + 1;
-    if (offset > data.size() || data.size() - offset < 4) return false;
-    const std::uint32_t size = littleEndian32(data, offset);
-    offset += 4;
-    if (size > data.size() - offset || !attributeFits(type, data.subspan(offset, size))) return false;
-    offset += size;
-  }
-  return offset < data.size();
+  const std::uint64_t limit = bytesWithoutEvidence + std::uint64_t{dataBytes} * bytesPerDataByte;
+  return bytesPerPixel <= limit / (size.width * size.height);
 }
 
 /// Reads every part's header and says whether opening the file keeps within bounds.
 bool headersAreAcceptable(Bytes data) {
-  constexpr std::size_t magicBytes = 8;
   constexpr std::size_t mostParts = 64;
   constexpr std::uint32_t versionMask = 0xff;
-  if (data.size() < magicBytes + 1) return false;
+  if (data.size() <= exrFirstHeaderOffset) return false;
   const std::uint32_t versionField = littleEndian32(data, 4);
   int version = static_cast<int>(versionField);
   if ((versionField & versionMask) != Imf::EXR_VERSION || !Imf::supportsFlags(Imf::getFlags(version))) return false;
   MemoryStream stream(data);
-  stream.seekg(magicBytes);
+  stream.seekg(exrFirstHeaderOffset);
   for (std::size_t part = 0; part < mostParts; ++part) {
-    if (!attributesFit(data, static_cast<std::size_t>(stream.tellg()))) return false;
+    // The library sets memory aside for what an attribute's size claims, and after one whose content has not that size
+    // it reads on in the wrong place. So every attribute is looked at first.
+    if (!readEXRHeader(data, static_cast<std::size_t>(stream.tellg()))) return false;
     Imf::Header header;
     header.readFrom(stream, version);
     const Size size = sizeOf(header.dataWindow());
     if (!isDecodableSize(size.width, size.height, data.size()) || !chunkTableFits(header, size, data.size()) ||
-        !chunkIsAcceptable(header, size, data.size())) {
+        !chunkIsAcceptable(header, size, data.size()) || !samplesAreAcceptable(header, size, data.size())) {
       return false;
     }
     if (header.hasType() && Imf::isDeepData(header.type())) return false;
@@ -295,7 +220,7 @@ bool isSubsampled(const Imf::ChannelList& channels, const ChannelNames& names) {
   });
 }
 
-std::optional<Image> decode(Bytes data) {
+std::optional<Image> decode(Bytes data, ImageSize claim) {
   if (!headersAreAcceptable(data)) return std::nullopt;
   MemoryStream stream(data);
   Imf::InputFile file(stream, 0);
@@ -303,7 +228,7 @@ std::optional<Image> decode(Bytes data) {
   const Imf::ChannelList& channels = file.header().channels();
   const std::optional<ChannelNames> names = pictureChannels(channels);
   const Size size = sizeOf(file.header().dataWindow());
-  if (!names || isSubsampled(channels, *names) || !isDecodableSize(size.width, size.height, data.size())) {
+  if (!names || isSubsampled(channels, *names) || size.width != claim.width || size.height != claim.height) {
     return std::nullopt;
   }
   Image image{

@@ -39,18 +39,27 @@ Handle openPrimaryImage(heif_context* context, std::span<const std::byte> data) 
   return Handle(handle);
 }
 
-/// The primary image, turned and cropped as the file says.
-std::optional<Image> decode(std::span<const std::byte> data) {
+/// The size that the primary image will have once it is turned and cropped.
+std::optional<ImageSize> sizeOf(const heif_image_handle* handle) {
+  const int width = heif_image_handle_get_width(handle);
+  const int height = heif_image_handle_get_height(handle);
+  if (width <= 0 || height <= 0) return std::nullopt;
+  return ImageSize{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
+}
+
+std::optional<ImageSize> readSize(std::span<const std::byte> data) {
   const Context context(heif_context_alloc());
   if (!context) throw std::bad_alloc();
   const Handle handle = openPrimaryImage(context.get(), data);
-  if (!handle) return std::nullopt;
-  const int width = heif_image_handle_get_width(handle.get());
-  const int height = heif_image_handle_get_height(handle.get());
-  if (width <= 0 || height <= 0 ||
-      !isDecodableSize(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), data.size())) {
-    return std::nullopt;
-  }
+  return handle ? sizeOf(handle.get()) : std::nullopt;
+}
+
+/// The primary image, turned and cropped as the file says.
+std::optional<Image> decode(std::span<const std::byte> data, ImageSize claim) {
+  const Context context(heif_context_alloc());
+  if (!context) throw std::bad_alloc();
+  const Handle handle = openPrimaryImage(context.get(), data);
+  if (!handle || sizeOf(handle.get()) != claim) return std::nullopt;
 
   const Options options(heif_decoding_options_alloc());
   if (!options) throw std::bad_alloc();
@@ -65,9 +74,13 @@ std::optional<Image> decode(std::span<const std::byte> data) {
   const int pictureHeight = heif_image_get_height(decoded, heif_channel_interleaved);
   int stride = 0;
   const std::uint8_t* const plane = heif_image_get_plane_readonly(decoded, heif_channel_interleaved, &stride);
-  if (plane == nullptr || pictureWidth != width || pictureHeight != height || stride < width * 4) return std::nullopt;
+  const auto width = static_cast<int>(claim.width);
+  if (plane == nullptr || pictureWidth != width || pictureHeight != static_cast<int>(claim.height) ||
+      stride < width * 4) {
+    return std::nullopt;
+  }
 
-  Image image{.width = static_cast<std::uint32_t>(width), .height = static_cast<std::uint32_t>(height), .pixels = {}};
+  Image image{.width = claim.width, .height = claim.height, .pixels = {}};
   image.pixels.resize(image.rowBytes() * image.height, 0);
   for (std::size_t y = 0; y < image.height; ++y) {
     std::memcpy(image.pixels.data() + y * image.rowBytes(), plane + y * static_cast<std::size_t>(stride),
@@ -87,3 +100,14 @@ std::optional<Image> decode(std::span<const std::byte> data) {
 }  // namespace ornolith
 
 ORNOLITH_DEFINE_CODEC(ornolith::decode)
+
+extern "C" __attribute__((visibility("default"))) bool ornolithImageSize(const std::byte* data, std::size_t byteCount,
+                                                                         ornolith::ImageSize& size) noexcept {
+  try {
+    const std::optional<ornolith::ImageSize> told = ornolith::readSize({data, byteCount});
+    if (told) size = *told;
+    return told.has_value();
+  } catch (const std::exception&) {
+    return false;
+  }
+}

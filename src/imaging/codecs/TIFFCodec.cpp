@@ -330,6 +330,15 @@ bool decodeBlocks(TIFF* tiff, const Layout& layout, std::size_t dataBytes, Image
   return true;
 }
 
+/// True where the bytes of all strips or tiles are in proportion: tiles may lie outside of the image for the most part,
+/// and any number of them may be the same bytes of the file.
+bool blocksAreAcceptable(TIFF* tiff, std::size_t dataBytes) {
+  const bool isTiled = TIFFIsTiled(tiff) != 0;
+  const std::uint64_t each = isTiled ? TIFFTileSize64(tiff) : TIFFStripSize64(tiff);
+  const std::uint64_t count = isTiled ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+  return each != 0 && count <= bufferLimit(dataBytes) / each;
+}
+
 /// Every other form (palettes, few bits, YCbCr, CMYK, CIE L*a*b*) through the library's own conversion, which gives
 /// eight bits with premultiplied alpha.
 bool decodeConverted(TIFF* tiff, Image& image) {
@@ -347,13 +356,14 @@ bool decodeConverted(TIFF* tiff, Image& image) {
   return true;
 }
 
-std::optional<Image> decode(Bytes data) {
+std::optional<Image> decode(Bytes data, ImageSize claim) {
   MemoryFile memory{.data = data};
   File tiff = open(memory, Access::byReading);
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   if (!tiff || TIFFGetField(tiff.get(), TIFFTAG_IMAGEWIDTH, &width) != 1 ||
-      TIFFGetField(tiff.get(), TIFFTAG_IMAGELENGTH, &height) != 1 || !isDecodableSize(width, height, data.size())) {
+      TIFFGetField(tiff.get(), TIFFTAG_IMAGELENGTH, &height) != 1 || width != claim.width || height != claim.height ||
+      !blocksAreAcceptable(tiff.get(), data.size())) {
     return std::nullopt;
   }
   const std::optional<Layout> layout = readLayout(tiff.get(), width, height);

@@ -1,10 +1,13 @@
 #include "loaders/fbx/FbxEmbeddedImages.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <vector>
 
 #include "foundation/Parallel.h"
 #include "imaging/ImageDecoder.h"
+#include "imaging/ImageSize.h"
 
 namespace ornolith {
 
@@ -14,13 +17,24 @@ std::string_view bytesOf(const ufbx_blob& content) {
   return {static_cast<const char*>(content.data), content.size};
 }
 
-std::shared_ptr<const Image> decoded(std::string_view bytes) {
-  std::optional<Image> image = decodeImage(std::as_bytes(std::span(bytes.data(), bytes.size())));
-  if (!image || image->pixels.empty()) return nullptr;
+std::span<const std::byte> bytesIn(std::string_view content) {
+  return std::as_bytes(std::span(content.data(), content.size()));
+}
+
+std::shared_ptr<const Image> decoded(std::string_view content) {
+  std::optional<Image> image = decodeImage(bytesIn(content));
+  if (!image) return nullptr;
   return std::make_shared<const Image>(*std::move(image));
 }
 
 }  // namespace
+
+/// By the header alone, so that what a hostile file makes of its images is bounded before any is made. Damage that is
+/// found later gives nothing back: finding it costs as much.
+bool FbxEmbeddedImages::takeMemory(std::string_view content) noexcept {
+  const std::optional<std::uint64_t> byteCount = decodedByteCount(bytesIn(content));
+  return byteCount && budget_.take(bytesWithMipLevels(*byteCount));
+}
 
 void FbxEmbeddedImages::decode(std::span<const ufbx_blob> contents) {
   std::vector<std::string_view> unknown;
@@ -30,17 +44,12 @@ void FbxEmbeddedImages::decode(std::span<const ufbx_blob> contents) {
     byPlace_.try_emplace({content.data, content.size});
   }
 
-  // A few at a time, so that what a hostile file can make of its images is bounded before it has all been made.
-  const std::size_t batchSize = availableThreadCount();
-  std::vector<std::shared_ptr<const Image>> images(batchSize);
-  for (std::size_t first = 0; first < unknown.size(); first += batchSize) {
-    const std::size_t count = std::min(batchSize, unknown.size() - first);
-    parallelFor(count, 1, [&](std::size_t index) { images[index] = decoded(unknown[first + index]); });
-    for (std::size_t index = 0; index < count; ++index) {
-      if (images[index] && !budget_.take(images[index]->pixels.size())) images[index] = nullptr;
-      byContent_[unknown[first + index]] = std::move(images[index]);
-    }
-  }
+  std::vector<std::string_view> admitted;
+  std::copy_if(unknown.begin(), unknown.end(), std::back_inserter(admitted),
+               [&](std::string_view content) { return takeMemory(content); });
+  std::vector<std::shared_ptr<const Image>> images(admitted.size());
+  parallelFor(images.size(), 1, [&](std::size_t index) { images[index] = decoded(admitted[index]); });
+  for (std::size_t index = 0; index < images.size(); ++index) byContent_[admitted[index]] = std::move(images[index]);
   for (const ufbx_blob& content : contents) byPlace_[{content.data, content.size}] = byContent_[bytesOf(content)];
 }
 

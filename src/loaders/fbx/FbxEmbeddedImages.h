@@ -18,7 +18,7 @@ namespace ornolith {
 /// library's scene, whose memory the contents are, must outlive this object.
 class FbxEmbeddedImages {
  public:
-  /// Images beyond `memoryLimit` bytes of pixels, all together, count as not decodable.
+  /// Images beyond `memoryLimit` bytes of pixels with their mip levels, all together, count as not decodable.
   explicit FbxEmbeddedImages(std::size_t memoryLimit) : budget_(memoryLimit) {}
 
   /// Decodes those of `contents` that are not yet known, several at a time.
@@ -34,6 +34,8 @@ class FbxEmbeddedImages {
       return std::hash<const void*>()(place.first) ^ (place.second * 0x9E3779B97F4A7C15u);
     }
   };
+  bool takeMemory(std::string_view content) noexcept;
+
   std::unordered_map<std::string_view, std::shared_ptr<const Image>> byContent_;
   std::unordered_map<Place, std::shared_ptr<const Image>, PlaceHash> byPlace_;
   FbxMemoryBudget budget_;

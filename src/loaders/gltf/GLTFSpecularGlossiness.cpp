@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/FileSystem.h"
 #include "foundation/Parallel.h"
 #include "imaging/Color.h"
 #include "imaging/ImageDecoder.h"
+#include "imaging/ImageSize.h"
 
 namespace ornolith {
 
@@ -104,8 +104,7 @@ MetallicRoughness metallicRoughness(simd_float3 diffuse, simd_float3 specular, f
 }
 
 std::optional<MetallicRoughnessImages> SpecularGlossinessConverter::convert(const SpecularGlossiness& source) {
-  if (takenBytes_ >= allowedBytes_) return std::nullopt;
-  takenBytes_ += bytesPerAttempt;
+  if (!take(bytesPerAttempt)) return std::nullopt;
   const std::shared_ptr<const Image> diffuseImage = decoded(source.diffuse);
   const std::shared_ptr<const Image> specularImage = decoded(source.specularGlossiness);
   if (!diffuseImage && !specularImage) return std::nullopt;
@@ -115,8 +114,7 @@ std::optional<MetallicRoughnessImages> SpecularGlossinessConverter::convert(cons
   const std::uint32_t width = side(&Image::width);
   const std::uint32_t height = side(&Image::height);
   const std::uint64_t byteCount = std::uint64_t{width} * height * 4;
-  if (takenBytes_ >= allowedBytes_ || 2 * byteCount > allowedBytes_ - takenBytes_) return std::nullopt;
-  takenBytes_ += 2 * byteCount;
+  if (!take(2 * bytesWithMipLevels(byteCount))) return std::nullopt;
 
   const Stretched diffuse(diffuseImage.get(), width, height);
   const Stretched specularGlossiness(specularImage.get(), width, height);
@@ -153,23 +151,31 @@ std::optional<MetallicRoughnessImages> SpecularGlossinessConverter::convert(cons
 }
 
 std::shared_ptr<const Image> SpecularGlossinessConverter::decoded(const SCNMaterialContents& contents) {
-  std::optional<Image> image;
-  std::uint64_t size = 0;
-  bool isNew = false;
   if (const auto* encoded = std::get_if<std::shared_ptr<const EncodedImage>>(&contents)) {
-    isNew = known_.insert(encoded->get()).second;
-    size = (*encoded)->bytes.size();
-    image = decodeImage((*encoded)->bytes);
-  } else if (const FileURL* url = std::get_if<FileURL>(&contents)) {
-    isNew = known_.insert(url->path()).second;
-    const std::optional<FileAttributes> attributes = attributesOfItemIfReadable(*url);
-    size = attributes ? attributes->size : 0;
-    image = decodeImageFile(url->path());
+    return decoded((*encoded)->bytes, known_.insert(encoded->get()).second);
   }
-  if (isNew) allowedBytes_ += std::min(size, largestVouchingSize) * bytesPerEncodedByte;
-  if (!image || image->pixels.empty()) return nullptr;
-  takenBytes_ += image->pixels.size();
+  if (const FileURL* url = std::get_if<FileURL>(&contents)) {
+    const std::optional<std::vector<std::byte>> file = readImageFile(url->path());
+    if (!file) return nullptr;
+    takenBytes_ += file->size();
+    return decoded(*file, known_.insert(url->path()).second);
+  }
+  return nullptr;
+}
+
+std::shared_ptr<const Image> SpecularGlossinessConverter::decoded(std::span<const std::byte> bytes, bool isNew) {
+  if (isNew) allowedBytes_ += std::min<std::uint64_t>(bytes.size(), largestVouchingSize) * bytesPerEncodedByte;
+  const std::optional<std::uint64_t> byteCount = decodedByteCount(bytes);
+  if (!byteCount || !take(*byteCount)) return nullptr;
+  std::optional<Image> image = decodeImage(bytes);
+  if (!image) return nullptr;
   return std::make_shared<const Image>(*std::move(image));
+}
+
+bool SpecularGlossinessConverter::take(std::uint64_t bytes) noexcept {
+  if (takenBytes_ >= allowedBytes_ || bytes > allowedBytes_ - takenBytes_) return false;
+  takenBytes_ += bytes;
+  return true;
 }
 
 }  // namespace ornolith

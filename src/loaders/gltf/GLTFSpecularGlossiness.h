@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <variant>
 
@@ -41,7 +43,8 @@ struct MetallicRoughnessImages {
   std::shared_ptr<const Image> metallicRoughness;  ///< Roughness in green, metalness in blue.
 };
 
-/// Converts texel by texel. What it decodes and makes for one document stays in proportion to what it is made from.
+/// Converts texel by texel. What it decodes, and what it makes with mip levels, for one document stays in proportion to
+/// what it is made from.
 class SpecularGlossinessConverter {
  public:
   /// `allowedBytes` is what any document may have decoded and made, however small its images are.
@@ -54,6 +57,8 @@ class SpecularGlossinessConverter {
 
  private:
   std::shared_ptr<const Image> decoded(const SCNMaterialContents& contents);
+  std::shared_ptr<const Image> decoded(std::span<const std::byte> bytes, bool isNew);
+  bool take(std::uint64_t bytes) noexcept;
 
   std::set<std::variant<std::string, const EncodedImage*>> known_;
   std::uint64_t allowedBytes_;
