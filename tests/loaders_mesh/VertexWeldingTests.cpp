@@ -94,27 +94,5 @@ TEST(VertexWelding, DoesNotDependOnTheThreads) {
   }
 }
 
-TEST(VertexWelding, FindsTheFirstVertexAtEachPlace) {
-  EXPECT_EQ(copied(firstVerticesThere(std::vector<float>{5, 0, 0, nan, 0, 1, 5, -0.0F, 0, nan, 0, 1})),
-            (std::vector<std::uint32_t>{0, 1, 0, 1}));
-  EXPECT_TRUE(firstVerticesThere(std::vector<float>{5, 0, 0, 1, 0, 0}).empty());
-  EXPECT_TRUE(firstVerticesThere({}).empty());
-}
-
-TEST(VertexWelding, FindsTheFirstVertexAtEachPlaceOnAnyNumberOfThreads) {
-  std::mt19937 random(11);
-  std::vector<float> positions;
-  for (int i = 0; i < 900'000; ++i) positions.push_back(static_cast<float>(random() % 80));
-  std::map<std::array<float, 3>, std::uint32_t> known;
-  std::vector<std::uint32_t> expected;
-  for (std::uint32_t vertex = 0; vertex < positions.size() / 3; ++vertex) {
-    const float* p = &positions[std::size_t{vertex} * 3];
-    expected.push_back(known.emplace(std::array{p[0], p[1], p[2]}, vertex).first->second);
-  }
-  for (const std::size_t threads : {1U, 2U, 3U, 7U}) {
-    withThreadLimit(threads, [&] { EXPECT_EQ(copied(firstVerticesThere(positions)), expected) << threads; });
-  }
-}
-
 }  // namespace
 }  // namespace ornolith

@@ -9,6 +9,8 @@
 #include "foundation/LargeVector.h"
 #include "foundation/LinearAlgebra.h"
 #include "loaders/mesh/FacetKernels.h"
+#include "loaders/mesh/FacetSums.h"
+#include "loaders/mesh/MeshPlaces.h"
 
 namespace ornolith {
 

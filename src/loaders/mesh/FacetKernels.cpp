@@ -1,6 +1,5 @@
 #include "loaders/mesh/FacetKernels.h"
 
-#include <cstring>
 #include <limits>
 
 // This file is compiled once for each instruction set; the rest of the program sees the functions at its end.
@@ -79,11 +78,11 @@ Vectors loadCorners(const float* corners) {
   return {hn::PromoteTo(tag, x), hn::PromoteTo(tag, y), hn::PromoteTo(tag, z)};
 }
 
-void measure(FacetBatch& batch, std::size_t count) {
+void measure(FacetBatch& batch) {
   const DoubleTag tag;
   const FloatTag floatTag;
   const auto rounded = [&](Doubles value) { return hn::DemoteTo(floatTag, value); };
-  for (std::size_t i = 0; i < count; i += hn::Lanes(tag)) {
+  for (std::size_t i = 0; i < FacetBatch::capacity; i += hn::Lanes(tag)) {
     const Vectors p = loadCorners(batch.corners[0][i].data());
     const Vectors q = loadCorners(batch.corners[1][i].data());
     const Vectors r = loadCorners(batch.corners[2][i].data());
@@ -112,148 +111,6 @@ void measure(FacetBatch& batch, std::size_t count) {
   }
 }
 
-void measureAll(FacetBatch& batch) {
-  measure(batch, FacetBatch::capacity);
-}
-
-/// Adds to four numbers each.
-void add(const double* values, double factor, double* sum) {
-  const hn::CappedTag<double, 4> tag;
-  for (std::size_t i = 0; i < 4; i += hn::Lanes(tag)) {
-    hn::Store(hn::Add(hn::Load(tag, sum + i), hn::Mul(hn::Load(tag, values + i), hn::Set(tag, factor))), tag, sum + i);
-  }
-}
-
-void add(const float* values, float* sum) {
-  const hn::CappedTag<float, 4> tag;
-  for (std::size_t i = 0; i < 4; i += hn::Lanes(tag)) {
-    hn::Store(hn::Add(hn::Load(tag, sum + i), hn::Load(tag, values + i)), tag, sum + i);
-  }
-}
-
-/// Facets that have a corner in the range, until a batch of them is full.
-class Adding {
- public:
-  Adding(const MeshPlaces& places, const PlaceRange& range, std::span<PlaceSum> sums, std::span<std::uint8_t> used)
-      : places_(places), range_(range), sums_(sums), used_(used) {
-    // Positions are loaded by four numbers, and behind the last one there is nothing.
-    const std::size_t vertexCount = places.positions.size() / 3;
-    last_ = static_cast<std::uint32_t>(vertexCount - 1);
-    std::memcpy(lastPosition_.data(), places.positions.data() + std::size_t{last_} * 3, 3 * sizeof(float));
-  }
-
-  template <bool mayCoincide>
-  void add(std::span<const std::uint32_t> triangles) {
-    for (std::size_t first = 0; first < triangles.size(); first += 3) {
-      std::uint32_t nearest = range_.count;
-      for (std::size_t corner = 0; corner < 3; ++corner) {
-        const std::uint32_t vertex = triangles[first + corner];
-        const std::uint32_t number = range_.numberOf(mayCoincide ? places_.firstThere[vertex] : vertex);
-        if (mayCoincide && number < range_.count) used_[vertex] = vertex_use::inTriangle;
-        nearest = std::min(nearest, number);
-        numbers_[corner][count_] = number;
-        copyPosition(vertex, batch_.corners[corner][count_].data());
-      }
-      count_ += nearest < range_.count ? 1 : 0;
-      if (count_ == FacetBatch::capacity) finishBatch();
-    }
-    finishBatch();
-  }
-
- private:
-  void copyPosition(std::uint32_t vertex, float* place) const {
-    const hn::CappedTag<float, 4> tag;
-    const float* position = vertex == last_ ? lastPosition_.data() : places_.positions.data() + std::size_t{vertex} * 3;
-    for (std::size_t i = 0; i < 4; i += hn::Lanes(tag)) hn::Store(hn::LoadU(tag, position + i), tag, place + i);
-  }
-
-  void finishBatch() {
-    measure(batch_, count_);
-    for (std::size_t facet = 0; facet < count_; ++facet) {
-      for (std::size_t corner = 0; corner < 3; ++corner) {
-        PlaceSum& sum = sums_[numbers_[corner][facet]];
-        HWY_NAMESPACE::add(batch_.areaNormals[facet].data(), batch_.angles[corner][facet], sum.normal.data());
-        HWY_NAMESPACE::add(batch_.directions[facet].data(), sum.directions.data());
-      }
-    }
-    count_ = 0;
-  }
-
-  const MeshPlaces& places_;
-  const PlaceRange range_;
-  std::span<PlaceSum> sums_;
-  std::span<std::uint8_t> used_;
-  std::uint32_t last_ = 0;
-  std::array<float, 4> lastPosition_{};
-  FacetBatch batch_;
-  std::array<std::array<std::uint32_t, FacetBatch::capacity>, 3> numbers_{};
-  std::size_t count_ = 0;
-};
-
-void addAll(const MeshPlaces& places, std::span<const std::uint32_t> triangles, const PlaceRange& range,
-            std::span<PlaceSum> sums, std::span<std::uint8_t> used) {
-  if (triangles.empty()) return;
-  Adding adding(places, range, sums, used);
-  if (places.firstThere.empty()) {
-    adding.add<false>(triangles);
-  } else {
-    adding.add<true>(triangles);
-  }
-}
-
-/// Which of the sums have facets that lie within 60 degrees of each other. The fourth components count the facets, and
-/// are so small here that rounding does not reach the difference of what is asked for and what is needed.
-hn::Mask<FloatTag> isSmooth(Floats x, Floats y, Floats z, Floats count, Smoothness smoothness) {
-  constexpr float mostLost = 0.25F;  // 2 (1 - cos 30) is 0.268.
-  constexpr float mostFacets = 256;
-  const FloatTag tag;
-  const auto isThere = hn::Ge(count, hn::Set(tag, 1));
-  if (smoothness == Smoothness::everywhere) return isThere;
-  const Floats square = hn::Add(hn::Add(hn::Mul(x, x), hn::Mul(y, y)), hn::Mul(z, z));
-  const Floats least = hn::Sub(count, hn::Set(tag, mostLost));
-  const Floats most = hn::Add(count, hn::Set(tag, mostLost));
-  const auto isNear = hn::And(hn::Ge(square, hn::Mul(least, least)), hn::Le(square, hn::Mul(most, most)));
-  return hn::And(hn::And(isThere, isNear), hn::Le(count, hn::Set(tag, mostFacets)));
-}
-
-std::size_t finish(std::span<const PlaceSum> sums, Smoothness smoothness, float* normals, std::uint32_t* others) {
-  const DoubleTag tag;
-  const FloatTag floatTag;
-  const std::size_t lanes = hn::Lanes(tag);
-  alignas(64) std::array<double, std::size_t{4} * hn::MaxLanes(tag)> normal{};
-  alignas(64) std::array<float, std::size_t{4} * hn::MaxLanes(tag)> directions{};
-  std::array<float, std::size_t{3} * hn::MaxLanes(tag)> result{};
-  std::size_t otherCount = 0;
-  for (std::size_t first = 0; first < sums.size(); first += lanes) {
-    const std::size_t count = std::min(lanes, sums.size() - first);
-    for (std::size_t i = 0; i < count; ++i) {
-      std::memcpy(&normal[i * 4], sums[first + i].normal.data(), sizeof(PlaceSum::normal));
-      std::memcpy(&directions[i * 4], sums[first + i].directions.data(), sizeof(PlaceSum::directions));
-    }
-    Doubles nx, ny, nz, unused;
-    hn::LoadInterleaved4(tag, normal.data(), nx, ny, nz, unused);
-    const Vectors sum{nx, ny, nz};
-    const Doubles size = hn::Sqrt(dot(sum, sum));
-    const DoubleMask hasSize = isPositive(size);
-    const Doubles inverse = hn::Div(hn::Set(tag, 1), size);
-    const auto component = [&](Doubles value, double otherwise) {
-      return hn::DemoteTo(floatTag, hn::IfThenElse(hasSize, hn::Mul(value, inverse), hn::Set(tag, otherwise)));
-    };
-    hn::StoreInterleaved3(component(sum.x, 0), component(sum.y, 0), component(sum.z, 1), floatTag, result.data());
-    std::memcpy(normals + first * 3, result.data(), count * 3 * sizeof(float));
-
-    Floats x, y, z, facets;
-    hn::LoadInterleaved4(floatTag, directions.data(), x, y, z, facets);
-    std::array<std::uint8_t, 8> smooth{};
-    hn::StoreMaskBits(floatTag, isSmooth(x, y, z, facets, smoothness), smooth.data());
-    if (smooth[0] == (1U << lanes) - 1) continue;
-    for (std::size_t i = 0; i < count; ++i) {
-      if ((smooth[0] >> i & 1U) == 0) others[otherCount++] = static_cast<std::uint32_t>(first + i);
-    }
-  }
-  return otherCount;
-}
-
 }  // namespace
 }  // namespace ornolith::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -263,24 +120,12 @@ namespace ornolith {
 
 namespace {
 
-HWY_EXPORT(measureAll);
-HWY_EXPORT(addAll);
-HWY_EXPORT(finish);
+HWY_EXPORT(measure);
 
 }  // namespace
 
 void measureFacets(FacetBatch& batch) {
-  HWY_DYNAMIC_DISPATCH(measureAll)(batch);
-}
-
-void addFacets(const MeshPlaces& places, std::span<const std::uint32_t> triangles, const PlaceRange& range,
-               std::span<PlaceSum> sums, std::span<std::uint8_t> used) {
-  HWY_DYNAMIC_DISPATCH(addAll)(places, triangles, range, sums, used);
-}
-
-std::size_t finishNormals(std::span<const PlaceSum> sums, Smoothness smoothness, float* normals,
-                          std::uint32_t* others) {
-  return HWY_DYNAMIC_DISPATCH(finish)(sums, smoothness, normals, others);
+  HWY_DYNAMIC_DISPATCH(measure)(batch);
 }
 
 }  // namespace ornolith

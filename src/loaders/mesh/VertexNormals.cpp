@@ -1,36 +1,24 @@
 #include "loaders/mesh/VertexNormals.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "foundation/Parallel.h"
+#include "loaders/mesh/CoincidingVertices.h"
 #include "loaders/mesh/CreaseGroups.h"
-#include "loaders/mesh/FacetKernels.h"
+#include "loaders/mesh/FacetSums.h"
 #include "loaders/mesh/MeshReadError.h"
+#include "loaders/mesh/TriangleBlocks.h"
+#include "loaders/mesh/UnusedVertices.h"
 #include "loaders/mesh/VertexWelding.h"
 
 namespace ornolith {
 
 namespace {
-
-constexpr std::size_t cornersOfABlock = std::size_t{3} << 11;
-constexpr std::size_t placesOfARange = std::size_t{1} << 13;  // Half a megabyte of sums.
-// Triangles in no order meet every range, which each looks at all of them.
-constexpr std::size_t rangesWithoutOrder = 2;
-
-/// Triangles one after the other, and between which places all their corners lie.
-struct Block {
-  std::size_t firstCorner = 0;
-  std::size_t cornerCount = 0;
-  std::uint32_t lowest = 0;
-  std::uint32_t highest = 0;
-
-  bool meets(const PlaceRange& range) const noexcept {
-    return lowest < range.first + range.count && highest >= range.first;
-  }
-};
 
 /// What the triangles' smoothing groups say for all of them.
 enum class Smoothing { byAngle, oneGroup, severalGroups };
@@ -50,7 +38,7 @@ class Creasing {
  public:
   Creasing(std::span<const float> positions, std::span<std::uint32_t> triangles,
            std::span<const std::uint32_t> smoothingGroups)
-      : places_{.positions = positions, .firstThere = {}},
+      : places_{.positions = positions, .stepsToFirst = {}},
         triangles_(triangles.first(triangles.size() / 3 * 3)),
         smoothingGroups_(smoothingGroups),
         vertexCount_(positions.size() / 3) {
@@ -62,8 +50,8 @@ class Creasing {
 
   CreasedMesh run(VertexPlaces vertexPlaces) {
     if (vertexPlaces == VertexPlaces::mayCoincide) findPlaces();
-    makeBlocks();
-    makeRanges();
+    blocks_.emplace(places_, triangles_, coinciding_);
+    splits_.resize(blocks_->ranges().size());
     normals_.resize(vertexCount_ * 3);
     finishRanges();
     giveNormalsOfPlaces();
@@ -74,86 +62,43 @@ class Creasing {
   }
 
  private:
-  bool mayCoincide() const noexcept { return !places_.firstThere.empty(); }
-
   void findPlaces() {
-    firstThere_ = firstVerticesThere(places_.positions);
-    places_.firstThere = firstThere_;
-    if (mayCoincide()) used_.assign(vertexCount_, vertex_use::none);
-  }
-
-  void makeBlocks() {
-    blocks_.resize((triangles_.size() + cornersOfABlock - 1) / cornersOfABlock);
-    parallelFor(blocks_.size(), 16, [&](std::size_t i) {
-      Block& block = blocks_[i];
-      block.firstCorner = i * cornersOfABlock;
-      block.cornerCount = std::min(cornersOfABlock, triangles_.size() - block.firstCorner);
-      block.lowest = places_.placeOf(triangles_[block.firstCorner]);
-      block.highest = block.lowest;
-      for (const std::uint32_t vertex : cornersOf(block)) {
-        const std::uint32_t place = places_.placeOf(vertex);
-        block.lowest = std::min(block.lowest, place);
-        block.highest = std::max(block.highest, place);
-      }
-    });
-  }
-
-  std::span<const std::uint32_t> cornersOf(const Block& block) const {
-    return triangles_.subspan(block.firstCorner, block.cornerCount);
-  }
-
-  /// Small ranges where most blocks meet one or two of them, else few.
-  void makeRanges() {
-    std::size_t meetings = 0;
-    for (const Block& block : blocks_) meetings += block.highest / placesOfARange - block.lowest / placesOfARange + 1;
-    const std::size_t rangeCount = (vertexCount_ + placesOfARange - 1) / placesOfARange;
-    const bool hasOrder = meetings <= blocks_.size() * 2 + rangeCount;
-    const std::size_t size =
-        hasOrder ? placesOfARange
-                 : std::max((vertexCount_ + rangesWithoutOrder - 1) / rangesWithoutOrder, placesOfARange);
-    for (std::size_t first = 0; first < vertexCount_; first += size) {
-      const std::size_t count = std::min(size, vertexCount_ - first);
-      ranges_.push_back({static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(count)});
-    }
-    splits_.resize(ranges_.size());
+    coinciding_ = CoincidingVertices(places_.positions);
+    places_.stepsToFirst = coinciding_.stepsToFirst();
+    if (coinciding_.areThere()) used_ = LazyZeros<std::uint8_t>(vertexCount_);
   }
 
   /// What a thread needs for a range, one after the other.
   struct Scratch {
     std::vector<PlaceSum> sums;
     LargeVector<std::uint32_t> others;
-    LargeVector<float> normals;
+    std::array<float, CoincidingVertices::verticesOfAPage * 3> normals{};
   };
 
   void finishRanges() {
     const Smoothing smoothing = smoothingOf(smoothingGroups_);
+    const std::size_t rangeCount = blocks_->ranges().size();
     std::atomic<std::size_t> next = 0;
-    parallelFor(std::min(availableThreadCount(), ranges_.size()), 1, [&](std::size_t /*thread*/) {
+    parallelFor(std::min(availableThreadCount(), rangeCount), 1, [&](std::size_t /*thread*/) {
       Scratch scratch;
-      for (std::size_t i = next++; i < ranges_.size(); i = next++) finishRange(i, smoothing, scratch);
+      for (std::size_t i = next++; i < rangeCount; i = next++) finishRange(i, smoothing, scratch);
     });
   }
 
-  template <typename Body>
-  void forEachBlockOf(const PlaceRange& range, const Body& body) const {
-    for (const Block& block : blocks_) {
-      if (block.meets(range)) body(block);
-    }
+  std::span<const std::uint32_t> cornersOf(const TriangleBlock& block) const {
+    return triangles_.subspan(block.firstCorner, block.cornerCount);
   }
 
   void finishRange(std::size_t index, Smoothing smoothing, Scratch& scratch) {
-    const PlaceRange& range = ranges_[index];
-    scratch.sums.assign(range.count + std::size_t{1}, PlaceSum{});
+    const PlaceRange& range = blocks_->ranges()[index];
+    scratch.sums.assign(range.count + sumsBehindTheLast, PlaceSum{});
     scratch.others.resize(range.count);
-    forEachBlockOf(range,
-                   [&](const Block& block) { addFacets(places_, cornersOf(block), range, scratch.sums, used_); });
-    const bool isSmooth = smoothing == Smoothing::oneGroup;
-    if (mayCoincide()) scratch.normals.resize(std::size_t{range.count} * 3);
-    float* const normals = mayCoincide() ? scratch.normals.data() : normals_.data() + std::size_t{range.first} * 3;
+    blocks_->forEachOf(index, [&](const TriangleBlock& block) {
+      addFacets(places_, cornersOf(block), blocks_->cornersOf(block, range), range, scratch.sums, used_.values());
+    });
+    scratch.sums[range.count] = {};  // What lies outside.
     const std::size_t otherCount =
-        finishNormals(std::span(scratch.sums).first(range.count),
-                      isSmooth ? Smoothness::everywhere : Smoothness::byAngle, normals, scratch.others.data());
-    if (mayCoincide()) copyNormalsOfPlaces(range, normals);
+        finishPages(range, smoothing == Smoothing::oneGroup ? Smoothness::everywhere : Smoothness::byAngle, scratch);
     if (smoothing != Smoothing::severalGroups) {
       return finishOtherPlaces(index, std::span(scratch.others).first(otherCount), scratch.sums);
     }
@@ -161,40 +106,70 @@ class Creasing {
     finishOtherPlaces(index, scratch.others, scratch.sums);
   }
 
-  /// The range's other vertices stand at places that may be of other ranges, whose threads write their normals.
-  void copyNormalsOfPlaces(const PlaceRange& range, const float* normals) {
-    for (std::size_t i = 0; i < range.count; ++i) {
-      const std::size_t vertex = range.first + i;
-      if (firstThere_[vertex] == vertex) std::copy_n(normals + i * 3, 3, normals_.data() + vertex * 3);
+  /// Writes the normals of the range's vertices, but not of those that stand at other vertices' places: these may be of
+  /// other ranges, whose threads write their normals. Gives the number of other places.
+  std::size_t finishPages(const PlaceRange& range, Smoothness smoothness, Scratch& scratch) {
+    constexpr std::size_t pageSize = CoincidingVertices::verticesOfAPage;
+    std::size_t otherCount = 0;
+    const auto finish = [&](std::size_t begin, std::size_t end, float* normals) {
+      otherCount += finishNormals(scratch.sums.data() + begin, end - begin, smoothness, normals,
+                                  static_cast<std::uint32_t>(begin), scratch.others.data() + otherCount);
+    };
+    for (std::size_t begin = 0; begin < range.count;) {
+      float* const normals = normals_.data() + (range.first + begin) * 3;
+      std::size_t end = begin;
+      while (end < range.count && !coinciding_.areOn((range.first + end) / pageSize)) end += pageSize;
+      end = std::min<std::size_t>(end, range.count);
+      finish(begin, end, normals);
+      begin = std::exchange(end, std::min<std::size_t>(end + pageSize, range.count));
+      if (begin == end) break;
+      finish(begin, end, scratch.normals.data());
+      for (std::size_t i = begin; i < end; ++i) {
+        const std::size_t vertex = range.first + i;
+        if (places_.stepsToFirst[vertex] != 0) continue;
+        std::copy_n(scratch.normals.data() + (i - begin) * 3, 3, normals_.data() + vertex * 3);
+      }
+      begin = end;
     }
+    return otherCount;
   }
 
   void finishOtherPlaces(std::size_t index, std::span<const std::uint32_t> others, std::span<const PlaceSum> sums) {
     if (others.empty()) return;
-    const PlaceRange& range = ranges_[index];
+    const PlaceRange& range = blocks_->ranges()[index];
     SplitVertices& splits = splits_[index];
-    CreaseGroups groups(places_, range, smoothingGroups_, used_, normals_.data());
+    CreaseGroups groups(places_, range, smoothingGroups_, used_.values(), normals_.data());
     bool some = false;
     for (const std::uint32_t number : others) {
-      const bool hasFacets = sums[number].directions[3] > 0;
+      const bool hasFacets = sums[number].hasFacets();
       some = some || hasFacets;
       if (hasFacets) {
         groups.beginAt(number);
-      } else if (!mayCoincide()) {
+      } else if (!coinciding_.areOn((range.first + number) / CoincidingVertices::verticesOfAPage)) {
         splits.unused.push_back(range.first + number);
       }
     }
     if (!some) return;
-    forEachBlockOf(range, [&](const Block& block) { groups.add(cornersOf(block), block.firstCorner / 3); });
+    blocks_->forEachOf(index, [&](const TriangleBlock& block) { groups.add(cornersOf(block), block.firstCorner / 3); });
     groups.finish(splits);
+  }
+
+  template <typename Body>
+  void forEachOnPagesWithSeveral(const Body& body) const {
+    constexpr std::size_t pageSize = CoincidingVertices::verticesOfAPage;
+    for (std::size_t first = 0; first < vertexCount_; first += pageSize) {
+      if (!coinciding_.areOn(first / pageSize)) continue;
+      for (std::size_t vertex = first; vertex < std::min(first + pageSize, vertexCount_); ++vertex) body(vertex);
+    }
   }
 
   /// Vertices at a place without creases have the normal that stands at its first vertex.
   void giveNormalsOfPlaces() {
-    for (std::size_t vertex = 0; vertex < firstThere_.size(); ++vertex) {
-      if (firstThere_[vertex] == vertex || used_[vertex] == vertex_use::withOwnNormal) continue;
-      std::copy_n(normals_.data() + std::size_t{firstThere_[vertex]} * 3, 3, normals_.data() + vertex * 3);
-    }
+    forEachOnPagesWithSeveral([&](std::size_t vertex) {
+      const std::size_t steps = places_.stepsToFirst[vertex];
+      if (steps == 0 || used_.values()[vertex] == vertex_use::withOwnNormal) return;
+      std::copy_n(normals_.data() + (vertex - steps) * 3, 3, normals_.data() + vertex * 3);
+    });
   }
 
   void moveCorners() {
@@ -208,30 +183,13 @@ class Creasing {
 
   void dropUnusedVertices() {
     LargeVector<std::uint32_t> unused;
-    for (std::uint32_t vertex = 0; vertex < used_.size(); ++vertex) {
-      if (used_[vertex] == vertex_use::none) unused.push_back(vertex);
-    }
     for (SplitVertices& splits : splits_) unused.insert(unused.end(), splits.unused.begin(), splits.unused.end());
-    if (unused.empty()) return;
-    LargeVector<std::uint32_t>& left = result_.keptVertices.emplace();
-    LargeVector<std::uint32_t> newNumbers(vertexCount_);
-    left.reserve(vertexCount_ - unused.size());
-    auto dropped = unused.begin();
-    for (std::uint32_t vertex = 0; vertex < vertexCount_; ++vertex) {
-      newNumbers[vertex] = static_cast<std::uint32_t>(left.size());
-      if (dropped != unused.end() && *dropped == vertex) {
-        ++dropped;
-      } else {
-        left.push_back(vertex);
-      }
-    }
-    for (std::uint32_t& vertex : triangles_) {
-      vertex = vertex < vertexCount_ ? newNumbers[vertex] : vertex - static_cast<std::uint32_t>(unused.size());
-    }
-    for (std::size_t i = 0; i < left.size(); ++i) {
-      std::copy_n(normals_.data() + std::size_t{left[i]} * 3, 3, normals_.data() + i * 3);
-    }
-    normals_.resize(left.size() * 3);
+    const auto middle = static_cast<std::ptrdiff_t>(unused.size());
+    forEachOnPagesWithSeveral([&](std::size_t vertex) {
+      if (used_.values()[vertex] == vertex_use::none) unused.push_back(static_cast<std::uint32_t>(vertex));
+    });
+    std::inplace_merge(unused.begin(), unused.begin() + middle, unused.end());
+    if (!unused.empty()) result_.keptVertices = dropVertices(unused, vertexCount_, triangles_, normals_);
   }
 
   void addFurtherVertices() {
@@ -252,10 +210,9 @@ class Creasing {
   std::span<std::uint32_t> triangles_;
   std::span<const std::uint32_t> smoothingGroups_;
   std::size_t vertexCount_;
-  LargeVector<std::uint32_t> firstThere_;  // Empty where all vertices stand apart.
-  LargeVector<std::uint8_t> used_;         // How the vertices are (`vertex_use`), where some do not.
-  std::vector<Block> blocks_;
-  std::vector<PlaceRange> ranges_;
+  CoincidingVertices coinciding_;
+  LazyZeros<std::uint8_t> used_;  // How the vertices on pages with coinciding ones are (`vertex_use`).
+  std::optional<TriangleBlocks> blocks_;
   std::vector<SplitVertices> splits_;  // Of each range.
   LargeVector<float> normals_;         // Of the given vertices, and in the end of the new ones.
   CreasedMesh result_;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -185,88 +184,10 @@ class FacetWelding {
   WeldedCorners result_;
 };
 
-// Vertices that are there already: few stand at one place.
-
-class VertexSearch {
- public:
-  explicit VertexSearch(std::span<const float> positions) : positions_(positions), count_(positions.size() / 3) {}
-
-  LargeVector<std::uint32_t> run() {
-    findRepeated();
-    LargeVector<std::uint32_t> firstThere;
-    const bool hasSome =
-        std::any_of(repeated_.begin(), repeated_.end(), [](const auto& repeated) { return !repeated.empty(); });
-    if (!hasSome) return firstThere;
-    firstThere.resize(count_);
-    std::iota(firstThere.begin(), firstThere.end(), 0U);
-    for (const LargeVector<Repeated>& repeated : repeated_) {
-      for (const auto& [vertex, first] : repeated) firstThere[vertex] = first;
-    }
-    return firstThere;
-  }
-
- private:
-  struct Repeated {
-    std::uint32_t vertex;
-    std::uint32_t first;
-  };
-
-  // Each thread has a share of the hashes' values and looks at all vertices for those that are its own.
-  void findRepeated() {
-    constexpr std::size_t verticesWorthAThread = std::size_t{1} << 15;
-    constexpr std::size_t mostShares = 8;
-    const std::size_t shares =
-        std::clamp<std::size_t>(count_ / verticesWorthAThread, 1, std::min(availableThreadCount(), mostShares));
-    repeated_.resize(shares);
-    parallelFor(shares, 1, [&](std::size_t share) { findRepeated(share, shares); });
-  }
-
-  void findRepeated(std::size_t share, std::size_t shares) {
-    constexpr std::size_t batch = 1024;
-    struct Wanted {
-      std::uint32_t hash;
-      std::uint32_t vertex;
-    };
-    std::array<Wanted, batch + prefetchDistance> wanted{};
-    PlaceTable table(count_ / shares, static_cast<std::uint32_t>(std::max<std::size_t>(count_, 1) - 1));
-    for (std::size_t begin = 0; begin < count_; begin += batch) {
-      const std::size_t end = std::min(begin + batch, count_);
-      std::size_t wantedCount = 0;
-      for (std::size_t vertex = begin; vertex < end; ++vertex) {
-        // The front of the product tells the share; what is left is a hash again.
-        const std::uint64_t product = std::uint64_t{hash_(keyOf(static_cast<std::uint32_t>(vertex)))} * shares;
-        wanted[wantedCount] = {static_cast<std::uint32_t>(product), static_cast<std::uint32_t>(vertex)};
-        wantedCount += product >> 32 == share ? 1 : 0;
-      }
-      for (std::size_t i = 0; i < std::min(prefetchDistance, wantedCount); ++i) table.prefetch(wanted[i].hash);
-      for (std::size_t i = 0; i < wantedCount; ++i) {
-        table.prefetch(wanted[i + prefetchDistance].hash);
-        const std::uint32_t hash = wanted[i].hash;
-        const std::uint32_t vertex = wanted[i].vertex;
-        const std::uint32_t first = table.find(
-            hash, vertex, [&](std::uint32_t other) { return keyOf(other) == keyOf(vertex); },
-            [&](std::uint32_t other) { return static_cast<std::uint32_t>(hash_(keyOf(other)) * shares); });
-        if (first != vertex) repeated_[share].push_back({vertex, first});
-      }
-    }
-  }
-
-  PlaceKey keyOf(std::uint32_t vertex) const { return PlaceKey::at(positions_.data() + std::size_t{vertex} * 3); }
-
-  std::span<const float> positions_;
-  std::size_t count_;
-  PlaceHash hash_;
-  std::vector<LargeVector<Repeated>> repeated_;  // Of each share.
-};
-
 }  // namespace
 
 WeldedCorners weldedCorners(const FacetCorners& facets, const BytesRead& whenRead) {
   return FacetWelding(facets, whenRead).run();
-}
-
-LargeVector<std::uint32_t> firstVerticesThere(std::span<const float> positions) {
-  return VertexSearch(positions).run();
 }
 
 }  // namespace ornolith

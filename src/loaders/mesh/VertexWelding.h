@@ -39,8 +39,4 @@ struct FacetCorners {
 /// result does not depend on the threads.
 WeldedCorners weldedCorners(const FacetCorners& facets, const BytesRead& whenRead = {});
 
-/// For each vertex the first one at the same place, in the same sense; empty where no two stand at one. `positions` has
-/// three components for each of no more than `mostWeldedCorners` vertices.
-LargeVector<std::uint32_t> firstVerticesThere(std::span<const float> positions);
-
 }  // namespace ornolith
