@@ -29,6 +29,14 @@ TEST(GLTFDataURI, DecodesBase64OfEveryLengthWithAndWithoutPadding) {
   EXPECT_THAT(textOf("data:;base64," + gltf_files::base64(all)), Optional(all));
 }
 
+TEST(GLTFDataURI, KnowsItsSchemeInEitherCase) {
+  EXPECT_THAT(textOf("DATA:;base64,YWI="), Optional(std::string("ab")));
+  EXPECT_THAT(textOf("Data:,ab"), Optional(std::string("ab")));
+  EXPECT_FALSE(isDataURI("date:,ab"));
+  EXPECT_FALSE(isDataURI("DATA"));
+  EXPECT_FALSE(isDataURI(""));
+}
+
 TEST(GLTFDataURI, DecodesPercentEncodedText) {
   EXPECT_THAT(textOf("data:,a%20b%00%fF"), Optional(std::string("a b\0\xFF", 5)));
 }
@@ -45,7 +53,7 @@ TEST(GLTFDataURI, KnowsBase64InEveryFormThatIsInUse) {
 
 TEST(GLTFDataURI, RefusesWhatIsMalformed) {
   for (const char* uri : {"data:;base64", "data:", "data:;base64,YWJ*", "data:;base64,Y", "data:;base64,YW=j",
-                          "data:;base64,YWJ%2", "data:,%2", "data:,%2g", "a.bin", "DATA:,a"}) {
+                          "data:;base64,YWJ%2", "data:,%2", "data:,%2g", "a.bin"}) {
     EXPECT_EQ(textOf(uri), std::nullopt) << uri;
   }
 }

@@ -94,7 +94,7 @@ bool hasBase64Mark(std::string_view header) {
 }  // namespace
 
 bool isDataURI(std::string_view uri) noexcept {
-  return uri.starts_with(dataScheme);
+  return uri.size() >= dataScheme.size() && lowercased(uri.substr(0, dataScheme.size())) == dataScheme;
 }
 
 std::optional<std::vector<std::byte>> decodeDataURI(std::string_view uri) {

@@ -9,7 +9,7 @@ namespace ornolith {
 
 // Data URIs (RFC 2397): resources that stand in the manifest itself.
 
-/// Whether `uri` is a data URI.
+/// Whether `uri` is a data URI; a scheme may be written in either case (RFC 3986, section 3.1).
 bool isDataURI(std::string_view uri) noexcept;
 
 /// The bytes that a data URI holds, in base64 (RFC 4648, section 4; padding may be missing, white space and
