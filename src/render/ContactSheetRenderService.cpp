@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <future>
 #include <memory>
 #include <unordered_set>
 
@@ -168,7 +167,7 @@ Image snapshotOf(SCNRenderer& renderer, const RenderPixelRect& frame) {
 }  // namespace
 
 ContactSheetRenderService::PNGData ContactSheetRenderService::encode(const Image& image) const {
-  PNGData data = std::async(std::launch::async, [&] { return encodePNG(image); }).get();
+  PNGData data = encodePNG(image);
   cancellation_.checkCancellation();
   return data;
 }
