@@ -1,6 +1,7 @@
 #include "foundation/LargeVector.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
@@ -32,6 +33,15 @@ void* allocateLarge(std::size_t byteCount) {
 
 void releaseLarge(void* memory) noexcept {
   std::free(memory);
+}
+
+void emptyLarge(void* memory, std::size_t byteCount) noexcept {
+  // Pages that reach beyond the memory belong to others as well.
+  const auto pageSize = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  void* first = memory;
+  std::size_t rest = byteCount;
+  if (std::align(pageSize, pageSize, first, rest) == nullptr) return;
+  ::madvise(first, rest / pageSize * pageSize, MADV_DONTNEED);
 }
 
 void preferLargePages(void* memory, std::size_t byteCount) noexcept {

@@ -14,6 +14,9 @@ namespace ornolith {
 void* allocateLarge(std::size_t byteCount);
 void releaseLarge(void* memory) noexcept;
 
+/// Gives the system back what lies in some memory, which is still there, without its values.
+void emptyLarge(void* memory, std::size_t byteCount) noexcept;
+
 /// Asks the system for its large pages in the same way, for memory from elsewhere that has not been touched yet.
 void preferLargePages(void* memory, std::size_t byteCount) noexcept;
 
@@ -35,5 +38,13 @@ struct LargeAllocator : UninitializedAllocator<Value> {
 /// value (`LargeVector(n)`, `resize(n)`) is uninitialised, not zero.
 template <typename Value>
 using LargeVector = std::vector<Value, LargeAllocator<Value>>;
+
+/// Empties a vector and gives the system back its memory at once, but not its addresses. Memory that is merely freed
+/// the program keeps in large part, to use it for what it asks for next, and to keep that in its turn.
+template <typename Value>
+void giveBack(LargeVector<Value>& values) noexcept {
+  emptyLarge(values.data(), values.capacity() * sizeof(Value));
+  values.clear();
+}
 
 }  // namespace ornolith

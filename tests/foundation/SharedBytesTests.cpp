@@ -58,6 +58,28 @@ TEST(LargeVector, KeepsItsValuesAsItGrowsPastLargePages) {
   EXPECT_TRUE(values.empty());
 }
 
+TEST(LargeVector, GivesWholePagesBackAndLeavesWhatStandsAround) {
+  LargeVector<std::uint32_t> values(1'000'000, 7U);
+  constexpr std::size_t begin = 1001;
+  constexpr std::size_t end = 900'003;
+  emptyLarge(values.data() + begin, (end - begin) * sizeof(std::uint32_t));
+  EXPECT_EQ(std::count(values.begin(), values.begin() + begin, 7U), static_cast<std::ptrdiff_t>(begin));
+  EXPECT_EQ(std::count(values.begin() + end, values.end(), 7U), static_cast<std::ptrdiff_t>(values.size() - end));
+  EXPECT_EQ(std::count(values.begin() + end / 4, values.begin() + end / 2, 0U),
+            static_cast<std::ptrdiff_t>(end / 2 - end / 4));
+  emptyLarge(values.data(), 100);
+  EXPECT_EQ(values.front(), 7U);
+}
+
+TEST(LargeVector, IsEmptyOnceItIsGivenBack) {
+  LargeVector<float> values(1'000'000, 2.5F);
+  giveBack(values);
+  EXPECT_TRUE(values.empty());
+  giveBack(values);
+  values.assign(1'000'000, 3.5F);
+  EXPECT_EQ(values.back(), 3.5F);
+}
+
 TEST(LargeVector, LeavesWhatStandsInMemoryThatIsToHaveLargePages) {
   for (const std::size_t size : {std::size_t{1}, std::size_t{4} << 20, (std::size_t{9} << 20) + 5}) {
     std::vector<std::uint8_t> bytes(size, 7);

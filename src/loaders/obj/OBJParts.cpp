@@ -52,7 +52,7 @@ class Sorting {
     const OBJStretch& stretch = statements_.stretches[index];
     RunCursor faces(stretch.faceRuns);
     RunCursor lines(stretch.lineRuns);
-    const std::vector<OBJRun> singlePoints{{1, stretch.points.count()}};
+    const std::vector<OBJRun> singlePoints{{1, stretch.points.size()}};
     RunCursor points(singlePoints);
     std::size_t faceCorners = 0;
     std::size_t lineCorners = 0;
@@ -66,7 +66,7 @@ class Sorting {
       takeUpTo(change.faceCorners, change.lineCorners, change.pointCorners);
       apply(change);
     }
-    takeUpTo(stretch.faces.count(), stretch.lines.count(), stretch.points.count());
+    takeUpTo(stretch.faces.size(), stretch.lines.size(), stretch.points.size());
   }
 
   void take(std::size_t stretch, std::vector<OBJPiece> OBJPart::*list, RunCursor& cursor, std::size_t& begin,

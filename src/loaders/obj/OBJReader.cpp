@@ -92,15 +92,16 @@ class NodeTree {
 
 std::shared_ptr<SCNScene> readOBJ(std::span<const std::byte> bytes, const OBJMaterials& materials,
                                   const BytesRead& whenRead) {
-  const OBJStatements statements = readOBJStatements(textOf(bytes), whenRead);
+  OBJStatements statements = readOBJStatements(textOf(bytes), whenRead);
   const OBJParts parts = sortIntoParts(statements);
   const bool hasColors = !statements.colors.empty();
   auto scene = SCNScene::scene();
-  OBJGeometryBuilder builder(statements);
   if (parts.parts.empty() && !statements.positions.empty()) {
-    scene->rootNode()->addChildNode(SCNNode::nodeWithGeometry(builder.buildPointCloud(defaultMeshMaterial(hasColors))));
+    auto points = objPointCloud(std::move(statements), defaultMeshMaterial(hasColors));
+    scene->rootNode()->addChildNode(SCNNode::nodeWithGeometry(std::move(points)));
     return scene;
   }
+  OBJGeometryBuilder builder(statements, parts);
   const MaterialList list = materialsFor(parts.materialNames, materials, hasColors);
   NodeTree tree(scene->rootNode());
   for (const OBJPart& part : parts.parts) {

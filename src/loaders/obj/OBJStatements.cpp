@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 #include <exception>
 #include <limits>
 #include <optional>
@@ -35,6 +37,26 @@ bool isSpace(char letter) noexcept {
   return letter == ' ' || letter == '\t' || letter == '\v' || letter == '\f';
 }
 
+/// Does what `scanInteger` does. The numbers of most corners are up to seven digits, which are one word (the digits are
+/// added up in pairs, then in fours: D. Lemire, "Quickly parsing eight digits", 2018).
+const char* scanIndex(const char* begin, const char* end, std::int64_t& value) noexcept {
+  static_assert(std::endian::native == std::endian::little, "the first digit is the lowest byte");
+  std::uint64_t digits = 0;
+  if (end - begin < static_cast<std::ptrdiff_t>(sizeof digits)) return scanInteger(begin, end, value);
+  std::memcpy(&digits, begin, sizeof digits);
+  digits ^= 0x3030303030303030;
+  // The lowest of these bits is right; those above it may have a carry.
+  const std::uint64_t others = (digits | (digits + 0x7676767676767676)) & 0x8080808080808080;
+  const auto count = static_cast<unsigned>(std::countr_zero(others)) / 8;
+  if (count == 0 || count == sizeof digits) return scanInteger(begin, end, value);
+  digits <<= 64 - count * 8;
+  digits = digits * 10 + (digits >> 8);
+  constexpr std::uint64_t secondOfFour = 0x000000FF000000FF;
+  value = static_cast<std::int64_t>(
+      ((digits & secondOfFour) * 0x000F424000000064 + ((digits >> 16) & secondOfFour) * 0x0000271000000001) >> 32);
+  return begin + count;
+}
+
 /// A fault, and the place of it.
 struct Fault {
   const char* place = nullptr;
@@ -57,7 +79,7 @@ class StretchReader {
     constexpr std::size_t fewestBytesOfAVertex = 16;
     constexpr std::size_t fewestBytesOfACorner = 6;
     stretch_.positions.reserve(text.size() / fewestBytesOfAVertex * 3);
-    stretch_.faces.positions.reserve(text.size() / fewestBytesOfACorner);
+    stretch_.faces.reserve(text.size() / fewestBytesOfACorner);
   }
 
   OBJStretch run() {
@@ -242,7 +264,7 @@ class StretchReader {
   std::uint32_t furtherIndex(std::size_t countSoFar) {
     std::int64_t number = 0;
     const char* const begin = p_;
-    p_ = scanInteger(begin, end_, number);
+    p_ = scanIndex(begin, end_, number);
     return number == 0 ? noOBJIndex : index(number, countSoFar, begin);
   }
 
@@ -254,10 +276,10 @@ class StretchReader {
     list.push_back(index);
   }
 
-  void readCorner(OBJCorners& corners) {
+  void readCorner(LargeVector<std::uint32_t>& list) {
     std::int64_t number = 0;
     const char* const begin = p_;
-    p_ = scanInteger(begin, end_, number);
+    p_ = scanIndex(begin, end_, number);
     if (p_ == begin) fail(begin, "an index is missing");
     const std::uint32_t position = index(number, stretch_.positions.size() / 3, begin);
     std::uint32_t texcoord = noOBJIndex;
@@ -271,10 +293,23 @@ class StretchReader {
       }
     }
     if (!isAtWordEnd() && *p_ != '#') fail(begin, "an index is not a whole number");
-    const std::size_t before = corners.positions.size();
+    list.push_back(numberOf(position, texcoord, normal));
+  }
+
+  /// The number of the corner of these indices: that of an equal one met lately, or a new one.
+  std::uint32_t numberOf(std::uint32_t position, std::uint32_t texcoord, std::uint32_t normal) {
+    OBJCorners& corners = stretch_.corners;
+    std::uint32_t& latest = latestCorners_[(position + texcoord * 2 + normal * 4) % latestCorners_.size()];
+    const std::size_t count = corners.count();
+    if (latest < count && corners.positions[latest] == position && corners.texcoordOf(latest) == texcoord &&
+        corners.normalOf(latest) == normal) {
+      return latest;
+    }
     corners.positions.push_back(position);
-    addFurther(corners.texcoords, before, texcoord);
-    addFurther(corners.normals, before, normal);
+    addFurther(corners.texcoords, count, texcoord);
+    addFurther(corners.normals, count, normal);
+    latest = static_cast<std::uint32_t>(count);
+    return latest;
   }
 
   static void addRun(std::vector<OBJRun>& runs, std::size_t corners) {
@@ -284,16 +319,18 @@ class StretchReader {
   }
 
   void readFace() {
-    const std::size_t before = stretch_.faces.count();
+    const std::size_t before = stretch_.faces.size();
     while (!isAtLineEnd()) readCorner(stretch_.faces);
-    const std::size_t corners = stretch_.faces.count() - before;
-    if (corners > 0) addRun(stretch_.faceRuns, corners);
+    const std::size_t corners = stretch_.faces.size() - before;
+    if (corners == 0) return;
+    addRun(stretch_.faceRuns, corners);
+    if (corners < 3) stretch_.hasShortFaces = true;
   }
 
   void readLineStrip() {
-    const std::size_t before = stretch_.lines.count();
+    const std::size_t before = stretch_.lines.size();
     while (!isAtLineEnd()) readCorner(stretch_.lines);
-    const std::size_t corners = stretch_.lines.count() - before;
+    const std::size_t corners = stretch_.lines.size() - before;
     if (corners > 0) addRun(stretch_.lineRuns, corners);
   }
 
@@ -302,9 +339,9 @@ class StretchReader {
   void change(OBJStateKind kind) {
     OBJStateChange next{.kind = kind,
                         .value = rest(),
-                        .faceCorners = stretch_.faces.count(),
-                        .lineCorners = stretch_.lines.count(),
-                        .pointCorners = stretch_.points.count()};
+                        .faceCorners = stretch_.faces.size(),
+                        .lineCorners = stretch_.lines.size(),
+                        .pointCorners = stretch_.points.size()};
     // Those that nothing stands behind are forgotten, so that a file of nothing else costs no memory.
     std::vector<OBJStateChange>& changes = stretch_.changes;
     std::size_t first = changes.size();
@@ -323,6 +360,8 @@ class StretchReader {
   const char* p_;
   const char* end_;
   OBJStretch stretch_;
+  // By some bits of their indices; those of two rows of a mesh find room.
+  std::vector<std::uint32_t> latestCorners_ = std::vector<std::uint32_t>(std::size_t{1} << 15);
 };
 
 /// One stretch's text, or the fault in it.
@@ -381,55 +420,52 @@ void settleIndices(LargeVector<std::uint32_t>& indices, std::size_t before, std:
   }
 }
 
-void settleCorners(OBJCorners& corners, const Counts& before, const OBJStatements& statements) {
-  settleIndices(corners.positions, before.positions, statements.positions.size() / 3, false, "vertex");
-  settleIndices(corners.texcoords, before.texcoords, statements.texcoords.size() / 2, true, "texture coordinate");
-  settleIndices(corners.normals, before.normals, statements.normals.size() / 3, true, "normal");
+void settleCorners(OBJCorners& corners, const Counts& before, const Counts& all) {
+  settleIndices(corners.positions, before.positions, all.positions, false, "vertex");
+  settleIndices(corners.texcoords, before.texcoords, all.texcoords, true, "texture coordinate");
+  settleIndices(corners.normals, before.normals, all.normals, true, "normal");
 }
 
-void append(LargeVector<float>& all, LargeVector<float>& part, std::size_t total) {
-  if (part.size() == total) {
-    std::swap(all, part);
-  } else {
-    all.reserve(total);
-    all.insert(all.end(), part.begin(), part.end());
+/// How many vertices, texture coordinates and normals stand before each stretch, and in the end in all of them.
+std::vector<Counts> countsBefore(const std::vector<OBJStretch>& stretches) {
+  std::vector<Counts> before(1);
+  for (const OBJStretch& stretch : stretches) {
+    before.push_back({.positions = before.back().positions + stretch.positions.size() / 3,
+                      .texcoords = before.back().texcoords + stretch.texcoords.size() / 2,
+                      .normals = before.back().normals + stretch.normals.size() / 3});
   }
-  part = {};
+  return before;
 }
 
-template <typename Member>
-std::size_t total(const std::vector<OBJStretch>& stretches, Member member) {
-  std::size_t sum = 0;
-  for (const OBJStretch& stretch : stretches) sum += (stretch.*member).size();
-  return sum;
+/// Moves a stretch's part of a list to its place.
+void move(LargeVector<float>& part, LargeVector<float>& all, std::size_t place) {
+  if (part.empty()) return;
+  std::copy(part.begin(), part.end(), all.begin() + static_cast<std::ptrdiff_t>(place));
+  giveBack(part);
 }
 
 /// Moves what the corners refer to out of the stretches, and settles the corners' indices.
 void join(OBJStatements& statements) {
   std::vector<OBJStretch>& stretches = statements.stretches;
-  std::vector<Counts> before(stretches.size());
-  const std::size_t positionCount = total(stretches, &OBJStretch::positions);
-  const std::size_t texcoordCount = total(stretches, &OBJStretch::texcoords);
-  const std::size_t normalCount = total(stretches, &OBJStretch::normals);
-  const bool hasColors = total(stretches, &OBJStretch::colors) > 0;
-  for (std::size_t i = 0; i < stretches.size(); ++i) {
-    before[i] = {.positions = statements.positions.size() / 3,
-                 .texcoords = statements.texcoords.size() / 2,
-                 .normals = statements.normals.size() / 3};
-    append(statements.positions, stretches[i].positions, positionCount);
-    if (hasColors) {
-      append(statements.colors, stretches[i].colors, positionCount);
-      statements.colors.resize(statements.positions.size(), 1.0F);
-    }
-    append(statements.texcoords, stretches[i].texcoords, texcoordCount);
-    append(statements.normals, stretches[i].normals, normalCount);
-  }
+  const std::vector<Counts> before = countsBefore(stretches);
+  const bool hasColors = std::any_of(stretches.begin(), stretches.end(),
+                                     [](const OBJStretch& stretch) { return !stretch.colors.empty(); });
+  statements.positions.resize(before.back().positions * 3);
+  statements.texcoords.resize(before.back().texcoords * 2);
+  statements.normals.resize(before.back().normals * 3);
+  if (hasColors) statements.colors.resize(statements.positions.size());
   std::vector<std::exception_ptr> faults(stretches.size());
   parallelFor(stretches.size(), 1, [&](std::size_t i) {
+    OBJStretch& stretch = stretches[i];
+    if (hasColors) {
+      stretch.colors.resize(stretch.positions.size(), 1.0F);
+      move(stretch.colors, statements.colors, before[i].positions * 3);
+    }
+    move(stretch.positions, statements.positions, before[i].positions * 3);
+    move(stretch.texcoords, statements.texcoords, before[i].texcoords * 2);
+    move(stretch.normals, statements.normals, before[i].normals * 3);
     try {
-      settleCorners(stretches[i].faces, before[i], statements);
-      settleCorners(stretches[i].lines, before[i], statements);
-      settleCorners(stretches[i].points, before[i], statements);
+      settleCorners(stretch.corners, before[i], before.back());
     } catch (const MeshReadError&) {
       faults[i] = std::current_exception();
     }

@@ -13,14 +13,16 @@ namespace ornolith {
 /// An index that a corner does not have.
 inline constexpr std::uint32_t noOBJIndex = 0xFFFFFFFF;
 
-/// Corners of faces, lines or points: indices from 0 into the file's positions, texture coordinates and normals. The
-/// last two lists are empty where no corner has such an index.
+/// Corners: indices from 0 into the file's positions, texture coordinates and normals. The last two lists are empty
+/// where no corner has such an index.
 struct OBJCorners {
   LargeVector<std::uint32_t> positions;
   LargeVector<std::uint32_t> texcoords;
   LargeVector<std::uint32_t> normals;
 
   std::size_t count() const noexcept { return positions.size(); }
+  std::uint32_t texcoordOf(std::size_t corner) const { return texcoords.empty() ? noOBJIndex : texcoords[corner]; }
+  std::uint32_t normalOf(std::size_t corner) const { return normals.empty() ? noOBJIndex : normals[corner]; }
 };
 
 /// Primitives one after the other with equally many corners.
@@ -41,17 +43,20 @@ struct OBJStateChange {
   std::size_t pointCorners = 0;
 };
 
-/// What one stretch of an OBJ file's lines says.
+/// What one stretch of an OBJ file's lines says. Its corners are written down once and named by their numbers from then
+/// on, so that one of a common mesh takes 4 bytes and the sixth part of up to 12.
 struct OBJStretch {
-  LargeVector<float> positions;  ///< Three for each vertex.
-  LargeVector<float> colors;     ///< Three for each vertex, sRGB, or none where no vertex has one.
-  LargeVector<float> texcoords;  ///< Two for each, as the file counts them: from the bottom.
-  LargeVector<float> normals;    ///< Three for each.
-  OBJCorners faces;
+  LargeVector<float> positions;      ///< Three for each vertex.
+  LargeVector<float> colors;         ///< Three for each vertex, sRGB, or none where no vertex has one.
+  LargeVector<float> texcoords;      ///< Two for each, as the file counts them: from the bottom.
+  LargeVector<float> normals;        ///< Three for each.
+  OBJCorners corners;                ///< All that differ; some of those that do not lie close together may stand twice.
+  LargeVector<std::uint32_t> faces;  ///< Numbers of corners.
   std::vector<OBJRun> faceRuns;
-  OBJCorners lines;
+  bool hasShortFaces = false;  ///< Some have fewer than three corners.
+  LargeVector<std::uint32_t> lines;
   std::vector<OBJRun> lineRuns;
-  OBJCorners points;
+  LargeVector<std::uint32_t> points;
   std::vector<OBJStateChange> changes;
 };
 
@@ -66,7 +71,8 @@ struct OBJStatements {
 
 /// Reads the statements of an OBJ file; `text` must outlive them. Lines end in LF, CR LF or CR, and go on behind a
 /// backslash at their end. Read are v (with colours behind the position), vt, vn, f, fo, l, p, o, g, usemtl and s; all
-/// others are skipped. Every index of a corner lies in range. Long texts are read in stretches, on several threads.
+/// others are skipped. Every index of a corner lies in range.
+/// Long texts are read in stretches, on several threads.
 /// Throws `MeshReadError` with the number of the line, the first in the file.
 OBJStatements readOBJStatements(std::string_view text, const BytesRead& whenRead = {});
 
