@@ -16,9 +16,10 @@ std::int64_t floorDivide(std::int64_t value, std::int64_t divisor) noexcept {
 
 template <typename Visit>
 void visitLine(const PrimitiveRecord& record, const TileBounds& tile, const Visit& visit) noexcept {
-  const bool isWide = std::abs(record.x[1] - record.x[0]) >= std::abs(record.y[1] - record.y[0]);
-  const std::int32_t(&along)[3] = isWide ? record.x : record.y;
-  const std::int32_t(&across)[3] = isWide ? record.y : record.x;
+  const bool isWide =
+      std::abs(record.outline.x[1] - record.outline.x[0]) >= std::abs(record.outline.y[1] - record.outline.y[0]);
+  const std::int32_t(&along)[3] = isWide ? record.outline.x : record.outline.y;
+  const std::int32_t(&across)[3] = isWide ? record.outline.y : record.outline.x;
   const int low = along[0] <= along[1] ? 0 : 1;
   const int high = 1 - low;
   const std::int64_t span = along[high] - along[low];
@@ -42,7 +43,7 @@ void visitLine(const PrimitiveRecord& record, const TileBounds& tile, const Visi
 
 template <typename Visit>
 void visitPoint(const PrimitiveRecord& record, const TileBounds& tile, const Visit& visit) noexcept {
-  const std::int32_t centerX = record.x[0], centerY = record.y[0], radius = record.x[1];
+  const std::int32_t centerX = record.outline.x[0], centerY = record.outline.y[0], radius = record.outline.x[1];
   const std::int32_t ownX = (centerX >> subpixelBits) - tile.x, ownY = (centerY >> subpixelBits) - tile.y;
   const std::int32_t left = std::max(std::min(firstPixel(centerX - radius) - tile.x, ownX), 0);
   const std::int32_t top = std::max(std::min(firstPixel(centerY - radius) - tile.y, ownY), 0);

@@ -110,7 +110,8 @@ void PrimitiveAttributes::setTrianglePlanes(std::span<const ClipPoint> points) n
 }
 
 void PrimitiveAttributes::setLine(const PrimitiveRecord& record, std::span<const ClipPoint> points) noexcept {
-  lineIsWide_ = std::abs(record.x[1] - record.x[0]) >= std::abs(record.y[1] - record.y[0]);
+  lineIsWide_ =
+      std::abs(record.outline.x[1] - record.outline.x[0]) >= std::abs(record.outline.y[1] - record.outline.y[0]);
   for (std::size_t end = 0; end < 2; ++end) {
     lineAt_[end] = lineIsWide_ ? points[end].x : points[end].y;
     lineW_[end] = points[end].w;

@@ -14,10 +14,10 @@ struct Box {
   bool isEmpty() const noexcept { return left > right || top > bottom; }
 };
 
-/// The pixels of the image that a record (not one of the form `mask`) can cover.
+/// The pixels of the image that a record (not one of the form `spans`) can cover.
 inline Box pixelBox(const PrimitiveRecord& record, const TileGrid& grid) noexcept {
-  const std::int32_t(&x)[3] = record.x;
-  const std::int32_t(&y)[3] = record.y;
+  const std::int32_t(&x)[3] = record.outline.x;
+  const std::int32_t(&y)[3] = record.outline.y;
   Box box{};
   if (record.kind == PrimitiveKind::point) {
     const std::int32_t radius = x[1];

@@ -116,16 +116,13 @@ class SegmentSetup {
     if (area == 0 || !draws(area > 0)) return;
     const ScreenVertex& second = area > 0 ? b : c;
     const ScreenVertex& third = area > 0 ? c : b;
-    PrimitiveRecord record{{a.x, second.x, third.x},
-                           {a.y, second.y, third.y},
-                           {a.depth, second.depth, third.depth},
-                           primitive,
-                           segment_.item,
-                           PrimitiveKind::triangle,
-                           0,
-                           (area > 0) != item_.item->isMirrored,
-                           false,
-                           TriangleForm::corners};
+    PrimitiveRecord record = blank(primitive, PrimitiveKind::triangle);
+    record.outline = {{a.x, second.x, third.x}, {a.y, second.y, third.y}};
+    record.depth[0] = a.depth;
+    record.depth[1] = second.depth;
+    record.depth[2] = third.depth;
+    record.isBackFacing = (area > 0) != item_.item->isMirrored;
+    record.form = TriangleForm::corners;
     keep(record);
   }
 
@@ -166,11 +163,11 @@ class SegmentSetup {
   }
 
   void addLine(PrimitiveRecord record, const ScreenVertex& a, const ScreenVertex& b) {
-    record.x[0] = a.x;
-    record.y[0] = a.y;
+    record.outline.x[0] = a.x;
+    record.outline.y[0] = a.y;
     record.depth[0] = a.depth;
-    record.x[1] = b.x;
-    record.y[1] = b.y;
+    record.outline.x[1] = b.x;
+    record.outline.y[1] = b.y;
     record.depth[1] = b.depth;
     keep(record);
   }
@@ -190,10 +187,10 @@ class SegmentSetup {
     radius = radius > most ? most : radius;
     radius = radius > 0 ? std::min(radius, largestRadius) : 0;
     PrimitiveRecord record = blank(primitive, PrimitiveKind::point);
-    record.x[0] = center.x;
-    record.y[0] = center.y;
+    record.outline.x[0] = center.x;
+    record.outline.y[0] = center.y;
     const double onGrid = radius * subpixelOne + 0.5;
-    record.x[1] = static_cast<std::int32_t>(onGrid);
+    record.outline.x[1] = static_cast<std::int32_t>(onGrid);
     record.depth[0] = center.depth;
     keep(record);
   }

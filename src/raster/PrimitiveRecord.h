@@ -23,20 +23,32 @@ enum class PrimitiveKind : std::uint8_t { triangle, line, point };
 enum class TriangleForm : std::uint8_t {
   corners,  ///< Corners and their depths; the triangle may touch many tiles.
   placed,   ///< Corners, and the plane of depths over the only tile that the triangle can touch.
-  mask,     ///< The pixels themselves, which lie in one tile, and the plane of depths over that.
+  spans,    ///< The pixels of one tile row by row, and the plane of depths over that.
 };
 
-/// The sides of the block of pixels that a record of the form `mask` has bits for.
-inline constexpr std::int32_t maskSide = 8;
-
-/// A primitive, or a piece that clipping left of one, ready to be rasterised. Shading goes back to the draw item's own
-/// corners, so that a piece needs nothing but its outline.
-struct PrimitiveRecord {
-  /// Triangle: corners in positive orientation (y down). Line: two ends. Point: centre, radius. `mask`: x[0] and y[0]
-  /// are the first pixel of a block, x[1] and x[2] hold a bit for each pixel of its upper and lower four rows, eight to
-  /// a row from the lowest bit, y[1] is how many rows and y[2] how many columns are in use.
+/// The corners of a triangle in positive orientation (y down), the two ends of a line, or the centre and, in `x[1]`,
+/// the radius of a point.
+struct Outline {
   std::int32_t x[3];
   std::int32_t y[3];
+};
+
+/// Neighbouring pixels of one row of a tile.
+struct RowSpan {
+  std::uint8_t first;  ///< Below the tile's width.
+  std::uint8_t count;
+};
+
+/// How many rows a record of the form `spans` has room for.
+inline constexpr std::int32_t mostSpanRows = 16;
+
+/// A primitive, or a piece of one (that clipping left, or that lies in one tile), ready to be rasterised. Shading goes
+/// back to the draw item's own corners, so that a piece needs nothing but its outline or its pixels.
+struct alignas(64) PrimitiveRecord {
+  union {
+    Outline outline;
+    RowSpan rows[mostSpanRows];  ///< In a triangle of the form `spans`.
+  };
   /// Depth at the corners; a plane is the depth at the tile's first pixel, and its change from pixel to pixel to the
   /// right and downwards.
   float depth[3];
@@ -44,13 +56,16 @@ struct PrimitiveRecord {
   std::uint32_t item;       ///< Number of the prepared item.
   PrimitiveKind kind;
   std::uint8_t edge;  ///< Of a triangle drawn as lines: the edge from corner `edge` to the next.
-  bool isBackFacing : 1;
-  bool isTriangleEdge : 1;
+  bool isBackFacing;
+  bool isTriangleEdge;
   TriangleForm form;
+  std::uint8_t firstRow;  ///< Of the tile, that `rows` begins with.
+  std::uint8_t rowCount;
 };
 
-// The vector code of the triangles' set-up writes the first eleven fields as blocks of 16 bytes.
-static_assert(sizeof(PrimitiveRecord) == 48 && offsetof(PrimitiveRecord, item) == 40);
+// A line of the cache. The vector code of the triangles' set-up writes it as blocks of 16 bytes.
+static_assert(sizeof(PrimitiveRecord) == 64 && offsetof(PrimitiveRecord, depth) == 32 &&
+              offsetof(PrimitiveRecord, item) == 48 && offsetof(PrimitiveRecord, form) == 56);
 
 /// The first and last pixel whose centre is at or after `low` and before or at `high`.
 inline std::int32_t firstPixel(std::int32_t low) noexcept {

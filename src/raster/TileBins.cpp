@@ -30,26 +30,26 @@ Contact contactOfTriangle(const EdgeFunction (&edges)[3], const Square& square) 
 
 /// A line keeps clear where the centre is farther from it than any corner can be.
 Contact contactOfLine(const PrimitiveRecord& record, const Square& square) noexcept {
-  const std::int64_t dx = record.x[1] - record.x[0];
-  const std::int64_t dy = record.y[1] - record.y[0];
+  const std::int64_t dx = record.outline.x[1] - record.outline.x[0];
+  const std::int64_t dy = record.outline.y[1] - record.outline.y[0];
   const std::int64_t centerX = std::int64_t{square.x + square.side / 2} * subpixelOne;
   const std::int64_t centerY = std::int64_t{square.y + square.side / 2} * subpixelOne;
-  const std::int64_t value = dx * (centerY - record.y[0]) - dy * (centerX - record.x[0]);
+  const std::int64_t value = dx * (centerY - record.outline.y[0]) - dy * (centerX - record.outline.x[0]);
   const bool isClear = std::abs(value) > (std::abs(dx) + std::abs(dy)) * (square.side / 2 + 1) * subpixelOne;
   return isClear ? Contact::none : Contact::part;
 }
 
 Contact contactOfPoint(const PrimitiveRecord& record, const Square& square) noexcept {
   // One pixel more than the radius on the way out, since a point always covers its own pixel.
-  const std::int64_t radius = record.x[1], reach = radius + subpixelOne;
+  const std::int64_t radius = record.outline.x[1], reach = radius + subpixelOne;
   const auto distances = [&](std::int32_t center, std::int32_t first) {
     const std::int64_t low = std::int64_t{first} * subpixelOne - center;
     const std::int64_t high = low + std::int64_t{square.side} * subpixelOne;
     const std::int64_t nearest = low > 0 ? low : high < 0 ? -high : 0;
     return std::pair{nearest, std::max(std::abs(low), std::abs(high))};
   };
-  const auto [nearX, farX] = distances(record.x[0], square.x);
-  const auto [nearY, farY] = distances(record.y[0], square.y);
+  const auto [nearX, farX] = distances(record.outline.x[0], square.x);
+  const auto [nearY, farY] = distances(record.outline.y[0], square.y);
   if (nearX * nearX + nearY * nearY > reach * reach) return Contact::none;
   return farX * farX + farY * farY <= radius * radius ? Contact::whole : Contact::part;
 }
@@ -63,9 +63,9 @@ class TileBins::Placement {
       : bins_(bins),
         record_(record),
         number_(number),
-        edges_{{record.x[0], record.y[0], record.x[1], record.y[1]},
-               {record.x[1], record.y[1], record.x[2], record.y[2]},
-               {record.x[2], record.y[2], record.x[0], record.y[0]}},
+        edges_{{record.outline.x[0], record.outline.y[0], record.outline.x[1], record.outline.y[1]},
+               {record.outline.x[1], record.outline.y[1], record.outline.x[2], record.outline.y[2]},
+               {record.outline.x[2], record.outline.y[2], record.outline.x[0], record.outline.y[0]}},
         tiles_(tileBox(pixelBox(record, grid))),
         finestLevel_(bins.placed_.size() > fewEntries + std::size_t{entriesPerRecord} * number ? 1 : 0) {}
 

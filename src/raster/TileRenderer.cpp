@@ -64,10 +64,12 @@ bool TileRenderer::blendsIn(const TileInputs& inputs, std::size_t tile) {
 
 void TileRenderer::draw(const PrimitiveRecord* records, std::span<const std::uint32_t> entries) {
   while (!entries.empty()) {
-    // Runs of one item, so that what depends on the item is decided once for each.
+    // Runs of one item, so that what depends on the item is decided once for each. Items come in ascending order.
     const PrimitiveRecord& first = records[entries.front()];
-    std::size_t size = 1;
-    while (size < entries.size() && records[entries[size]].item == first.item) ++size;
+    std::size_t size = entries.size();
+    if (records[entries.back()].item != first.item) {
+      for (size = 1; records[entries[size]].item == first.item;) ++size;
+    }
     const PreparedItem& item = inputs_->frame.items[first.item];
     const std::span<const std::uint32_t> run = entries.first(size);
     if (item.isBlended) {

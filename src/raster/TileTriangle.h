@@ -21,8 +21,8 @@ struct TileTriangle {
   float depthY;
 
   TileTriangle(const PrimitiveRecord& record, const TileBounds& tile) noexcept {
-    const std::int32_t(&x)[3] = record.x;
-    const std::int32_t(&y)[3] = record.y;
+    const std::int32_t(&x)[3] = record.outline.x;
+    const std::int32_t(&y)[3] = record.outline.y;
     left = std::max(firstPixel(std::min({x[0], x[1], x[2]})) - tile.x, 0);
     top = std::max(firstPixel(std::min({y[0], y[1], y[2]})) - tile.y, 0);
     right = std::min(lastPixel(std::max({x[0], x[1], x[2]})) - tile.x, tile.width - 1);
@@ -58,16 +58,18 @@ struct TileTriangle {
   /// place.
   void setDepthPlane(const PrimitiveRecord& record, const TileBounds& tile) noexcept {
     constexpr double unit = 1.0 / subpixelOne;
-    const double x1 = (record.x[1] - record.x[0]) * unit, y1 = (record.y[1] - record.y[0]) * unit;
-    const double x2 = (record.x[2] - record.x[0]) * unit, y2 = (record.y[2] - record.y[0]) * unit;
+    const std::int32_t(&x)[3] = record.outline.x;
+    const std::int32_t(&y)[3] = record.outline.y;
+    const double x1 = (x[1] - x[0]) * unit, y1 = (y[1] - y[0]) * unit;
+    const double x2 = (x[2] - x[0]) * unit, y2 = (y[2] - y[0]) * unit;
     const double z0 = record.depth[0];
     const double z1 = record.depth[1] - z0;
     const double z2 = record.depth[2] - z0;
     const double inverseArea = 1.0 / (x1 * y2 - y1 * x2);
     const double gradientX = (z1 * y2 - z2 * y1) * inverseArea;
     const double gradientY = (z2 * x1 - z1 * x2) * inverseArea;
-    const double fromX = tile.x + 0.5 - record.x[0] * unit;
-    const double fromY = tile.y + 0.5 - record.y[0] * unit;
+    const double fromX = tile.x + 0.5 - x[0] * unit;
+    const double fromY = tile.y + 0.5 - y[0] * unit;
     depth = static_cast<float>(z0 + gradientX * fromX + gradientY * fromY);
     depthX = static_cast<float>(gradientX);
     depthY = static_cast<float>(gradientY);

@@ -1,5 +1,6 @@
 #include "raster/TriangleCoverage.h"
 
+#include "raster/ColumnNumbers.h"
 #include "raster/PixelMath.h"
 #include "raster/TileTriangle.h"
 
@@ -13,8 +14,6 @@ namespace ornolith::raster::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// What suffices for rows of few pixels, and what fills long rows fastest.
-using NarrowFloats = hn::CappedTag<float, 8>;
 using WideFloats = hn::ScalableTag<float>;
 
 template <typename Floats>
@@ -39,7 +38,7 @@ HWY_INLINE void findSpans(const TileTriangle& triangle, RowSpans& spans) {
   const auto beforeTile = hn::Set(floats, -1.0f), behindTile = hn::Set(floats, static_cast<float>(tileSide + 1));
   const auto lanes = static_cast<std::int32_t>(hn::Lanes(floats));
   for (std::int32_t row = 0; row <= triangle.bottom - triangle.top; row += lanes) {
-    const auto y = hn::Iota(integers, row + triangle.top);
+    const auto y = hn::Add(hn::Iota(integers, 0), set(row + triangle.top));
     auto first = set(triangle.left), last = set(triangle.right);
     for (int k = 0; k < 3; ++k) {
       const std::int32_t step = triangle.stepX[k];
@@ -90,36 +89,34 @@ HWY_INLINE void visitCorners(const TileTriangle& triangle, const Visit& visit) {
   visitRows(triangle, spans, visit);
 }
 
-/// The same for a record of the form `mask`.
+/// The same for a record of the form `spans`.
 template <typename Visit>
-HWY_INLINE void visitMask(const PrimitiveRecord& record, const Visit& visit) {
-  constexpr NarrowFloats floats;
-  constexpr IntegersOf<NarrowFloats> integers;
-  const auto lanes = static_cast<std::int32_t>(hn::Lanes(floats));
-  const auto iota = hn::Iota(integers, 0);
-  const auto laneBits = hn::Shl(hn::Set(integers, 1), iota);
+HWY_INLINE void visitSpans(const PrimitiveRecord& record, const Visit& visit) {
+  constexpr WideFloats floats;
+  constexpr std::uint32_t lanes = hn::MaxLanes(floats);
   const auto depthX = hn::Set(floats, record.depth[1]);
-  const std::int32_t left = record.x[0] % tileSide, top = record.y[0] % tileSide;
-  const std::uint64_t upper = static_cast<std::uint32_t>(record.x[1]);
-  std::uint64_t bits = upper | std::uint64_t{static_cast<std::uint32_t>(record.x[2])} << 32;
-  for (std::int32_t y = top; bits != 0; ++y, bits >>= maskSide) {
-    const auto rowBits = static_cast<std::int32_t>(bits & 0xff);
-    if (rowBits == 0) continue;
-    const auto rowDepth = hn::Set(floats, record.depth[0] + record.depth[2] * static_cast<float>(y));
-    for (std::int32_t column = 0; column < record.y[2]; column += lanes) {
-      const std::int32_t x = HWY_MIN(left + column, tileSide - lanes);
-      const std::int32_t bitsFromX = (rowBits >> column) << (left + column - x);
-      const auto isInside = hn::TestBit(hn::Set(integers, bitsFromX), laneBits);
-      const auto columns = hn::ConvertTo(floats, hn::Add(iota, hn::Set(integers, x)));
-      visit(pixelIndex(x, y), hn::RebindMask(floats, isInside), hn::Add(rowDepth, hn::Mul(depthX, columns)));
+  auto y = static_cast<float>(record.firstRow);
+  std::uint32_t rowPixel = pixelIndex(0, record.firstRow);
+  for (const RowSpan *span = record.rows, *end = span + record.rowCount; span != end; ++span) {
+    const auto rowDepth = hn::Set(floats, record.depth[0] + record.depth[2] * y);
+    std::uint32_t x = span->first, count = span->count;
+    // Rows without a pixel are few.
+    while (true) {
+      const auto column = hn::LoadU(floats, columnNumbers.data() + x);
+      visit(rowPixel + x, hn::FirstN(floats, count), hn::Add(rowDepth, hn::Mul(depthX, column)));
+      if (HWY_LIKELY(count <= lanes)) break;
+      x += lanes;
+      count -= lanes;
     }
+    y += 1.0f;
+    rowPixel += tileSide;
   }
 }
 
 template <typename Visit>
 HWY_INLINE void visitTriangle(const PrimitiveRecord& record, const TileBounds& tile, const Visit& visit) {
-  if (record.form == TriangleForm::mask) {
-    visitMask(record, visit);
+  if (record.form == TriangleForm::spans) {
+    visitSpans(record, visit);
   } else {
     visitCorners(TileTriangle(record, tile), visit);
   }
@@ -130,7 +127,8 @@ std::uint32_t drawSequence(const TriangleSequence& triangles, VisibilityBuffer& 
                            std::uint32_t seenCount) {
   for (const std::uint32_t entry : triangles.entries) {
     const PrimitiveRecord& record = triangles.records[entry];
-    bool isSeen = false;
+    constexpr WideFloats wide;
+    auto isSeen = hn::FirstN(wide, 0);
     visitTriangle(record, triangles.tile, [&](std::uint32_t pixel, auto isInside, auto depth) {
       using Floats = hn::DFromV<decltype(depth)>;
       constexpr Floats floats;
@@ -146,9 +144,9 @@ std::uint32_t drawSequence(const TriangleSequence& triangles, VisibilityBuffer& 
       const auto number = hn::Set(numbers, seenCount);
       hn::StoreU(hn::IfThenElse(hn::RebindMask(numbers, isDrawn), number, hn::LoadU(numbers, primitives)), numbers,
                  primitives);
-      isSeen = isSeen || !hn::AllFalse(floats, isDrawn);
+      isSeen = hn::Or(isSeen, isDrawn);
     });
-    if (isSeen) seen[seenCount++] = &record;
+    if (!hn::AllFalse(wide, isSeen)) seen[seenCount++] = &record;
   }
   return seenCount;
 }
@@ -226,14 +224,15 @@ void dealOut(std::span<const PixelRun> runs, std::uint32_t* ends, std::uint16_t*
   // Most runs are of a few pixels, of which a loop would guess the number wrong.
   constexpr hn::CappedTag<std::uint16_t, 8> numbers;
   constexpr auto lanes = static_cast<std::uint32_t>(hn::MaxLanes(numbers));
+  const auto iota = hn::Iota(numbers, 0);
   for (const PixelRun& run : runs) {
     std::uint16_t* out = pixels + ends[run.primitive];
     ends[run.primitive] += run.count;
     std::uint32_t first = run.first, count = run.count;
     for (; HWY_UNLIKELY(count > lanes); count -= lanes, first += lanes, out += lanes) {
-      hn::StoreU(hn::Iota(numbers, static_cast<std::uint16_t>(first)), numbers, out);
+      hn::StoreU(hn::Add(iota, hn::Set(numbers, static_cast<std::uint16_t>(first))), numbers, out);
     }
-    const auto rest = hn::Iota(numbers, static_cast<std::uint16_t>(first));
+    const auto rest = hn::Add(iota, hn::Set(numbers, static_cast<std::uint16_t>(first)));
     hn::BlendedStore(rest, hn::FirstN(numbers, count), numbers, out);
   }
 }

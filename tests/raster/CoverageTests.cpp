@@ -89,6 +89,38 @@ TEST(Coverage, MatchesExactArithmeticForRandomTriangles) {
   }
 }
 
+TEST(Coverage, MatchesExactArithmeticForSmallTrianglesAcrossTilesAndBorders) {
+  // Up to and beyond the size that is drawn from spans of rows, about the corner of four tiles and over the borders.
+  std::mt19937 random(11);
+  std::uniform_int_distribution<int> column(-60 * 256, 140 * 256), row(-10 * 256, 100 * 256);
+  std::uniform_int_distribution<int> wide(-35 * 256, 35 * 256), low(-10 * 256, 10 * 256);
+  for (int round = 0; round < 400; ++round) {
+    const std::int64_t step = std::array{1, 64, 128}[static_cast<std::size_t>(round % 3)];
+    const int centerX = round % 2 == 0 ? column(random) : 64 * 256, centerY = round % 2 == 0 ? row(random) : 64 * 256;
+    std::array<std::int64_t, 3> x{}, y{};
+    MeshData mesh;
+    for (std::size_t k = 0; k < 3; ++k) {
+      x[k] = (centerX + wide(random)) / step * step;
+      y[k] = (centerY + low(random)) / step * step;
+      mesh.positions.insert(mesh.positions.end(), {static_cast<float>(x[k]) / 256.0f - 50.0f,
+                                                   45.0f - static_cast<float>(y[k]) / 256.0f, -1.0f});
+    }
+    mesh.indices = {0, 1, 2};
+    FrameBuilder scene(100, 90);
+    scene.pixelUnits();
+    device::Material material = FrameBuilder::constantMaterial(white);
+    material.isDoubleSided = true;
+    scene.add(mesh, material);
+    const Image image = scene.render();
+    for (std::uint32_t j = 0; j < 90; ++j) {
+      for (std::uint32_t i = 0; i < 100; ++i) {
+        const bool expected = coversExactly(x, y, std::int64_t{i} * 256 + 128, std::int64_t{j} * 256 + 128);
+        ASSERT_EQ(pixelAt(image, i, j)[3] == 255, expected) << "round " << round << " pixel " << i << ", " << j;
+      }
+    }
+  }
+}
+
 /// A square cut into cells whose inner corners are moved at random: its triangles share all edges but the border's.
 MeshData jitteredGrid(std::uint32_t cells, float halfSide, float z, std::uint32_t seed) {
   std::mt19937 random(seed);

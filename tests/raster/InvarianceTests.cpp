@@ -40,9 +40,23 @@ class InstructionSet : public testing::TestWithParam<std::int64_t> {
 INSTANTIATE_TEST_SUITE_P(OfThisMachine, InstructionSet, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
                          [](const auto& set) { return std::string(hwy::TargetName(set.param)); });
 
+/// The same triangles; only one vertex in `distance` is one of theirs.
+MeshData spread(const MeshData& mesh, std::uint32_t distance) {
+  MeshData result;
+  const auto repeat = [distance](const std::vector<float>& values, std::size_t components, std::vector<float>& out) {
+    for (std::size_t i = 0; i < values.size() * distance; ++i) {
+      out.push_back(values[i / (components * distance) * components + i % components]);
+    }
+  };
+  repeat(mesh.positions, 3, result.positions);
+  repeat(mesh.colors, 4, result.colors);
+  for (const std::uint32_t index : mesh.indices) result.indices.push_back(index * distance);
+  return result;
+}
+
 /// Triangles of all sizes and shapes, from parts of a pixel to the whole picture, some through the camera's plane, some
-/// with the same depths; with garbage among their corners where wanted.
-FrameBuilder triangleSoup(std::uint32_t width, std::uint32_t height, bool hasGarbage) {
+/// with the same depths; with garbage among their corners where wanted. One vertex in `distance` is used.
+FrameBuilder triangleSoup(std::uint32_t width, std::uint32_t height, bool hasGarbage, std::uint32_t distance = 1) {
   std::mt19937 random(21);
   std::uniform_real_distribution<float> place(-1, 1), exponent(-9, 1);
   FrameBuilder scene(width, height);
@@ -67,6 +81,7 @@ FrameBuilder triangleSoup(std::uint32_t width, std::uint32_t height, bool hasGar
       mesh.positions[5] = std::numeric_limits<float>::infinity();
       mesh.positions[500] = std::numeric_limits<float>::quiet_NaN();
     }
+    mesh = spread(mesh, distance);
     device::Material material = FrameBuilder::constantMaterial({1, 1, 1, isBlended ? 0.3f : 1.0f});
     material.isDoubleSided = isBlended;
     scene.add(mesh, material, isBlended);
@@ -106,6 +121,12 @@ TEST_P(InstructionSet, DrawsDenseMeshesAlike) {
   scene.pixelUnits();
   scene.frame.camera.orthographicScale = 1.6;
   EXPECT_TRUE(scene.render() == reference(scene));
+}
+
+TEST_P(InstructionSet, DrawsTrianglesAlikeWhoseVerticesLieFarApart) {
+  // Vertices among many unused ones are transformed one by one, and their triangles set up on their own.
+  const Image expected = triangleSoup(210, 190, true).render();
+  EXPECT_TRUE(triangleSoup(210, 190, true, 5).render() == expected);
 }
 
 TEST_P(InstructionSet, ReadsPositionsAtAnyDistance) {
