@@ -167,7 +167,7 @@ TEST_F(GLTFMaterialsTest, HoldValuesThatAreOutOfRange) {
 TEST_F(GLTFMaterialsTest, HaveThreeWaysWithAlpha) {
   read(
       R"([{"alphaMode": "OPAQUE", "alphaCutoff": 0.3}, {"alphaMode": "MASK"}, {"alphaMode": "MASK", "alphaCutoff": 0.25},
-       {"alphaMode": "BLEND"}, {"alphaMode": "MASK", "alphaCutoff": 1.5}])");
+       {"alphaMode": "BLEND"}, {"alphaMode": "MASK", "alphaCutoff": 1.5}, {"alphaMode": "MASK", "alphaCutoff": 0}])");
   EXPECT_EQ(material(0).alphaMode, SCNAlphaMode::opaque);
   EXPECT_EQ(material(1).alphaMode, SCNAlphaMode::mask);
   EXPECT_EQ(material(1).alphaCutoff, 0.5);
@@ -175,6 +175,7 @@ TEST_F(GLTFMaterialsTest, HaveThreeWaysWithAlpha) {
   EXPECT_EQ(material(3).alphaMode, SCNAlphaMode::blend);
   EXPECT_EQ(material(3).transparency, 1);
   EXPECT_EQ(material(4).transparency, 0) << "no alpha reaches the cutoff";
+  EXPECT_EQ(material(5).alphaMode, SCNAlphaMode::opaque) << "every alpha reaches the cutoff";
 }
 
 TEST_F(GLTFMaterialsTest, BlendWhereVertexColoursAreTransparent) {

@@ -167,8 +167,9 @@ class MaterialMapping {
     if (mode == "BLEND") {
       material_.alphaMode = SCNAlphaMode::blend;
     } else if (mode == "MASK") {
+      // Every alpha reaches a cutoff of 0, so that invisible texels show their colour too.
       const double cutoff = optionalNumber(source_, "alphaCutoff").value_or(0.5);
-      material_.alphaMode = SCNAlphaMode::mask;
+      material_.alphaMode = cutoff > 0 ? SCNAlphaMode::mask : SCNAlphaMode::opaque;
       material_.alphaCutoff = std::clamp(cutoff, 0.0, 1.0);
       if (cutoff > 1) material_.transparency = 0;
     } else {
