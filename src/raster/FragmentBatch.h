@@ -35,13 +35,10 @@ struct FragmentBatch {
   bool hasBackFaces = false;  ///< Otherwise `face` is not filled: all are fronts.
   bool hasFacets = false;     ///< Otherwise `facet` is not filled: all are zero.
   alignas(64) Lane face{};    ///< -1 for the back of a face, +1 otherwise.
-  /// Interpolated, of any length, possibly zero; the side that counts as the front. Shading makes it unit, and turns it
-  /// to the side that is seen where highlights follow.
-  Lane3 normal;
-  Lane3 view;     ///< Shading's own: unit, from what is seen to the camera.
-  Lane3 facet;    ///< The normal to fall back to; zero where there is none.
-  Lane4 tangent;  ///< w is the handedness; zero where there is none.
-  Lane4 color;    ///< Vertex colour.
+  Lane3 normal;               ///< Interpolated, of any length, possibly zero; the side that counts as the front.
+  Lane3 facet;                ///< The normal to fall back to; zero where there is none.
+  Lane4 tangent;              ///< w is the handedness; zero where there is none.
+  Lane4 color;                ///< Vertex colour.
   std::array<CoordinateLanes, maximumCoordinateSets> coordinates{};
 
   Lane4 result;  ///< Linear light, straight, and opacity.

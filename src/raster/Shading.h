@@ -10,18 +10,36 @@
 
 namespace ornolith::raster {
 
+/// A light that shines from one direction everywhere.
+struct DistantLight {
+  simd_float3 toLight;  ///< World space, unit length.
+  simd_float3 color;    ///< Finite.
+};
+
 /// What all fragments of a frame are lit by.
 struct LightRig {
   simd_float3 ambient;
-  std::vector<device::DirectionalLight>
-      directional;  ///< Directions of unit length, finite colours; others light nothing.
+  std::vector<DistantLight> directional;
 
+  /// Leaves out lights without a direction or a finite colour.
   static LightRig make(const device::FrameDescription& frame);
 };
 
-/// The working memory of `shadeBatch`: what was sampled of each texture.
+/// The cosines of the angles between the normal (on the side that is seen), the way to the camera and those to lights.
+struct SurfaceCosines {
+  struct Light {
+    alignas(64) Lane normalLight, lightView;
+  };
+
+  alignas(64) Lane normalView;
+  std::vector<Light> lights;  ///< In the order of the rig.
+};
+
+/// The working memory of `shadeBatch`.
 struct ShadingScratch {
-  std::array<Lane4, maximumTextureReads> samples;
+  std::array<Lane4, maximumTextureReads> samples;  ///< What was sampled of each texture.
+  SurfaceCosines cosines;
+  Lane4 coat;  ///< What a clear coat mirrors of lights, and in `w` which share of all light it mirrors.
 };
 
 /// Fills `batch.result` (`rays` are those of the tile) with linear light that may exceed 1, and opacity in 0..1.
@@ -40,7 +58,7 @@ struct ShadingScratch {
 /// GGX of its own roughness on the normal before its normal map. Ambient light is as it is without a coat: no surface
 /// mirrors it, so what a coat took of it would be missing, and what it mirrored would make it paler than its like.
 void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, ShadingScratch& scratch,
-                FragmentBatch& batch) noexcept;
+                FragmentBatch& batch);
 
 /// Fills only the opacity, `batch.result.w`: transparency * alpha of diffuse, of the transparent slot and of the
 /// vertex.

@@ -9,9 +9,9 @@
 
 namespace ornolith::raster {
 
-/// The formulas of `shadeBatch` over whole vectors of fragments, whose textures stand in `samples`. The same bits on
-/// every instruction set.
-void computeLight(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, std::span<const Lane4> samples,
+/// The formulas of `shadeBatch` over whole vectors of fragments, whose textures stand in `scratch.samples`.
+/// `scratch.cosines` must have room for all lights. The same bits on every instruction set.
+void computeLight(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, ShadingScratch& scratch,
                   FragmentBatch& batch) noexcept;
 
 /// The opacity alone, of two slots whose textures stand in `samples`.
