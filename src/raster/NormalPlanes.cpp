@@ -194,15 +194,24 @@ void setUpPlanes(const PlaneSource& source, NormalPlane* out) {
 }
 
 using WideFloats = hn::ScalableTag<float>;
-using PixelNumbers = hn::Rebind<std::uint16_t, WideFloats>;
+/// What most runs of small triangles fit. Runs begin anywhere, and shorter stores cross fewer cache lines.
+using ShortFloats = hn::CappedTag<float, 8>;
 
 static_assert(laneReserve >= hn::MaxLanes(WideFloats()));
 
-template <bool hasNormals>
-HWY_INLINE void appendPixels(const RunSource& source, const PixelRun& run, std::size_t base, std::size_t count,
-                             FragmentBatch& batch) {
-  constexpr WideFloats floats;
-  constexpr PixelNumbers numbers;
+/// The normal `down` rows below the plane's pixel.
+HWY_INLINE void startRow(const NormalPlane& plane, float down, std::array<float, 4>& start) {
+  constexpr hn::CappedTag<float, 4> part;
+  for (std::size_t k = 0; k < start.size(); k += hn::MaxLanes(part)) {
+    const auto perRow = hn::LoadU(part, plane.perY.data() + k) * hn::Set(part, down);
+    hn::Store(hn::LoadU(part, plane.origin.data() + k) + perRow, part, start.data() + k);
+  }
+}
+
+template <bool hasNormals, typename FloatTag>
+HWY_INLINE void appendPixels(FloatTag floats, const RunSource& source, const PixelRun& run, std::size_t base,
+                             std::size_t count, FragmentBatch& batch) {
+  constexpr hn::Rebind<std::uint16_t, FloatTag> numbers;
   const std::size_t lanes = hn::Lanes(floats);
   const auto iota = hn::Iota(numbers, 0);
   for (std::size_t i = 0; i < count; i += lanes) {
@@ -213,13 +222,14 @@ HWY_INLINE void appendPixels(const RunSource& source, const PixelRun& run, std::
     const NormalPlane& plane = source.planes[run.primitive];
     const float right = static_cast<float>(pixelColumn(run.first)) - plane.column;
     const float down = static_cast<float>(pixelRow(run.first)) - plane.row;
+    HWY_ALIGN std::array<float, 4> start;
+    startRow(plane, down, start);
     const auto column = hn::Iota(floats, 0.0f);
     const auto interpolate = [&](std::size_t axis, Lane& lane) {
-      const auto start = hn::Set(floats, plane.origin[axis] + plane.perY[axis] * down);
-      const auto slope = hn::Set(floats, plane.perX[axis]);
       for (std::size_t i = 0; i < count; i += lanes) {
         const auto x = column + hn::Set(floats, right + static_cast<float>(i));
-        hn::StoreU(start + slope * x, floats, lane.data() + base + i);
+        hn::StoreU(hn::Set(floats, start[axis]) + hn::Set(floats, plane.perX[axis]) * x, floats,
+                   lane.data() + base + i);
       }
     };
     interpolate(0, batch.normal.x);
@@ -239,7 +249,11 @@ std::size_t appendAll(const RunSource& source, std::span<PixelRun> runs, Fragmen
   for (; done < runs.size() && base < batchSize; ++done) {
     PixelRun& run = runs[done];
     const std::size_t count = HWY_MIN(std::size_t{run.count}, batchSize - base);
-    appendPixels<hasNormals>(source, run, base, count, batch);
+    if (count <= hn::MaxLanes(ShortFloats())) {
+      appendPixels<hasNormals>(ShortFloats(), source, run, base, count, batch);
+    } else {
+      appendPixels<hasNormals>(WideFloats(), source, run, base, count, batch);
+    }
     base += count;
     if (count < run.count) {
       run.first = static_cast<std::uint16_t>(run.first + count);
