@@ -194,8 +194,7 @@ void setUpPlanes(const PlaneSource& source, NormalPlane* out) {
 }
 
 using WideFloats = hn::ScalableTag<float>;
-/// What most runs of small triangles fit. Runs begin anywhere, and shorter stores cross fewer cache lines.
-using ShortFloats = hn::CappedTag<float, 8>;
+using PixelNumbers = hn::Rebind<std::uint16_t, WideFloats>;
 
 static_assert(laneReserve >= hn::MaxLanes(WideFloats()));
 
@@ -208,10 +207,11 @@ HWY_INLINE void startRow(const NormalPlane& plane, float down, std::array<float,
   }
 }
 
-template <bool hasNormals, typename FloatTag>
-HWY_INLINE void appendPixels(FloatTag floats, const RunSource& source, const PixelRun& run, std::size_t base,
-                             std::size_t count, FragmentBatch& batch) {
-  constexpr hn::Rebind<std::uint16_t, FloatTag> numbers;
+template <bool hasNormals>
+HWY_INLINE void appendPixels(const RunSource& source, const PixelRun& run, std::size_t base, std::size_t count,
+                             FragmentBatch& batch) {
+  constexpr WideFloats floats;
+  constexpr PixelNumbers numbers;
   const std::size_t lanes = hn::Lanes(floats);
   const auto iota = hn::Iota(numbers, 0);
   for (std::size_t i = 0; i < count; i += lanes) {
@@ -225,16 +225,16 @@ HWY_INLINE void appendPixels(FloatTag floats, const RunSource& source, const Pix
     HWY_ALIGN std::array<float, 4> start;
     startRow(plane, down, start);
     const auto column = hn::Iota(floats, 0.0f);
-    const auto interpolate = [&](std::size_t axis, Lane& lane) {
-      for (std::size_t i = 0; i < count; i += lanes) {
-        const auto x = column + hn::Set(floats, right + static_cast<float>(i));
+    for (std::size_t i = 0; i < count; i += lanes) {
+      const auto x = column + hn::Set(floats, right + static_cast<float>(i));
+      const auto interpolate = [&](std::size_t axis, Lane& lane) {
         hn::StoreU(hn::Set(floats, start[axis]) + hn::Set(floats, plane.perX[axis]) * x, floats,
                    lane.data() + base + i);
-      }
-    };
-    interpolate(0, batch.normal.x);
-    interpolate(1, batch.normal.y);
-    interpolate(2, batch.normal.z);
+      };
+      interpolate(0, batch.normal.x);
+      interpolate(1, batch.normal.y);
+      interpolate(2, batch.normal.z);
+    }
     if (source.fillsFaces) {
       for (std::size_t i = 0; i < count; i += lanes) {
         hn::StoreU(hn::Set(floats, plane.face), floats, batch.face.data() + base + i);
@@ -249,11 +249,7 @@ std::size_t appendAll(const RunSource& source, std::span<PixelRun> runs, Fragmen
   for (; done < runs.size() && base < batchSize; ++done) {
     PixelRun& run = runs[done];
     const std::size_t count = HWY_MIN(std::size_t{run.count}, batchSize - base);
-    if (count <= hn::MaxLanes(ShortFloats())) {
-      appendPixels<hasNormals>(ShortFloats(), source, run, base, count, batch);
-    } else {
-      appendPixels<hasNormals>(WideFloats(), source, run, base, count, batch);
-    }
+    appendPixels<hasNormals>(source, run, base, count, batch);
     base += count;
     if (count < run.count) {
       run.first = static_cast<std::uint16_t>(run.first + count);
