@@ -1,8 +1,6 @@
 // Draws the same frames by the CPU device and through OpenGL on Mesa's software driver, turn by turn in one process,
 // and prints the best times of both. Usage: MesaComparison [rounds [directory for the pictures]]
 
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -74,27 +72,12 @@ void addTextures(FrameBuilder& scene, device::Material& material, std::uint32_t 
   material.normal.texture = scene.addTexture(std::move(bumps), false);
 }
 
-struct Times {
-  double wall = std::numeric_limits<double>::infinity();
-  double processor = std::numeric_limits<double>::infinity();
-};
-
-double processorMilliseconds() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  const auto milliseconds = [](const timeval& t) {
-    return static_cast<double>(t.tv_sec) * 1e3 + static_cast<double>(t.tv_usec) / 1e3;
-  };
-  return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
-}
-
-Image timed(Times& best, const std::function<Image()>& render) {
-  const double processorStart = processorMilliseconds();
+/// Milliseconds of wall time.
+Image timed(double& best, const std::function<Image()>& render) {
   const auto start = std::chrono::steady_clock::now();
   Image image = render();
   const std::chrono::duration<double, std::milli> wall = std::chrono::steady_clock::now() - start;
-  best.wall = std::min(best.wall, wall.count());
-  best.processor = std::min(best.processor, processorMilliseconds() - processorStart);
+  best = std::min(best, wall.count());
   return image;
 }
 
@@ -118,15 +101,14 @@ void compare(const Scene& scene, MesaRenderer& mesa, int rounds, const std::stri
   // The first frames compile shaders, build mipmaps and take memory.
   Image ours = device->render(builder.frame);
   Image theirs = mesa.render(builder.frame);
-  Times oursBest;
-  Times theirsBest;
+  double oursBest = std::numeric_limits<double>::infinity();
+  double theirsBest = oursBest;
   for (int i = 0; i < rounds; ++i) {
     ours = timed(oursBest, [&] { return device->render(builder.frame); });
     theirs = timed(theirsBest, [&] { return mesa.render(builder.frame); });
   }
-  std::printf("| %s | %.2f | %.2f | %.1f | %.1f | %.2f | %.2f | %.1f | %.2f |\n", scene.name, oursBest.wall,
-              theirsBest.wall, theirsBest.wall / oursBest.wall, scene.targetRatio, oursBest.processor,
-              theirsBest.processor, theirsBest.processor / oursBest.processor, meanDifference(ours, theirs));
+  std::printf("| %s | %.2f | %.2f | %.1f | %.1f | %.2f |\n", scene.name, oursBest, theirsBest, theirsBest / oursBest,
+              scene.targetRatio, meanDifference(ours, theirs));
   std::fflush(stdout);
   if (directory.empty()) return;
   std::string name = scene.name;
@@ -147,9 +129,8 @@ void run(int rounds, const std::string& directory) {
   };
   MesaRenderer mesa;
   std::printf("%s; best of %d rounds, 1024x1024, milliseconds\n\n", mesa.description().c_str(), rounds);
-  std::printf(
-      "| Frame | ours | Mesa | ratio | target | ours, processor | Mesa, processor | ratio | mean difference |\n");
-  std::printf("| --- | --- | --- | --- | --- | --- | --- | --- | --- |\n");
+  std::printf("| Frame | ours | Mesa | ratio | target | mean difference |\n");
+  std::printf("| --- | --- | --- | --- | --- | --- |\n");
   for (const Scene& scene : scenes) compare(scene, mesa, rounds, directory);
 }
 
