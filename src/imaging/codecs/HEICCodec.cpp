@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "imaging/DecodeLimits.h"
+#include "imaging/HEICPictures.h"
 #include "imaging/codecs/Codec.h"
 
 namespace ornolith {
@@ -47,6 +48,14 @@ std::optional<ImageSize> sizeOf(const heif_image_handle* handle) {
   return ImageSize{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
 }
 
+/// True where decoding costs about as much as an image of this size should.
+bool picturesAreAcceptable(std::span<const std::byte> data, ImageSize size) {
+  constexpr std::uint64_t pixelsOfAnyPicture = std::uint64_t{1} << 20;
+  constexpr std::uint64_t timesTheImage = 4;
+  const std::optional<std::uint64_t> largest = largestHEICPicture(data);
+  return largest && *largest <= pixelsOfAnyPicture + timesTheImage * size.width * size.height;
+}
+
 std::optional<ImageSize> readSize(std::span<const std::byte> data) {
   const Context context(heif_context_alloc());
   if (!context) throw std::bad_alloc();
@@ -59,7 +68,7 @@ std::optional<Image> decode(std::span<const std::byte> data, ImageSize claim) {
   const Context context(heif_context_alloc());
   if (!context) throw std::bad_alloc();
   const Handle handle = openPrimaryImage(context.get(), data);
-  if (!handle || sizeOf(handle.get()) != claim) return std::nullopt;
+  if (!handle || sizeOf(handle.get()) != claim || !picturesAreAcceptable(data, claim)) return std::nullopt;
 
   const Options options(heif_decoding_options_alloc());
   if (!options) throw std::bad_alloc();
