@@ -43,7 +43,7 @@ using LargeVector = std::vector<Value, LargeAllocator<Value>>;
 /// the program keeps in large part, to use it for what it asks for next, and to keep that in its turn.
 template <typename Value>
 void giveBack(LargeVector<Value>& values) noexcept {
-  emptyLarge(values.data(), values.capacity() * sizeof(Value));
+  emptyLarge(values.data(), values.size() * sizeof(Value));
   values.clear();
 }
 

@@ -286,6 +286,52 @@ TEST(OBJReader, ReadsLongFilesInStretchesAsIfInOne) {
   EXPECT_EQ(contentsOfScene(*sceneOf(longSheet(true, "\r\n"))), expected);
 }
 
+/// Primitives of every kind over blocks of vertices, some of whose corners refer far back or ahead. Each block can
+/// stand in stretches of its own, behind remarks.
+std::string blocksOfEverything(bool areFarApart) {
+  constexpr int blockCount = 16;
+  constexpr int vertexCount = 700;
+  std::string text;
+  for (int block = 0; block < blockCount; ++block) {
+    const auto number = [&](int value) { return " " + std::to_string((value * 37 + block) % 101); };
+    text += "g part" + std::to_string(block % 3) + "\ns " + std::to_string(block / 2 % 3) + "\n";
+    for (int i = 0; i < vertexCount; ++i) {
+      text += "v" + number(i) + number(i * 3) + number(i * 7) + (block > 4 ? " 1 0.5 0\n" : "\n");
+      text += "vt" + number(i) + number(i * 5) + "\nvn" + number(i) + number(i + 1) + " 1\n";
+    }
+    for (int i = 0; i < vertexCount; ++i) {
+      const auto corner = [&](int of) {
+        const bool isFar = (i + of) % 31 == 0;
+        const int back = isFar ? i * 977 % (block * vertexCount + 1) : (i + of) % 9;
+        const int absolute = isFar && i % 2 == 0 ? blockCount * vertexCount - back : 0;
+        const std::string index = std::to_string(absolute > 0 ? absolute : -1 - back);
+        return " " + index + (i % 3 == 0 ? "/" + index : "/") + (i % 11 == 0 ? "" : "/" + index);
+      };
+      if (i % 40 == 0) text += "usemtl m" + std::to_string(i / 40 % 3) + "\n";
+      text += i % 50 == 7 ? "l" : i % 50 == 8 ? "p" : "f";
+      for (int of = 0; of < (i % 60 == 5 ? 2 : 3 + i % 3); ++of) text += corner(of);
+      text += '\n';
+    }
+    for (int line = 0; line < 800 && areFarApart; ++line) text += "# " + std::string(2000, 'x') + "\n";
+  }
+  return text;
+}
+
+TEST(OBJReader, DrawsTheSameHoweverFarApartItsPartsStand) {
+  const std::string text = blocksOfEverything(true);
+  ASSERT_GT(text.size(), std::size_t{20} << 20);
+  const auto expected = contentsOfScene(*sceneOf(blocksOfEverything(false)));
+  EXPECT_EQ(expected.size(), 3U * 3 * 3 * 4) << "elements of three kinds for three materials in three parts";
+  EXPECT_EQ(contentsOfScene(*sceneOf(text)), expected);
+}
+
+TEST(OBJReader, ReadsIndicesOfAnyLength) {
+  std::string text;
+  for (int i = 0; i < 1'200'000; ++i) text += i == 7 || i == 1'199'999 ? "v 5 6 7\n" : "v 0 0 0\n";
+  const auto geometry = geometryOf(text + "p 8 08 0000008 00000008 000000000000000000000008 1200000 +8 -1\np 8");
+  EXPECT_EQ(drawn(*geometry, Semantic::vertex), Vectors(9, {5, 6, 7}));
+}
+
 TEST(OBJReader, LoadsAFileWithItsMaterialsAndTextures) {
   const TemporaryFolder folder;
   folder.makeFile("a.png");

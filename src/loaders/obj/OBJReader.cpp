@@ -55,37 +55,28 @@ MaterialList materialsFor(const std::vector<std::string_view>& names, const OBJM
   return list;
 }
 
-/// Finds or makes the nodes of objects and groups.
+/// Makes the nodes of parts, of which no two have the same object and group.
 class NodeTree {
  public:
   explicit NodeTree(SCNNode::Pointer root) : root_(std::move(root)) {}
 
   SCNNode::Pointer nodeOf(const OBJPart& part) {
-    SCNNode::Pointer node = root_;
-    if (!part.object.empty()) node = child(objects_, part.object, node, part.object);
-    if (!part.group.empty()) node = child(groups_, std::pair(part.object, part.group), node, part.group);
-    if (node == root_) {
-      node = SCNNode::node();
-      root_->addChildNode(node);
-    }
-    return node;
+    if (part.object.empty()) return addChild(*root_, part.group);
+    SCNNode::Pointer& object = objects_[part.object];
+    if (!object) object = addChild(*root_, part.object);
+    return part.group.empty() ? object : addChild(*object, part.group);
   }
 
  private:
-  template <typename Map, typename Key>
-  static SCNNode::Pointer child(Map& nodes, const Key& key, const SCNNode::Pointer& parent, std::string_view name) {
-    SCNNode::Pointer& node = nodes[key];
-    if (!node) {
-      node = SCNNode::node();
-      node->setName(repairingUTF8(name));
-      parent->addChildNode(node);
-    }
+  static SCNNode::Pointer addChild(SCNNode& parent, std::string_view name) {
+    SCNNode::Pointer node = SCNNode::node();
+    if (!name.empty()) node->setName(repairingUTF8(name));
+    parent.addChildNode(node);
     return node;
   }
 
   SCNNode::Pointer root_;
   std::map<std::string_view, SCNNode::Pointer> objects_;
-  std::map<std::pair<std::string_view, std::string_view>, SCNNode::Pointer> groups_;
 };
 
 }  // namespace
