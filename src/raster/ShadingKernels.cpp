@@ -126,15 +126,28 @@ HWY_INLINE FloatVector3 diffuseLight(std::span<const DistantLight> lights, const
 
 /// How the highlights of Blinn's formula fall off, for all fragments of a material.
 struct BlinnLobe {
-  FloatVector exponent;  ///< Of the square of the cosine.
-  FloatVector least;     ///< Nobody sees the highlight of a lesser square, which most of a shiny surface has.
+  float exponent;     ///< Of the square of the cosine.
+  unsigned whole;     ///< The same where it is a whole number, as most are; 0 elsewhere.
+  FloatVector least;  ///< Nobody sees the highlight of a lesser square, which most of a shiny surface has.
 };
 
 HWY_INLINE BlinnLobe blinnLobe(const ShadingPlan& plan) {
   constexpr float faintest = 0x1p-16f;
   const float scaled = plan.material->shininess * blinnExponentScale;
   const float exponent = 0.5f * (scaled > 1.0f ? std::min(scaled, 1024.0f) : 1.0f);
-  return {all(exponent), fastPow(all(faintest), all(1.0f / exponent))};
+  const auto whole = static_cast<unsigned>(exponent);
+  return {exponent, static_cast<float>(whole) == exponent ? whole : 0, fastPow(all(faintest), all(1.0f / exponent))};
+}
+
+/// Whole powers, by squaring, take a third of the time that others do.
+HWY_INLINE FloatVector power(const BlinnLobe& lobe, FloatVector squared) {
+  if (lobe.whole == 0) return fastPow(squared, all(lobe.exponent));
+  FloatVector result = all(1.0f), factor = squared;
+  for (unsigned rest = lobe.whole; rest > 0; rest /= 2) {
+    if (rest % 2 == 1) result = result * factor;
+    factor = factor * factor;
+  }
+  return result;
 }
 
 /// Adds Blinn's highlights to the result.
@@ -150,10 +163,10 @@ void addHighlights(const ShadingPlan& plan, std::span<const DistantLight> lights
       const FloatMask isSeen = hn::And(hn::Gt(normalLight, all(0.0f)), hn::Gt(h.facing, lobe.least * h.squared));
       if (hn::AllFalse(Floats(), isSeen)) continue;
       if (plan.specular.isTextured) specular = all(lights[k].color) * color(plan.specular, {samples, i});
-      const FloatVector power = hn::IfThenElseZero(isSeen, fastPow(h.facing / h.squared, lobe.exponent));
-      store(load(batch.result.x, i) + specular.x * power, batch.result.x, i);
-      store(load(batch.result.y, i) + specular.y * power, batch.result.y, i);
-      store(load(batch.result.z, i) + specular.z * power, batch.result.z, i);
+      const FloatVector bright = hn::IfThenElseZero(isSeen, power(lobe, h.facing / h.squared));
+      store(load(batch.result.x, i) + specular.x * bright, batch.result.x, i);
+      store(load(batch.result.y, i) + specular.y * bright, batch.result.y, i);
+      store(load(batch.result.z, i) + specular.z * bright, batch.result.z, i);
     }
   }
 }

@@ -78,22 +78,27 @@ TEST(Shading, TakesNothingFromALightWithoutAFiniteColor) {
 TEST(Shading, OfTheDefaultModelFollowsLambertAndBlinn) {
   device::Material material = FrameBuilder::litMaterial(device::LightingModel::blinn, {0.3f, 0.4f, 0.5f, 1});
   material.specular.value = {0.4f, 0.3f, 0.2f, 1};
-  material.shininess = 0.25f;
   material.ambientOcclusion.value = {0.5f, 0, 0, 1};
   const simd_float3 normal{0.2f, 0.1f, 1}, light{-0.3f, -0.4f, -1};
-  FrameBuilder scene = litQuad(material, normal, light, {0.9f, 0.8f, 0.7f});
-  scene.frame.ambientLight = {0.1f, 0.2f, 0.3f};
-  const Image image = scene.render();
-  const simd_double3 n = unit(vectorCast<double>(normal)), l = unit(-vectorCast<double>(light));
-  for (std::uint32_t y = 1; y < 64; y += 9) {
-    for (std::uint32_t x = 2; x < 64; x += 7) {
-      const simd_double3 h = unit(l + viewAt(x, y));
-      const double facing = std::max(0.0, dot(n, l));
-      const double lobe = std::pow(std::max(0.0, dot(n, h)), 32.0);
-      const double expected[3] = {0.3 * (0.9 * facing + 0.1 * 0.5) + 0.4 * 0.9 * lobe,
-                                  0.4 * (0.8 * facing + 0.2 * 0.5) + 0.3 * 0.8 * lobe,
-                                  0.5 * (0.7 * facing + 0.3 * 0.5) + 0.2 * 0.7 * lobe};
-      for (std::size_t c = 0; c < 3; ++c) ASSERT_NEAR(pixelAt(image, x, y)[c], encode(expected[c]), 0.6);
+  // Even, odd and broken exponents, and the least and the largest.
+  for (const double exponent : {32.0, 51.0, 12.7, 1.0, 128.0}) {
+    material.shininess = static_cast<float>(exponent / 128);
+    FrameBuilder scene = litQuad(material, normal, light, {0.9f, 0.8f, 0.7f});
+    scene.frame.ambientLight = {0.1f, 0.2f, 0.3f};
+    const Image image = scene.render();
+    const simd_double3 n = unit(vectorCast<double>(normal)), l = unit(-vectorCast<double>(light));
+    for (std::uint32_t y = 1; y < 64; y += 9) {
+      for (std::uint32_t x = 2; x < 64; x += 7) {
+        const simd_double3 h = unit(l + viewAt(x, y));
+        const double facing = std::max(0.0, dot(n, l));
+        const double lobe = std::pow(std::max(0.0, dot(n, h)), exponent);
+        const double expected[3] = {0.3 * (0.9 * facing + 0.1 * 0.5) + 0.4 * 0.9 * lobe,
+                                    0.4 * (0.8 * facing + 0.2 * 0.5) + 0.3 * 0.8 * lobe,
+                                    0.5 * (0.7 * facing + 0.3 * 0.5) + 0.2 * 0.7 * lobe};
+        for (std::size_t c = 0; c < 3; ++c) {
+          ASSERT_NEAR(pixelAt(image, x, y)[c], encode(expected[c]), 0.6) << exponent;
+        }
+      }
     }
   }
 }
