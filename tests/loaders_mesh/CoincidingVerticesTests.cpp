@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
+#include <hwy/highway.h>
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <map>
@@ -8,6 +10,7 @@
 
 #include "foundation/Parallel.h"
 #include "loaders/mesh/CoincidingVertices.h"
+#include "loaders/mesh/PlaceHashes.h"
 
 namespace ornolith {
 namespace {
@@ -58,6 +61,46 @@ TEST(CoincidingVertices, AreFoundOnAnyNumberOfThreadsManyOrFew) {
     for (const std::size_t threads : {1U, 2U, 3U, 7U}) {
       withThreadLimit(threads, [&] { EXPECT_EQ(firstsOf(CoincidingVertices(positions)), expected) << threads; });
     }
+  }
+}
+
+TEST(CoincidingVertices, AreFoundAmongVeryManyThatStandApart) {
+  std::vector<float> positions;
+  constexpr std::size_t count = 3'000'000;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto number = static_cast<float>(i);
+    positions.insert(positions.end(), {number * 0.25F, -number, 7});
+  }
+  for (const std::size_t threads : {1U, 2U, 7U}) {
+    withThreadLimit(threads, [&] { EXPECT_FALSE(CoincidingVertices(positions).areThere()); });
+  }
+  std::copy_n(positions.begin() + 30, 3, positions.end() - 300);
+  for (const std::size_t threads : {1U, 2U, 7U}) {
+    withThreadLimit(threads, [&] {
+      const CoincidingVertices coinciding(positions);
+      ASSERT_TRUE(coinciding.areThere());
+      const auto steps = coinciding.stepsToFirst();
+      EXPECT_EQ(std::count(steps.begin(), steps.end(), 0U), count - 1);
+      EXPECT_EQ(steps[count - 100], count - 110);
+    });
+  }
+}
+
+TEST(CoincidingVertices, AreHashedAlikeByEveryInstructionSet) {
+  std::vector<float> positions = randomPositions(1'003, 1'000'000);
+  positions[30] = -0.0F;
+  positions[61] = -0.0F;
+  positions[92] = 0;
+  positions[120] = nan;
+  const PlaceHash hash;
+  std::vector<std::uint32_t> expected;
+  for (std::size_t i = 0; i < positions.size(); i += 3) expected.push_back(hash(PlaceKey::at(&positions[i])));
+  for (std::int64_t targets = hwy::SupportedTargets(); targets != 0; targets &= targets - 1) {
+    hwy::SetSupportedTargetsForTest(targets & -targets);
+    std::vector<std::uint32_t> hashes(expected.size());
+    hashPlaces(hash, positions, hashes.data());
+    hwy::SetSupportedTargetsForTest(0);
+    EXPECT_EQ(hashes, expected) << hwy::TargetName(targets & -targets);
   }
 }
 

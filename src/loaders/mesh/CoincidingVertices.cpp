@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <optional>
+#include <utility>
 
 #include "foundation/LargeVector.h"
 #include "foundation/Parallel.h"
+#include "loaders/mesh/PlaceHashes.h"
 #include "loaders/mesh/PlaceTable.h"
 
 namespace ornolith {
@@ -14,15 +17,17 @@ namespace {
 
 constexpr std::size_t prefetchDistance = 16;
 
-/// A set of hashes that may also hold others: one bit for all that begin alike.
+/// A set of hashes that may also hold others: one bit for all that are alike in some bits behind the first ones.
 class HashFilter {
  public:
-  /// At least that many bits.
-  explicit HashFilter(std::size_t bitCount)
-      : shift_(32 - static_cast<int>(std::bit_width(std::clamp(bitCount, fewestBits, mostBits) - 1))),
-        words_((std::size_t{1} << (32 - shift_)) / bitsOfAWord, 0) {}
+  /// Empties it, and gives it at least that many bits.
+  void begin(std::size_t bitCount, int bitsPassedOver) {
+    const int bits = static_cast<int>(std::bit_width(std::clamp(bitCount, fewestBits, mostBits) - 1));
+    bitsPassedOver_ = bitsPassedOver;
+    shift_ = 32 - bits;
+    words_.assign((std::size_t{1} << bits) / bitsOfAWord, 0);
+  }
 
-  void prefetch(std::uint32_t hash) const noexcept { __builtin_prefetch(&words_[wordOf(hash)], 1); }
   bool mayHold(std::uint32_t hash) const noexcept { return (words_[wordOf(hash)] & bitOf(hash)) != 0; }
   /// Takes it in, and tells whether it may have been there.
   bool add(std::uint32_t hash) noexcept {
@@ -38,17 +43,107 @@ class HashFilter {
   static constexpr std::size_t fewestBits = std::size_t{1} << 10;
   static constexpr std::size_t mostBits = std::size_t{1} << 32;
 
-  std::size_t wordOf(std::uint32_t hash) const noexcept { return (hash >> shift_) / bitsOfAWord; }
-  std::uint64_t bitOf(std::uint32_t hash) const noexcept {
-    return std::uint64_t{1} << ((hash >> shift_) % bitsOfAWord);
-  }
+  std::uint32_t numberOf(std::uint32_t hash) const noexcept { return (hash << bitsPassedOver_) >> shift_; }
+  std::size_t wordOf(std::uint32_t hash) const noexcept { return numberOf(hash) / bitsOfAWord; }
+  std::uint64_t bitOf(std::uint32_t hash) const noexcept { return std::uint64_t{1} << (numberOf(hash) % bitsOfAWord); }
 
-  int shift_;
+  int bitsPassedOver_ = 0;
+  int shift_ = 0;
   LargeVector<std::uint64_t> words_;
 };
 
-/// Few vertices stand at one place in most meshes. So first a set that needs little memory tells which hashes may occur
-/// several times, and only vertices with one of these are compared, by a table.
+/// A set of hashes, and zero, which it always holds.
+class HashSet {
+ public:
+  /// Empties it, for up to that many.
+  void begin(std::size_t mostHashes) { slots_.assign(std::bit_ceil(mostHashes * 2 + 2), 0); }
+
+  bool holds(std::uint32_t hash) const noexcept { return slots_[placeOf(hash)] == hash; }
+  /// Takes it in, and tells whether it was there.
+  bool add(std::uint32_t hash) noexcept {
+    std::uint32_t& slot = slots_[placeOf(hash)];
+    return std::exchange(slot, hash) == hash;
+  }
+
+ private:
+  /// Where the hash is or would be.
+  std::size_t placeOf(std::uint32_t hash) const noexcept {
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t place = (hash * 0x9E3779B1U >> 7U) & mask;
+    while (slots_[place] != 0 && slots_[place] != hash) place = (place + 1) & mask;
+    return place;
+  }
+
+  std::vector<std::uint32_t> slots_;
+};
+
+/// The hashes that several vertices have. They are sorted into parts by their first bits, so that what is known of a
+/// part stays in the processor's own memory: which of its hashes may occur several times, by one bit for each; and of
+/// these, which do.
+class RepeatedHashes {
+ public:
+  explicit RepeatedHashes(std::size_t expected)
+      : partBits_(static_cast<int>(std::bit_width(std::min(expected / hashesOfAPart, mostParts)))),
+        capacity_((expected >> partBits_) + (expected >> (partBits_ + 4)) + spareHashes),
+        ends_(std::size_t{1} << partBits_),
+        hashes_(capacity_ << partBits_) {
+    for (std::size_t part = 0; part < ends_.size(); ++part) ends_[part] = part * capacity_;
+  }
+
+  /// False where there are more hashes in a part than different ones make likely.
+  bool add(std::uint32_t hash) noexcept {
+    const std::size_t part = std::uint64_t{hash} << partBits_ >> 32U;
+    if (ends_[part] == (part + 1) * capacity_) return false;
+    hashes_[ends_[part]++] = hash;
+    return true;
+  }
+
+  /// Some may be there several times, or without need.
+  std::vector<std::uint32_t> find() {
+    std::vector<std::uint32_t> repeated;
+    for (std::size_t part = 0; part < ends_.size(); ++part) findIn(part, repeated);
+    return repeated;
+  }
+
+ private:
+  static constexpr std::size_t hashesOfAPart = std::size_t{1} << 15;
+  static constexpr std::size_t mostParts = 255;
+  static constexpr std::size_t spareHashes = 1024;
+
+  void findIn(std::size_t part, std::vector<std::uint32_t>& repeated) {
+    constexpr std::size_t bitsOfAHash = 12;
+    constexpr std::size_t bitsOfADoubtfulHash = 32;
+    const auto hashes = std::span(hashes_).subspan(part * capacity_, ends_[part] - part * capacity_);
+    doubtful_.clear();
+    seen_.begin(hashes.size() * bitsOfAHash, partBits_);
+    for (const std::uint32_t hash : hashes) {
+      if (seen_.add(hash)) doubtful_.push_back(hash);
+    }
+    if (doubtful_.empty()) return;
+    // By their last bits, as they are alike in the first ones.
+    several_.begin(doubtful_.size() * bitsOfADoubtfulHash, 0);
+    for (const std::uint32_t hash : doubtful_) several_.add(std::rotr(hash, 16));
+    doubtful_.clear();
+    for (const std::uint32_t hash : hashes) {
+      if (several_.mayHold(std::rotr(hash, 16))) doubtful_.push_back(hash);
+    }
+    repeats_.begin(doubtful_.size());
+    for (const std::uint32_t hash : doubtful_) {
+      if (repeats_.add(hash)) repeated.push_back(hash);
+    }
+  }
+
+  int partBits_;
+  std::size_t capacity_;
+  std::vector<std::size_t> ends_;  // Of each part, among the hashes.
+  LargeVector<std::uint32_t> hashes_;
+  HashFilter seen_;
+  HashFilter several_;
+  HashSet repeats_;
+  std::vector<std::uint32_t> doubtful_;
+};
+
+/// Few vertices stand at one place in most meshes. So only those are compared whose hash several have.
 class VertexSearch {
  public:
   struct Repeated {
@@ -71,31 +166,38 @@ class VertexSearch {
  private:
   // Each thread has a share of the hashes' values and looks at all vertices for those that are its own.
   void search(std::size_t share) {
-    constexpr std::size_t bitsOfAVertex = 16;
-    constexpr std::size_t bitsOfAHash = 32;
-    constexpr std::size_t verticesOfAHash = 8;
+    constexpr std::size_t verticesOfARepeat = 8;
+    constexpr std::size_t bitsOfARepeat = 32;
     const std::size_t expected = count_ / shares_ + 1;
-    LargeVector<std::uint32_t> hashes;
-    {
-      HashFilter seen(expected * bitsOfAVertex);
-      forEachOf(
-          share, [&](std::uint32_t hash) { seen.prefetch(hash); },
-          [&](std::uint32_t hash, std::uint32_t /*vertex*/) {
-            if (seen.add(hash)) hashes.push_back(turned(hash));
-            return hashes.size() * verticesOfAHash <= expected;
-          });
+    const std::optional<std::vector<std::uint32_t>> repeated = repeatedHashes(share, expected);
+    if (!repeated || repeated->size() * verticesOfARepeat > expected) return compareAll(share, expected);
+    if (repeated->empty()) return;
+    HashFilter several;
+    several.begin(repeated->size() * bitsOfARepeat, 0);
+    HashSet surely;
+    surely.begin(repeated->size());
+    for (const std::uint32_t hash : *repeated) {
+      several.add(hash);
+      surely.add(hash);
     }
-    if (hashes.empty()) return;
-    if (hashes.size() * verticesOfAHash > expected) return compareAll(share, expected);
-    HashFilter several(hashes.size() * bitsOfAHash);
-    for (const std::uint32_t hash : hashes) several.add(hash);
-    PlaceTable table(hashes.size() * 3, highest());
+    PlaceTable table(repeated->size() * 3, highest());
     forEachOf(
         share, [](std::uint32_t /*hash*/) {},
         [&](std::uint32_t hash, std::uint32_t vertex) {
-          if (several.mayHold(turned(hash))) compare(share, table, hash, vertex);
+          if (several.mayHold(hash) && surely.holds(hash)) compare(share, table, hash, vertex);
           return true;
         });
+  }
+
+  /// Nothing where very many are.
+  std::optional<std::vector<std::uint32_t>> repeatedHashes(std::size_t share, std::size_t expected) const {
+    RepeatedHashes hashes(expected);
+    bool areLikely = true;
+    forEachOf(
+        share, [](std::uint32_t /*hash*/) {},
+        [&](std::uint32_t hash, std::uint32_t /*vertex*/) { return areLikely = hashes.add(hash); });
+    if (!areLikely) return std::nullopt;
+    return hashes.find();
   }
 
   void compareAll(std::size_t share, std::size_t expected) {
@@ -107,9 +209,6 @@ class VertexSearch {
           return true;
         });
   }
-
-  /// The last bits first: hashes that began alike differ there.
-  static std::uint32_t turned(std::uint32_t hash) noexcept { return std::rotl(hash, 16) * 0x9E3779B1U; }
 
   std::uint32_t highest() const noexcept { return static_cast<std::uint32_t>(std::max<std::size_t>(count_, 1) - 1); }
 
@@ -130,12 +229,14 @@ class VertexSearch {
       std::uint32_t vertex;
     };
     std::array<Wanted, batch + prefetchDistance> wanted{};
+    std::array<std::uint32_t, batch> hashes{};
     for (std::size_t begin = 0; begin < count_; begin += batch) {
       const std::size_t end = std::min(begin + batch, count_);
+      hashPlaces(hash_, positions_.subspan(begin * 3, (end - begin) * 3), hashes.data());
       std::size_t wantedCount = 0;
       for (std::size_t vertex = begin; vertex < end; ++vertex) {
         // The front of the product tells the share; what is left is a hash again.
-        const std::uint64_t product = std::uint64_t{hash_(keyOf(static_cast<std::uint32_t>(vertex)))} * shares_;
+        const std::uint64_t product = std::uint64_t{hashes[vertex - begin]} * shares_;
         wanted[wantedCount] = {static_cast<std::uint32_t>(product), static_cast<std::uint32_t>(vertex)};
         wantedCount += product >> 32 == share ? 1 : 0;
       }

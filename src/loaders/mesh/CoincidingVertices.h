@@ -19,8 +19,8 @@ class CoincidingVertices {
   /// None.
   CoincidingVertices() = default;
   /// `positions` has three components for each of no more than `mostWeldedCorners` vertices. Takes time in proportion
-  /// to them, on all threads, and for the search two to four bytes a vertex; where more than some stand at one place 12
-  /// bytes a vertex. The result does not depend on the threads.
+  /// to them, on all threads, and for the search five bytes a vertex; where more than some stand at one place 12 bytes
+  /// a vertex. The result does not depend on the threads.
   explicit CoincidingVertices(std::span<const float> positions);
 
   bool areThere() const noexcept { return !concernedBefore_.empty(); }

@@ -1,5 +1,7 @@
 #include "loaders/mesh/CreaseGroups.h"
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <utility>
 
@@ -18,22 +20,40 @@ constexpr int mostSearched = 64;
 
 }  // namespace
 
-void CreaseGroups::add(std::span<const std::uint32_t> triangles, std::size_t firstTriangle) {
-  for (std::size_t first = 0; first < triangles.size(); first += 3) {
-    bool isWanted = false;
-    for (std::size_t corner = 0; corner < 3; ++corner) {
-      isWanted |= latestGroups_[range_.numberOf(places_.placeOf(triangles[first + corner]))] != notBegun;
+void CreaseGroups::add(std::span<const std::uint32_t> triangles, std::size_t firstTriangle, bool standApart) {
+  constexpr std::size_t cornersOfAWord = std::size_t{3} * 64;
+  for (std::size_t first = 0; first < triangles.size(); first += cornersOfAWord) {
+    const auto some = triangles.subspan(first, std::min(cornersOfAWord, triangles.size() - first));
+    std::uint64_t left = standApart ? wantedOf<true>(some) : wantedOf<false>(some);
+    for (; left != 0; left &= left - 1) {
+      addFacet(some.data() + std::countr_zero(left) * std::size_t{3},
+               firstTriangle * 3 + first + std::countr_zero(left) * std::size_t{3});
     }
-    if (!isWanted) continue;
-    for (std::size_t corner = 0; corner < 3; ++corner) {
-      const std::uint32_t source = triangles[first + corner];
-      const float* position = places_.positions.data() + std::size_t{source} * 3;
-      batch_.corners[corner][count_] = {position[0], position[1], position[2], 0};
-      sources_[corner][count_] = source;
-    }
-    firstCorners_[count_] = static_cast<std::uint32_t>(firstTriangle * 3 + first);
-    if (++count_ == FacetBatch::capacity) finishBatch();
   }
+}
+
+/// A bit for each of up to 64 triangles: whether it has a corner at one of the places.
+template <bool standApart>
+std::uint64_t CreaseGroups::wantedOf(std::span<const std::uint32_t> triangles) const {
+  const auto isWanted = [&](std::uint32_t vertex) {
+    return std::uint64_t{areBegun_[range_.numberOf(standApart ? vertex : places_.placeOf(vertex))]};
+  };
+  std::uint64_t wanted = 0;
+  for (std::size_t i = 0; i < triangles.size(); i += 3) {
+    wanted |= (isWanted(triangles[i]) | isWanted(triangles[i + 1]) | isWanted(triangles[i + 2])) << i / 3;
+  }
+  return wanted;
+}
+
+void CreaseGroups::addFacet(const std::uint32_t* corners, std::size_t firstCorner) {
+  for (std::size_t i = 0; i < 3; ++i) {
+    const std::uint32_t source = corners[i];
+    const float* position = places_.positions.data() + std::size_t{source} * 3;
+    batch_.corners[i][count_] = {position[0], position[1], position[2], 0};
+    sources_[i][count_] = source;
+  }
+  firstCorners_[count_] = static_cast<std::uint32_t>(firstCorner);
+  if (++count_ == FacetBatch::capacity) finishBatch();
 }
 
 void CreaseGroups::finishBatch() {

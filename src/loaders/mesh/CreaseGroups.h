@@ -41,12 +41,17 @@ class CreaseGroups {
         smoothingGroups_(smoothingGroups),
         used_(used),
         normals_(normals),
-        latestGroups_(range.count + std::size_t{1}, notBegun) {}
+        latestGroups_(range.count + std::size_t{1}, notBegun),
+        areBegun_(range.count + std::size_t{1}, 0) {}
 
-  void beginAt(std::uint32_t number) { latestGroups_[number] = none; }
+  void beginAt(std::uint32_t number) {
+    latestGroups_[number] = none;
+    areBegun_[number] = 1;
+  }
 
-  /// Takes the corners of triangles that lie at the places, in their order; the first one has the number given.
-  void add(std::span<const std::uint32_t> triangles, std::size_t firstTriangle);
+  /// Takes the corners of triangles that lie at the places, in their order; the first one has the number given. None of
+  /// their vertices stands at one place with others where they `standApart`.
+  void add(std::span<const std::uint32_t> triangles, std::size_t firstTriangle, bool standApart);
 
   /// Gives what has been found, behind what is there. Places without a corner are not looked at.
   void finish(SplitVertices& result);
@@ -71,6 +76,9 @@ class CreaseGroups {
     std::uint32_t lastMember;
   };
 
+  template <bool standApart>
+  std::uint64_t wantedOf(std::span<const std::uint32_t> triangles) const;
+  void addFacet(const std::uint32_t* corners, std::size_t firstCorner);
   void finishBatch();
   std::uint32_t smoothingGroupOf(std::size_t triangle) const;
   std::uint32_t groupAt(std::uint32_t& latest, std::uint32_t smoothingGroup, std::size_t facet);
@@ -85,6 +93,7 @@ class CreaseGroups {
   float* normals_;
 
   std::vector<std::uint32_t> latestGroups_;  // Of each place, and behind them one for what lies outside.
+  std::vector<std::uint8_t> areBegun_;       // Whether these are those of `beginAt`, in less memory.
   std::vector<Group> groups_;
   std::vector<Member> members_;
   std::uint32_t furtherCount_ = 0;

@@ -1,13 +1,17 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
+#include <limits>
 #include <memory>
 #include <new>
 #include <span>
 #include <type_traits>
 
 namespace ornolith {
+
+/// Memory of zeros that the system provides where it is touched. Throws `std::bad_alloc`.
+void* allocateLazyZeros(std::size_t byteCount);
+void releaseLazyZeros(void* memory, std::size_t byteCount) noexcept;
 
 /// Zeros of which many will stay so: what is never written takes no memory, where there is much of it.
 template <typename Value>
@@ -17,19 +21,24 @@ class LazyZeros {
  public:
   LazyZeros() = default;
   /// Throws `std::bad_alloc`.
-  explicit LazyZeros(std::size_t count)
-      : values_(static_cast<Value*>(std::calloc(count > 0 ? count : 1, sizeof(Value)))), count_(count) {
-    if (!values_) throw std::bad_alloc();
+  explicit LazyZeros(std::size_t count) {
+    if (count > std::numeric_limits<std::size_t>::max() / sizeof(Value)) throw std::bad_array_new_length();
+    const std::size_t byteCount = count * sizeof(Value);
+    values_ = Memory(static_cast<Value*>(allocateLazyZeros(byteCount)), Release{byteCount});
+    count_ = count;
   }
 
   std::span<Value> values() noexcept { return {values_.get(), count_}; }
   std::span<const Value> values() const noexcept { return {values_.get(), count_}; }
 
  private:
-  struct Free {
-    void operator()(Value* memory) const noexcept { std::free(memory); }
+  struct Release {
+    std::size_t byteCount = 0;
+    void operator()(Value* memory) const noexcept { releaseLazyZeros(memory, byteCount); }
   };
-  std::unique_ptr<Value[], Free> values_;
+  using Memory = std::unique_ptr<Value[], Release>;
+
+  Memory values_;
   std::size_t count_ = 0;
 };
 

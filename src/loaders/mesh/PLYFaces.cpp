@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "loaders/mesh/FreshPages.h"
 #include "loaders/mesh/MeshReadError.h"
+#include "loaders/mesh/PLYTriangleRows.h"
 #include "scenegraph/PolygonTriangulation.h"
 
 namespace ornolith {
@@ -34,58 +36,46 @@ class FaceReader {
     const bool isCommon = isIndicesAlone && first.countType == PLYType::uint8 &&
                           (first.type == PLYType::int32 || first.type == PLYType::uint32);
     if (!rows_.isText() && isCommon) {
-      if (rows_.byteOrder() == PLYByteOrder::native) {
-        readCommonRows<PLYByteOrder::native>();
-      } else {
-        readCommonRows<PLYByteOrder::swapped>();
-      }
+      readCommonRows();
     } else {
       readRows();
     }
   }
 
  private:
-  // Rows of a byte that counts and as many indices of 32 bits, most of them triangles.
-  template <PLYByteOrder order>
+  // Rows of a byte that counts and as many indices of 32 bits, most of them triangles. Where some thousand are not all
+  // triangles that name vertices that are there, they are read one by one.
   void readCommonRows() {
-    const std::size_t mostTriangles = std::min<std::size_t>(element_.count, rows_.rest().size() / triangleSize);
+    const std::size_t mostTriangles = std::min<std::size_t>(element_.count, rows_.rest().size() / plyTriangleRowSize);
     mesh_.triangles.reserve(mesh_.triangles.size() + mostTriangles * 3);
     for (std::uint64_t row = 0; row < element_.count;) {
       rows_.enter(element_, row);
-      if (const std::size_t count = countTriangles(element_.count - row); count > 0) {
-        readTriangles<order>(row, count);
-        row += count;
-      } else {
+      const std::size_t read = readTriangles(element_.count - row);
+      const std::uint64_t end = read > 0 ? row : std::min<std::uint64_t>(row + mostRowsAtOnce, element_.count);
+      for (row += read; row < end; ++row) {
+        rows_.enter(element_, row);
         readIndices(element_.properties.front());
         addPolygon();
-        ++row;
       }
     }
   }
 
-  /// How many of the next rows are triangles, up to some thousand.
-  std::size_t countTriangles(std::uint64_t rowsLeft) const {
-    constexpr std::uint64_t most = 4096;
-    const std::byte* place = rows_.rest().data();
-    const std::uint64_t held = std::min({rowsLeft, rows_.rest().size() / triangleSize, most});
-    std::size_t count = 0;
-    while (count < held && place[count * triangleSize] == std::byte{3}) ++count;
-    return count;
-  }
-
-  template <PLYByteOrder order>
-  void readTriangles(std::uint64_t firstRow, std::size_t count) {
-    const std::byte* place = rows_.rest().data() + 1;
-    const std::size_t before = mesh_.triangles.size();
-    mesh_.triangles.resize(before + count * 3);
-    std::uint32_t* corners = mesh_.triangles.data() + before;
-    for (std::size_t i = 0; i < count; ++i, place += triangleSize, corners += 3) {
-      corners[0] = valueAt<std::uint32_t, order>(place);
-      corners[1] = valueAt<std::uint32_t, order>(place + sizeof(std::uint32_t));
-      corners[2] = valueAt<std::uint32_t, order>(place + 2 * sizeof(std::uint32_t));
-      if (std::max({corners[0], corners[1], corners[2]}) >= vertexCount_) failForVertex(firstRow + i);
+  /// Reads some thousand of the next rows, where these are all triangles; tells how many.
+  std::size_t readTriangles(std::uint64_t rowsLeft) {
+    const auto count = static_cast<std::size_t>(
+        std::min({rowsLeft, std::uint64_t{rows_.rest().size() / plyTriangleRowSize}, mostRowsAtOnce}));
+    LargeVector<std::uint32_t>& triangles = mesh_.triangles;
+    const std::size_t before = triangles.size();
+    triangles.resize(before + count * 3);
+    std::uint32_t* const corners = triangles.data() + before;
+    provideFreshPages(triangles.data(), triangles.capacity() * sizeof(std::uint32_t), corners,
+                      count * 3 * sizeof(std::uint32_t));
+    if (!copyPLYTriangleRows(rows_.rest().data(), count, rows_.byteOrder(), vertexCount_, corners)) {
+      triangles.resize(before);
+      return 0;
     }
-    rows_.advance(count * triangleSize);
+    rows_.advance(count * plyTriangleRowSize);
+    return count;
   }
 
   void readRows() {
@@ -145,11 +135,6 @@ class FaceReader {
       rows_.fail("names a vertex that is not there");
     }
     return static_cast<std::uint32_t>(value);
-  }
-
-  [[noreturn]] void failForVertex(std::uint64_t row) {
-    rows_.enter(element_, row);
-    rows_.fail("names a vertex that is not there");
   }
 
   void readIndices(const PLYProperty& list) {
@@ -232,7 +217,7 @@ class FaceReader {
   }
 
   static constexpr std::uint32_t cut = 0xFFFFFFFF;
-  static constexpr std::size_t triangleSize = 1 + 3 * sizeof(std::uint32_t);
+  static constexpr std::uint64_t mostRowsAtOnce = 4096;
 
   PLYRows& rows_;
   const PLYElement& element_;

@@ -8,6 +8,7 @@
 
 #include "foundation/Parallel.h"
 #include "imaging/Color.h"
+#include "loaders/mesh/FreshPages.h"
 #include "loaders/mesh/MeshReadError.h"
 
 namespace ornolith {
@@ -75,6 +76,7 @@ class VertexReader {
   void makeStream(LargeVector<float>& stream, std::initializer_list<PLYSlot> slots) {
     if (!has(slots)) return;
     stream.resize(element_.count * slots.size());
+    streams_.push_back(&stream);
     std::size_t place = 0;
     for (const PLYSlot slot : slots) {
       components_.push_back({slot, *propertyOf_[slot], stream.data() + place++, slots.size()});
@@ -103,6 +105,11 @@ class VertexReader {
       parallelFor(std::min(blocksOfAPart, blockCount - firstBlock), 8, [&](std::size_t block) {
         const std::size_t begin = (firstBlock + block) * rowsOfABlock;
         const std::size_t count = std::min(rowsOfABlock, end - begin);
+        for (LargeVector<float>* const stream : streams_) {
+          const std::size_t components = stream->size() / element_.count;
+          provideFreshPages(stream->data(), stream->size() * sizeof(float), stream->data() + begin * components,
+                            count * components * sizeof(float));
+        }
         for (const Component& component : components_) {
           readColumn(component, first + begin * rowSize + offsets[component.property], rowSize, begin, count);
         }
@@ -160,6 +167,7 @@ class VertexReader {
   const PLYColorLevels& levels_;
   std::array<std::optional<std::size_t>, plySlotCount + 1> propertyOf_;
   std::vector<Component> components_;
+  std::vector<LargeVector<float>*> streams_;
 };
 
 }  // namespace

@@ -61,6 +61,8 @@ class PlaceHash {
                               multipliers_[4] * (key.high >> 32);
     return static_cast<std::uint32_t>(sum >> 32);
   }
+  /// What is added to the products, and the factors of x, y, z and the word.
+  const std::array<std::uint64_t, 5>& multipliers() const noexcept { return multipliers_; }
 
  private:
   std::array<std::uint64_t, 5> multipliers_{};

@@ -9,7 +9,7 @@ namespace ornolith {
 namespace {
 
 constexpr std::size_t cornersOfABlock = std::size_t{3} << 11;
-constexpr std::size_t placesOfAnOrderedRange = std::size_t{1} << 14;  // Half a megabyte of sums.
+constexpr std::size_t placesOfAnOrderedRange = std::size_t{1} << 15;  // A megabyte of sums.
 // Triangles in no order meet every range, which each looks at all of them.
 constexpr std::size_t rangesWithoutOrder = 2;
 

@@ -11,6 +11,7 @@
 #include "loaders/mesh/CoincidingVertices.h"
 #include "loaders/mesh/CreaseGroups.h"
 #include "loaders/mesh/FacetSums.h"
+#include "loaders/mesh/FreshPages.h"
 #include "loaders/mesh/MeshReadError.h"
 #include "loaders/mesh/TriangleBlocks.h"
 #include "loaders/mesh/UnusedVertices.h"
@@ -111,6 +112,8 @@ class Creasing {
   std::size_t finishPages(const PlaceRange& range, Smoothness smoothness, Scratch& scratch) {
     constexpr std::size_t pageSize = CoincidingVertices::verticesOfAPage;
     std::size_t otherCount = 0;
+    provideFreshPages(normals_.data(), normals_.size() * sizeof(float), normals_.data() + std::size_t{range.first} * 3,
+                      std::size_t{range.count} * 3 * sizeof(float));
     const auto finish = [&](std::size_t begin, std::size_t end, float* normals) {
       otherCount += finishNormals(scratch.sums.data() + begin, end - begin, smoothness, normals,
                                   static_cast<std::uint32_t>(begin), scratch.others.data() + otherCount);
@@ -150,7 +153,9 @@ class Creasing {
       }
     }
     if (!some) return;
-    blocks_->forEachOf(index, [&](const TriangleBlock& block) { groups.add(cornersOf(block), block.firstCorner / 3); });
+    blocks_->forEachOf(index, [&](const TriangleBlock& block) {
+      groups.add(cornersOf(block), block.firstCorner / 3, block.standApart);
+    });
     groups.finish(splits);
   }
 
