@@ -367,6 +367,14 @@ TEST(PLYReader, AFileWithoutVerticesIsAnEmptyScene) {
   EXPECT_EQ(readPLY(bytesOf(header("ascii", "")))->rootNode()->childCount(), 0U);
 }
 
+TEST(PLYReader, AFileWithoutAFiniteTriangleOrPointIsAnEmptyScene) {
+  const std::string points = header("ascii", threeVertices);
+  EXPECT_EQ(readPLY(bytesOf(points + "nan 0 0\n0 inf 0\n0 0 -inf\n"))->rootNode()->childCount(), 0U);
+  EXPECT_EQ(readPLY(bytesOf(points + "nan 0 0\n0 inf 0\n0 0 1\n"))->rootNode()->childCount(), 1U);
+  const std::string triangle = header("ascii", threeVertices + faces);
+  EXPECT_EQ(readPLY(bytesOf(triangle + "0 0 0\n1 0 0\n0 nan 0\n3 0 1 2\n"))->rootNode()->childCount(), 0U);
+}
+
 TEST(PLYReader, RefusesWhatIsNotSound) {
   EXPECT_EQ(refusal("plx\n"), "The file does not begin with the line \"ply\" of a PLY file.");
   EXPECT_EQ(

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <filesystem>
+#include <limits>
 #include <vector>
 
 #include "MeshFiles.h"
@@ -176,6 +177,75 @@ TEST(STLReader, PassesOverNormalsThatAreNoNumbers) {
 TEST(STLReader, AFileWithoutFacetsIsAnEmptyScene) {
   EXPECT_EQ(readSTL(bytesOf(binaryFile({})))->rootNode()->childCount(), 0U);
   EXPECT_EQ(readSTL(bytesOf("solid\nendsolid\n"))->rootNode()->childCount(), 0U);
+}
+
+TEST(STLReader, AFileWithoutAFiniteFacetIsAnEmptyScene) {
+  constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+  constexpr float infinity = std::numeric_limits<float>::infinity();
+  const std::string nowhere = facetOf({0, 0, nan, 1, 0, 0, 0, 1, 0}) + facetOf({0, 0, 0, 1, infinity, 0, 0, 1, 0});
+  const std::string header = std::string(80, ' ');
+  EXPECT_EQ(readSTL(bytesOf(header + packed(2U) + nowhere))->rootNode()->childCount(), 0U);
+  const std::string somewhere = facetOf({0, 0, 0, 1, 0, 0, 0, 1, 0});
+  EXPECT_EQ(readSTL(bytesOf(header + packed(3U) + nowhere + somewhere))->rootNode()->childCount(), 1U);
+
+  const std::string textNowhere = "facet vertex nan 0 0 vertex 1 0 0 vertex 0 inf 0 endfacet ";
+  EXPECT_EQ(readSTL(bytesOf("solid\n" + textNowhere + "endsolid\n"))->rootNode()->childCount(), 0U);
+  EXPECT_EQ(readSTL(bytesOf("solid a\n" + textNowhere + "endsolid\nsolid b\n" + textFacet() + "endsolid\n"))
+                ->rootNode()
+                ->childCount(),
+            2U);
+}
+
+TEST(STLReader, ReadsLargeSolidsOfTextAsItReadsBinaryOnes) {
+  // The second solid has more facets than the file's beginning lets expect, which are shorter than any program writes.
+  constexpr std::uint32_t side = 80;
+  std::string binary;
+  std::string text;
+  std::string shortText;
+  const auto addFacet = [&](const std::array<float, 9>& corners) {
+    binary += facetOf(corners);
+    text += "facet normal 0 0 1 outer loop ";
+    shortText += "facet ";
+    for (std::size_t i = 0; i < 9; i += 3) {
+      std::string vertex = "vertex ";
+      for (std::size_t axis = 0; axis < 3; ++axis) vertex += std::to_string(static_cast<int>(corners[i + axis])) + " ";
+      text += vertex;
+      shortText += vertex;
+    }
+    text += "endloop endfacet\n";
+    shortText += "endfacet ";
+  };
+  for (std::uint32_t i = 0; i < side * side; ++i) {
+    const auto x = static_cast<float>(i % side);
+    const auto y = static_cast<float>(i / side);
+    addFacet({x, y, 0, x + 1, y, 0, x + 1, y + 1, 0});
+    addFacet({x, y, 0, x + 1, y + 1, 0, x, y + 1, 0});
+  }
+  const std::string header = std::string(80, ' ') + packed(std::uint32_t{2 * side * side});
+  const std::string binaryFileOfAll = header + binary;
+  const std::string textFileOfAll = "solid first\n" + text + "endsolid\nsolid second\n" + shortText + "endsolid\n";
+  const auto scene = readSTL(bytesOf(binaryFileOfAll));
+  const auto textScene = readSTL(bytesOf(textFileOfAll));
+  ASSERT_EQ(textScene->rootNode()->childCount(), 2U);
+  const SCNGeometry& expected = geometryAt(*scene, 0);
+  for (std::size_t solid = 0; solid < 2; ++solid) {
+    const SCNGeometry& found = geometryAt(*textScene, solid);
+    for (const auto semantic : {SCNGeometrySourceSemantic::vertex, SCNGeometrySourceSemantic::normal}) {
+      const SCNGeometrySource* source = found.firstSourceForSemantic(semantic);
+      const SCNGeometrySource* expectedSource = expected.firstSourceForSemantic(semantic);
+      ASSERT_EQ(source->vectorCount(), std::size_t{side + 1} * (side + 1));
+      ASSERT_EQ(expectedSource->vectorCount(), source->vectorCount());
+      for (std::size_t i = 0; i < source->vectorCount(); ++i) {
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+          ASSERT_EQ(source->component(i, axis), expectedSource->component(i, axis)) << i;
+        }
+      }
+    }
+    const SCNGeometryElement& element = *found.geometryElements()[0];
+    const SCNGeometryElement& expectedElement = *expected.geometryElements()[0];
+    ASSERT_EQ(element.indexCount(), expectedElement.indexCount());
+    for (std::size_t i = 0; i < element.indexCount(); ++i) ASSERT_EQ(element.index(i), expectedElement.index(i)) << i;
+  }
 }
 
 TEST(STLReader, RefusesMoreFacetsThanTheFileHolds) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <limits>
@@ -90,6 +91,24 @@ TEST(VertexWelding, DoesNotDependOnTheThreads) {
       EXPECT_EQ(corners.positions, expected.positions) << threads;
       EXPECT_EQ(corners.words, expected.words) << threads;
       EXPECT_EQ(corners.bitsOfWords, 1);
+    }
+  }
+}
+
+TEST(VertexWelding, OfFacetsInPartsIsThatOfAllAtOnce) {
+  std::mt19937 random(13);
+  std::vector<float> corners;
+  for (int i = 0; i < 9 * 20'000; ++i) corners.push_back(static_cast<float>(random() % 30));
+  const WeldedCorners expected = weldedCorners({.bytes = std::as_bytes(std::span(corners))});
+  for (const std::size_t facetsOfAPart : {std::size_t{1'000}, CornerWelding::facetsAtOnce, std::size_t{20'000}}) {
+    for (const std::size_t expectedFacets : {1U, 20'000U}) {
+      CornerWelding welding(expectedFacets, 20'000);
+      for (std::size_t first = 0; first < corners.size(); first += facetsOfAPart * 9) {
+        welding.add(std::span(corners).subspan(first, std::min(facetsOfAPart * 9, corners.size() - first)));
+      }
+      const WeldedCorners found = welding.finish();
+      EXPECT_EQ(found.vertices, expected.vertices);
+      EXPECT_EQ(found.positions, expected.positions);
     }
   }
 }

@@ -23,6 +23,10 @@ struct IndexedMesh {
   std::size_t vertexCount() const noexcept { return positions.size() / 3; }
 };
 
+/// Whether it has a triangle whose corners, or without triangles a point whose components, are all numbers and finite:
+/// nothing else can be drawn.
+bool canBeSeen(const IndexedMesh& mesh) noexcept;
+
 /// Gives a mesh of triangles without normals those of VertexNormals.h, creased by angle; vertices are split for it.
 void addMissingNormals(IndexedMesh& mesh, VertexPlaces vertexPlaces = VertexPlaces::mayCoincide);
 

@@ -131,7 +131,7 @@ std::shared_ptr<SCNScene> readPLY(std::span<const std::byte> bytes, const std::o
   const PLYHeader header = readPLYHeader(bytes);
   IndexedMesh mesh = MeshReader(bytes, header, whenRead).read();
   std::shared_ptr<SCNScene> scene = SCNScene::scene();
-  if (mesh.positions.empty()) return scene;
+  if (!canBeSeen(mesh)) return scene;
   addMissingNormals(mesh);
   const bool hasTexcoords = !mesh.texcoords.empty();
   const bool hasAlpha = !mesh.colors.empty() && mesh.colorComponents == 4;

@@ -17,7 +17,7 @@ namespace ornolith {
 /// names; faces may have a colour, where vertices have none, and texture coordinates of their corners. Everything else
 /// is skipped. Colours, bytes or fractions, are sRGB. Missing normals are computed (VertexNormals.h). The first texture
 /// that the header's comments name is shown where it is a file below `resourceFolder`. The scene is empty where there
-/// are no vertices. Throws `MeshReadError`.
+/// is nothing that can be drawn: no vertices, or none whose coordinates are finite numbers. Throws `MeshReadError`.
 std::shared_ptr<SCNScene> readPLY(std::span<const std::byte> bytes,
                                   const std::optional<FileURL>& resourceFolder = std::nullopt,
                                   const BytesRead& whenRead = {});

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "foundation/ByteOrderMark.h"
 #include "foundation/Text.h"
@@ -29,6 +30,7 @@ constexpr std::size_t firstFacet = headerSize + 4;
 constexpr std::size_t facetSize = 50;
 constexpr std::size_t positionSize = 12;
 constexpr std::size_t cornersOfAFacet = 3;
+constexpr std::size_t componentsOfAFacet = 9;
 constexpr std::uint16_t topBit = 0x8000;
 
 using Bytes = std::span<const std::byte>;
@@ -39,7 +41,9 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowercase) {
                     [](char a, char b) { return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b; });
 }
 
-void addSolid(SCNScene& scene, std::string_view name, IndexedMesh mesh) {
+/// Adds a node, and tells whether there is anything to be seen of it.
+bool addSolid(SCNScene& scene, std::string_view name, IndexedMesh mesh) {
+  const bool isSeen = canBeSeen(mesh);
   // Welded by their places, unless they were by colours too.
   addMissingNormals(mesh, mesh.colors.empty() ? VertexPlaces::differ : VertexPlaces::mayCoincide);
   const auto geometry = geometryOfMesh(std::move(mesh));
@@ -49,6 +53,7 @@ void addSolid(SCNScene& scene, std::string_view name, IndexedMesh mesh) {
     node->setName(geometry->name);
   }
   scene.rootNode()->addChildNode(node);
+  return isSeen;
 }
 
 void checkFacetCount(std::size_t count) {
@@ -149,17 +154,18 @@ IndexedMesh meshOfFacets(Bytes header, Bytes facets, const BytesRead& whenRead) 
   return mesh;
 }
 
-void readBinary(Bytes bytes, SCNScene& scene, const BytesRead& whenRead) {
+/// Tells whether there is anything to be seen.
+bool readBinary(Bytes bytes, SCNScene& scene, const BytesRead& whenRead) {
   const std::size_t facetCount = claimedFacetCount(bytes);
   const std::size_t held = (bytes.size() - firstFacet) / facetSize;
   if (facetCount > held) {
     throwMalformedMesh("The STL file's header claims " + std::to_string(facetCount) + " facets, but the file holds " +
                        std::to_string(held) + ".");
   }
-  if (facetCount == 0) return;
+  if (facetCount == 0) return false;
   checkFacetCount(facetCount);
   const Bytes facets = bytes.subspan(firstFacet, facetCount * facetSize);
-  addSolid(scene, {}, meshOfFacets(bytes.first(headerSize), facets, whenRead));
+  return addSolid(scene, {}, meshOfFacets(bytes.first(headerSize), facets, whenRead));
 }
 
 // ASCII files.
@@ -202,7 +208,8 @@ class TextReader {
         whenRead_(whenRead),
         scene_(scene) {}
 
-  void read() {
+  /// Tells whether there is anything to be seen.
+  bool read() {
     for (std::string_view word = nextWord(); !word.empty(); word = nextWord()) {
       if (equalsIgnoringCase(word, "facet")) {
         readFacet();
@@ -218,6 +225,7 @@ class TextReader {
       }
     }
     finishSolid();
+    return isAnythingSeen_;
   }
 
  private:
@@ -256,6 +264,7 @@ class TextReader {
       for (int component = 0; component < 3; ++component) corners_.push_back(nextNumber());
     }
     if (cornerCount != cornersOfAFacet) fail("has a facet with fewer than three corners");
+    if (corners_.size() == CornerWelding::facetsAtOnce * componentsOfAFacet) weldCorners();
   }
 
   float nextNumber() {
@@ -268,20 +277,43 @@ class TextReader {
     return value;
   }
 
+  /// Corners are welded before there are many, so that few are kept that become one.
+  void weldCorners() {
+    if (!welding_) welding_.emplace(expectedFacets(), mostFacetsLeft());
+    facetCount_ += corners_.size() / componentsOfAFacet;
+    checkFacetCount(facetCount_);
+    welding_->add(corners_);
+    corners_.clear();
+  }
+
+  /// Of a file that goes on as it began; later solids may be of any size.
+  std::size_t expectedFacets() const {
+    const auto facetsRead = corners_.size() / componentsOfAFacet;
+    if (scene_.rootNode()->childCount() > 0 || facetsRead < CornerWelding::facetsAtOnce) return facetsRead;
+    const auto read = static_cast<double>(place_ - begin_);
+    const double wanted = static_cast<double>(facetsRead) * static_cast<double>(end_ - begin_) / read * 1.02;
+    return std::min(static_cast<std::size_t>(wanted), mostFacetsLeft());
+  }
+
+  /// What the rest of the file has room for, besides the corners that are there.
+  std::size_t mostFacetsLeft() const {
+    constexpr std::string_view shortestFacet = "facet vertex 0 0 0 vertex 0 0 0 vertex 0 0 0 endfacet ";
+    const std::size_t room = static_cast<std::size_t>(end_ - place_) / (shortestFacet.size() - 1) + 1;
+    return std::min(corners_.size() / componentsOfAFacet + room, mostWeldedCorners / cornersOfAFacet);
+  }
+
   void finishSolid() {
     const std::string_view name = std::exchange(name_, {});
-    if (corners_.empty()) return;
-    checkFacetCount(corners_.size() / 3 / cornersOfAFacet);
-    WeldedCorners welded = weldedCorners({.bytes = std::as_bytes(std::span(corners_))});
+    if (corners_.empty() && !welding_) return;
+    weldCorners();
+    WeldedCorners welded = welding_->finish();
+    welding_.reset();
+    facetCount_ = 0;
     IndexedMesh mesh;
     mesh.triangles = std::move(welded.vertices);
     mesh.positions = std::move(welded.positions);
-    corners_.clear();
-    if (isAtEnd()) {
-      corners_ = {};  // Normals take memory of their own.
-      notePart();
-    }
-    addSolid(scene_, name, std::move(mesh));
+    if (isAtEnd()) notePart();
+    isAnythingSeen_ |= addSolid(scene_, name, std::move(mesh));
   }
 
   void notePart() {
@@ -307,7 +339,10 @@ class TextReader {
   const BytesRead& whenRead_;
   SCNScene& scene_;
   std::string_view name_;
-  LargeVector<float> corners_;  // Of the solid's facets, three components each.
+  bool isAnythingSeen_ = false;
+  std::optional<CornerWelding> welding_;  // Of the solid's facets.
+  std::size_t facetCount_ = 0;            // Those that are welded.
+  std::vector<float> corners_;            // Of further ones, three components each.
 };
 
 }  // namespace
@@ -318,14 +353,13 @@ std::shared_ptr<SCNScene> readSTL(std::span<const std::byte> bytes, const BytesR
   const bool isWholeBinary = canBeBinary && claimedSize(bytes) == bytes.size();
   const Bytes text =
       std::as_bytes(std::span(withoutByteOrderMark({reinterpret_cast<const char*>(bytes.data()), bytes.size()})));
-  if (!isWholeBinary && isText(text)) {
-    TextReader(text, *scene, whenRead).read();
-  } else if (canBeBinary) {
-    readBinary(bytes, *scene, whenRead);
-  } else {
+  const bool isTextFile = !isWholeBinary && isText(text);
+  if (!isTextFile && !canBeBinary) {
     throwMalformedMesh("The STL file is neither text nor long enough for a binary file.");
   }
-  return scene;
+  const bool isAnythingSeen =
+      isTextFile ? TextReader(text, *scene, whenRead).read() : readBinary(bytes, *scene, whenRead);
+  return isAnythingSeen ? scene : SCNScene::scene();
 }
 
 }  // namespace ornolith

@@ -15,7 +15,7 @@ namespace ornolith {
 /// counter-clockwise when seen from outside: the normal that the file repeats is not relied on, since many files have
 /// it zero or wrong. A binary facet's 16 bits are its colour where the header has "COLOR=" (red in the low bits, top
 /// bit clear; otherwise the header's colour) or else where the top bit is set (blue in the low bits). The scene is
-/// empty where the file has no facets. Throws `MeshReadError`.
+/// empty where nothing can be drawn: no facet has three corners of finite numbers. Throws `MeshReadError`.
 std::shared_ptr<SCNScene> readSTL(std::span<const std::byte> bytes, const BytesRead& whenRead = {});
 
 }  // namespace ornolith

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/Parallel.h"
+#include "loaders/mesh/FreshPages.h"
 #include "loaders/mesh/PlaceTable.h"
 
 namespace ornolith {
@@ -69,6 +70,68 @@ class BlockWelding {
   const PlaceHash& hash_;
 };
 
+/// The vertices of all blocks, as they are told one after the other.
+class VertexCollection {
+ public:
+  VertexCollection(std::size_t expectedCount, std::size_t mostCount, bool wordsCount)
+      : table_(expectedCount, static_cast<std::uint32_t>(mostCount)), wordsCount_(wordsCount) {
+    positions_.reserve(expectedCount * 3);
+    if (wordsCount_) words_.reserve(expectedCount);
+  }
+
+  void takeIn(WeldedBlock& block) {
+    const std::size_t before = count_;
+    const std::size_t count = block.keys.size();
+    block.vertices.resize(count);
+    positions_.resize((before + count) * 3);
+    if (wordsCount_) words_.resize(before + count);
+    for (std::size_t i = 0; i < std::min(prefetchDistance, count); ++i) table_.prefetch(block.hashes[i]);
+    for (std::size_t i = 0; i < count; ++i) {
+      if (i + prefetchDistance < count) table_.prefetch(block.hashes[i + prefetchDistance]);
+      const PlaceKey& key = block.keys[i];
+      const auto added = static_cast<std::uint32_t>(count_);
+      block.vertices[i] = table_.find(
+          block.hashes[i], added, [&](std::uint32_t vertex) { return keyOf(vertex) == key; },
+          [&](std::uint32_t vertex) { return hash_(vertex == added ? key : keyOf(vertex)); });
+      if (block.vertices[i] != added) continue;
+      key.copyPosition(positions_.data() + count_ * 3);
+      if (wordsCount_) words_[count_] = static_cast<std::uint16_t>(key.word());
+      ++count_;
+    }
+    positions_.resize(count_ * 3);
+    if (wordsCount_) words_.resize(count_);
+  }
+
+  const PlaceHash& hash() const noexcept { return hash_; }
+
+  /// Hands them over.
+  void giveTo(WeldedCorners& result) {
+    result.positions = std::move(positions_);
+    result.words = std::move(words_);
+  }
+
+ private:
+  PlaceKey keyOf(std::uint32_t vertex) const {
+    return PlaceKey::at(positions_.data() + std::size_t{vertex} * 3, wordsCount_ ? words_[vertex] : 0);
+  }
+
+  PlaceHash hash_;
+  PlaceTable table_;
+  bool wordsCount_;
+  std::size_t count_ = 0;
+  LargeVector<float> positions_;
+  LargeVector<std::uint16_t> words_;
+};
+
+void translate(const WeldedBlock& block, std::span<std::uint32_t> corners) {
+  for (std::uint32_t& corner : corners) corner = block.vertices[corner];
+}
+
+/// Vertices to be expected of facets that make a surface.
+std::size_t expectedVertices(std::size_t facetCount) noexcept {
+  return facetCount / 2 + facetCount / 64;
+}
+
 class FacetWelding {
  public:
   FacetWelding(const FacetCorners& facets, const BytesRead& whenRead)
@@ -76,15 +139,12 @@ class FacetWelding {
         whenRead_(whenRead),
         facetCount_(facets.bytes.size() / facets.facetSize),
         blockCount_((facetCount_ + BlockWelding::facetsOfABlock - 1) / BlockWelding::facetsOfABlock),
-        expectedCount_(facetCount_ / 2 + facetCount_ / 64),
-        table_(expectedCount_, static_cast<std::uint32_t>(facetCount_ * cornersOfAFacet)) {}
+        vertices_(expectedVertices(facetCount_), facetCount_ * cornersOfAFacet, facets.words == FacetWords::counted) {}
 
   WeldedCorners run() {
     result_.vertices.resize(facetCount_ * cornersOfAFacet);
-    result_.positions.reserve(expectedCount_ * 3);
-    if (wordsCount()) result_.words.reserve(expectedCount_);
     weldInWaves();
-    result_.positions.resize(vertexCount_ * 3);
+    vertices_.giveTo(result_);
     return std::move(result_);
   }
 
@@ -98,7 +158,7 @@ class FacetWelding {
     std::size_t firstFacetNotNoted = 0;
     std::array<std::vector<WeldedBlock>, 3> waves;
     for (std::vector<WeldedBlock>& wave : waves) wave.resize(blocksOfAWave);
-    const BlockWelding welding(facets_, hash_);
+    const BlockWelding welding(facets_, vertices_.hash());
     for (std::size_t step = 0; step < waveCount + 2; ++step) {
       const auto forBlockOf = [&](std::size_t wave, std::size_t i, const auto& body) {
         const std::size_t block = wave * blocksOfAWave + i;
@@ -106,21 +166,27 @@ class FacetWelding {
       };
       const auto weld = [&](std::size_t i) {
         forBlockOf(step, i, [&](std::size_t block, WeldedBlock& welded) {
-          welding.weld(firstFacetOf(block), firstFacetOf(block + 1), welded, cornersOf(block));
+          const std::span<std::uint32_t> corners = cornersOf(block);
+          provideFreshPages(result_.vertices.data(), result_.vertices.size() * sizeof(std::uint32_t), corners.data(),
+                            corners.size_bytes());
+          welding.weld(firstFacetOf(block), firstFacetOf(block + 1), welded, corners.data());
         });
       };
       const auto takeIn = [&] {
         for (std::size_t i = 0; i < blocksOfAWave && step >= 1; ++i) {
-          forBlockOf(step - 1, i, [&](std::size_t /*block*/, WeldedBlock& welded) { takeInVertices(welded); });
+          forBlockOf(step - 1, i, [&](std::size_t /*block*/, WeldedBlock& welded) {
+            result_.bitsOfWords |= welded.bitsOfWords;
+            vertices_.takeIn(welded);
+          });
         }
       };
-      const auto translate = [&](std::size_t i) {
+      const auto number = [&](std::size_t i) {
         if (step < 2) return;
-        forBlockOf(step - 2, i, [&](std::size_t block, const WeldedBlock& welded) { translateCorners(block, welded); });
+        forBlockOf(step - 2, i, [&](std::size_t block, WeldedBlock& welded) { translate(welded, cornersOf(block)); });
       };
       parallelFor(1 + 2 * blocksOfAWave, 1, [&](std::size_t task) {
         if (task == 0) return takeIn();
-        task % 2 == 0 ? translate(task / 2 - 1) : weld(task / 2);
+        task % 2 == 0 ? number(task / 2 - 1) : weld(task / 2);
       });
       const std::size_t firstFacetNotRead = firstFacetOf((step + 1) * blocksOfAWave);
       if ((firstFacetNotRead - firstFacetNotNoted) * facets_.facetSize < bytesOfAPart) continue;
@@ -133,58 +199,61 @@ class FacetWelding {
     noteBytesRead(whenRead_, facets_.bytes.subspan(first * facets_.facetSize, (end - first) * facets_.facetSize));
   }
 
-  bool wordsCount() const noexcept { return facets_.words == FacetWords::counted; }
-
   std::size_t firstFacetOf(std::size_t block) const {
     return std::min(block * BlockWelding::facetsOfABlock, facetCount_);
   }
-  std::uint32_t* cornersOf(std::size_t block) {
-    return result_.vertices.data() + firstFacetOf(block) * cornersOfAFacet;
-  }
-
-  void takeInVertices(WeldedBlock& block) {
-    result_.bitsOfWords |= block.bitsOfWords;
-    const std::size_t count = block.keys.size();
-    block.vertices.resize(count);
-    result_.positions.resize((vertexCount_ + count) * 3);
-    if (wordsCount()) result_.words.resize(vertexCount_ + count);
-    for (std::size_t i = 0; i < std::min(prefetchDistance, count); ++i) table_.prefetch(block.hashes[i]);
-    for (std::size_t i = 0; i < count; ++i) {
-      if (i + prefetchDistance < count) table_.prefetch(block.hashes[i + prefetchDistance]);
-      const PlaceKey& key = block.keys[i];
-      const auto added = static_cast<std::uint32_t>(vertexCount_);
-      block.vertices[i] = table_.find(
-          block.hashes[i], added, [&](std::uint32_t vertex) { return keyOf(vertex) == key; },
-          [&](std::uint32_t vertex) { return hash_(vertex == added ? key : keyOf(vertex)); });
-      if (block.vertices[i] != added) continue;
-      key.copyPosition(result_.positions.data() + vertexCount_ * 3);
-      if (wordsCount()) result_.words[vertexCount_] = static_cast<std::uint16_t>(key.word());
-      ++vertexCount_;
-    }
-    if (wordsCount()) result_.words.resize(vertexCount_);
-  }
-
-  PlaceKey keyOf(std::uint32_t vertex) const {
-    return PlaceKey::at(result_.positions.data() + std::size_t{vertex} * 3, wordsCount() ? result_.words[vertex] : 0);
-  }
-
-  void translateCorners(std::size_t block, const WeldedBlock& welded) {
-    std::uint32_t* const end = cornersOf(block + 1);
-    for (std::uint32_t* corner = cornersOf(block); corner != end; ++corner) *corner = welded.vertices[*corner];
+  std::span<std::uint32_t> cornersOf(std::size_t block) {
+    const std::size_t first = firstFacetOf(block) * cornersOfAFacet;
+    return std::span(result_.vertices).subspan(first, firstFacetOf(block + 1) * cornersOfAFacet - first);
   }
 
   const FacetCorners& facets_;
   const BytesRead& whenRead_;
   std::size_t facetCount_;
   std::size_t blockCount_;
-  std::size_t expectedCount_;
-  PlaceHash hash_;
-  PlaceTable table_;
-  std::size_t vertexCount_ = 0;
+  VertexCollection vertices_;
   WeldedCorners result_;
 };
 
 }  // namespace
+
+struct CornerWelding::State {
+  VertexCollection vertices;
+  WeldedBlock block;
+  WeldedCorners result;
+};
+
+CornerWelding::CornerWelding(std::size_t expectedFacets, std::size_t mostFacets)
+    : state_(
+          new State{.vertices = VertexCollection(expectedVertices(expectedFacets), mostFacets * cornersOfAFacet, false),
+                    .block = {},
+                    .result = {}}) {
+  state_->result.vertices.reserve(expectedFacets * cornersOfAFacet);
+}
+
+CornerWelding::~CornerWelding() = default;
+
+void CornerWelding::add(std::span<const float> corners) {
+  static_assert(facetsAtOnce == BlockWelding::facetsOfABlock);
+  const FacetCorners facets{.bytes = std::as_bytes(corners)};
+  const BlockWelding welding(facets, state_->vertices.hash());
+  const std::size_t facetCount = facets.bytes.size() / facets.facetSize;
+  LargeVector<std::uint32_t>& vertices = state_->result.vertices;
+  for (std::size_t first = 0; first < facetCount; first += facetsAtOnce) {
+    const std::size_t end = std::min(first + facetsAtOnce, facetCount);
+    const std::size_t before = vertices.size();
+    vertices.resize(before + (end - first) * cornersOfAFacet);
+    const auto added = std::span(vertices).subspan(before);
+    welding.weld(first, end, state_->block, added.data());
+    state_->vertices.takeIn(state_->block);
+    translate(state_->block, added);
+  }
+}
+
+WeldedCorners CornerWelding::finish() {
+  state_->vertices.giveTo(state_->result);
+  return std::move(state_->result);
+}
 
 WeldedCorners weldedCorners(const FacetCorners& facets, const BytesRead& whenRead) {
   return FacetWelding(facets, whenRead).run();

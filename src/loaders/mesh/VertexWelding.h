@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 
 #include "foundation/LargeVector.h"
@@ -38,5 +39,28 @@ struct FacetCorners {
 /// 8 bytes a vertex. The bytes are read once, from front to back. Needs no more than `mostWeldedCorners` corners. The
 /// result does not depend on the threads.
 WeldedCorners weldedCorners(const FacetCorners& facets, const BytesRead& whenRead = {});
+
+/// The same for facets that are told one after the other, on the calling thread.
+class CornerWelding {
+ public:
+  /// How many are best told at once.
+  static constexpr std::size_t facetsAtOnce = 4096;
+
+  /// Memory is set aside for `expectedFacets`. There are at most `mostFacets`, which have no more than
+  /// `mostWeldedCorners` corners.
+  CornerWelding(std::size_t expectedFacets, std::size_t mostFacets);
+  ~CornerWelding();
+  CornerWelding(const CornerWelding&) = delete;
+  CornerWelding& operator=(const CornerWelding&) = delete;
+
+  /// Takes the corners of further facets, nine components to each.
+  void add(std::span<const float> corners);
+  /// Gives what has been told, and is then not to be used any more.
+  WeldedCorners finish();
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
 
 }  // namespace ornolith
