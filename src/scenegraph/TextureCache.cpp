@@ -37,11 +37,6 @@ LoadedTexture inspected(std::optional<Image> image) {
   return inspected(std::make_shared<const Image>(*std::move(image)));
 }
 
-/// How much may be held for having these bytes.
-std::uint64_t vouchedBytes(std::span<const std::byte> bytes) {
-  return std::min<std::uint64_t>(bytes.size(), maximumVouchingSize) * TextureCache::heldBytesPerByte;
-}
-
 // Rec. 709 weights on the encoded values, in 1/256, as a mask painted in greys is meant.
 std::shared_ptr<const Image> luminanceAsAlpha(const Image& image) {
   auto mask = std::make_shared<Image>(image);
@@ -107,11 +102,17 @@ void TextureCache::decodeEntry(Entry& entry) {
   entry.plain = entry.given ? inspected(entry.given) : inspected(decodeImage(bytesOf(entry)));
 }
 
+/// How much more may be held for having the entry's bytes.
+std::uint64_t TextureCache::vouchedBytes(const Entry& entry) {
+  const std::uint64_t count = entry.encoded ? vouching_.add(bytesOf(entry)) : entry.file.size();
+  return std::min(count, maximumVouchingSize) * heldBytesPerByte;
+}
+
 /// Whether the entry may be decoded, after those before it in their order.
 bool TextureCache::admits(const Entry& entry) {
   if (entry.given) return true;
   const std::span<const std::byte> bytes = bytesOf(entry);
-  limit_.allowed += vouchedBytes(bytes);
+  limit_.allowed += vouchedBytes(entry);
   const std::optional<std::uint64_t> decodedBytes = decodedByteCount(bytes);
   return decodedBytes && limit_.take(bytesWithMipLevels(*decodedBytes));
 }

@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "imaging/DistinctBytes.h"
 #include "imaging/EncodedImage.h"
 #include "imaging/Image.h"
 #include "scenegraph/SCNMaterial.h"
@@ -79,6 +80,7 @@ class TextureCache {
   static void decodeEntry(Entry& entry);
   Entry* find(const SCNMaterialContents& contents);
   const Entry* known(const SCNMaterialContents& contents) const;
+  std::uint64_t vouchedBytes(const Entry& entry);
   bool admits(const Entry& entry);
   bool needsOpacityCopy(Entry& entry);
 
@@ -87,6 +89,7 @@ class TextureCache {
   std::unordered_map<const EncodedImage*, Entry> byEncodedImage_;
   std::vector<Entry*> requested_;
   Limit limit_;
+  DistinctBytes vouching_;  ///< Of encoded images, which the entries keep in memory.
 };
 
 }  // namespace ornolith

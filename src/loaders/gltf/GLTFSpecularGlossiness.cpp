@@ -152,24 +152,29 @@ std::optional<MetallicRoughnessImages> SpecularGlossinessConverter::convert(cons
 
 std::shared_ptr<const Image> SpecularGlossinessConverter::decoded(const SCNMaterialContents& contents) {
   if (const auto* encoded = std::get_if<std::shared_ptr<const EncodedImage>>(&contents)) {
-    return decoded((*encoded)->bytes, known_.insert(encoded->get()).second);
+    allow(vouching_.add((*encoded)->bytes));
+    return decoded((*encoded)->bytes);
   }
   if (const FileURL* url = std::get_if<FileURL>(&contents)) {
     const std::optional<std::vector<std::byte>> file = readImageFile(url->path());
     if (!file) return nullptr;
     takenBytes_ += file->size();
-    return decoded(*file, known_.insert(url->path()).second);
+    if (knownFiles_.insert(url->path()).second) allow(file->size());
+    return decoded(*file);
   }
   return nullptr;
 }
 
-std::shared_ptr<const Image> SpecularGlossinessConverter::decoded(std::span<const std::byte> bytes, bool isNew) {
-  if (isNew) allowedBytes_ += std::min<std::uint64_t>(bytes.size(), largestVouchingSize) * bytesPerEncodedByte;
+std::shared_ptr<const Image> SpecularGlossinessConverter::decoded(std::span<const std::byte> bytes) {
   const std::optional<std::uint64_t> byteCount = decodedByteCount(bytes);
   if (!byteCount || !take(*byteCount)) return nullptr;
   std::optional<Image> image = decodeImage(bytes);
   if (!image) return nullptr;
   return std::make_shared<const Image>(*std::move(image));
+}
+
+void SpecularGlossinessConverter::allow(std::uint64_t encodedBytes) noexcept {
+  allowedBytes_ += std::min(encodedBytes, largestVouchingSize) * bytesPerEncodedByte;
 }
 
 bool SpecularGlossinessConverter::take(std::uint64_t bytes) noexcept {

@@ -7,9 +7,9 @@
 #include <set>
 #include <span>
 #include <string>
-#include <variant>
 
 #include "foundation/LinearAlgebra.h"
+#include "imaging/DistinctBytes.h"
 #include "imaging/Image.h"
 #include "scenegraph/SCNMaterial.h"
 
@@ -57,10 +57,12 @@ class SpecularGlossinessConverter {
 
  private:
   std::shared_ptr<const Image> decoded(const SCNMaterialContents& contents);
-  std::shared_ptr<const Image> decoded(std::span<const std::byte> bytes, bool isNew);
+  std::shared_ptr<const Image> decoded(std::span<const std::byte> bytes);
+  void allow(std::uint64_t encodedBytes) noexcept;
   bool take(std::uint64_t bytes) noexcept;
 
-  std::set<std::variant<std::string, const EncodedImage*>> known_;
+  DistinctBytes vouching_;
+  std::set<std::string> knownFiles_;
   std::uint64_t allowedBytes_;
   std::uint64_t takenBytes_ = 0;
 };
