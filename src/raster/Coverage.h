@@ -65,8 +65,10 @@ struct PixelRun {
 /// Room for the runs of any tile.
 using PixelRuns = std::array<PixelRun, tilePixels>;
 
-/// The runs of the tile's pixels that show a primitive, row by row; how many there are.
-std::size_t findRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs) noexcept;
+/// The runs of the tile's pixels that show a primitive, row by row; how many there are. Adds the pixels of each
+/// primitive to its count.
+std::size_t findRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs,
+                     std::span<std::uint32_t> pixelCounts) noexcept;
 
 /// Writes the pixels of the runs primitive by primitive: those of primitive k from `ends[k]` on, in the order of the
 /// runs. Afterwards `ends[k]` is where they end.

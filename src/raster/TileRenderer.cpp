@@ -119,8 +119,9 @@ void TileRenderer::drawOpaque(const PrimitiveRecord& record, const PreparedItem&
 }
 
 void TileRenderer::shadeOpaque() {
-  const std::span<PixelRun> found = std::span(runs_).first(findRuns(visibility_, bounds_, runs_));
-  planGroups(found);
+  pixelCounts_.assign(records_.size(), 0);
+  const std::span<PixelRun> found = std::span(runs_).first(findRuns(visibility_, bounds_, runs_, pixelCounts_));
+  planGroups();
   const auto covered = std::accumulate(pixelCounts_.begin(), pixelCounts_.end(), std::uint32_t{0});
   if (!hasBlending_ && covered < static_cast<std::uint32_t>(bounds_.width * bounds_.height)) {
     fillWithBackground(pixels_, bounds_, inputs_->backgroundCode);
@@ -142,9 +143,7 @@ void TileRenderer::shadeOpaque() {
   isBlending_ = true;
 }
 
-void TileRenderer::planGroups(std::span<const PixelRun> runs) {
-  pixelCounts_.assign(records_.size(), 0);
-  for (const PixelRun& run : runs) pixelCounts_[run.primitive] += run.count;
+void TileRenderer::planGroups() {
   ways_.resize(records_.size());
   planes_.resize(records_.size());
   for (std::size_t g = 0; g < groups_.size(); ++g) {
@@ -166,17 +165,17 @@ void TileRenderer::planGroups(std::span<const PixelRun> runs) {
 }
 
 std::span<PixelRun> TileRenderer::sortByWay(std::span<PixelRun> runs) {
-  wayEnds_.assign(2 * groups_.size() + 1, 0);
-  for (const PixelRun& run : runs) ++wayEnds_[ways_[run.primitive] + 1];
-  const bool isSorted = !runs.empty() && wayEnds_[ways_[runs.front().primitive] + 1] == runs.size();
-  for (std::size_t i = 1; i < wayEnds_.size(); ++i) wayEnds_[i] += wayEnds_[i - 1];
-  if (!isSorted) {
-    for (const PixelRun& run : runs) sortedRuns_[wayEnds_[ways_[run.primitive]]++] = run;
-    wayEnds_.pop_back();
-    return std::span(sortedRuns_).first(runs.size());
+  wayEnds_.assign(2 * groups_.size(), 0);
+  const bool isOneWay =
+      groups_.size() == 1 && std::count(ways_.begin(), ways_.end(), ways_.front()) == std::ssize(ways_);
+  if (isOneWay) {
+    std::fill(wayEnds_.begin() + ways_.front(), wayEnds_.end(), static_cast<std::uint32_t>(runs.size()));
+    return runs;
   }
-  wayEnds_.erase(wayEnds_.begin());
-  return runs;
+  for (const PixelRun& run : runs) ++wayEnds_[ways_[run.primitive]];
+  std::exclusive_scan(wayEnds_.begin(), wayEnds_.end(), wayEnds_.begin(), std::uint32_t{0});
+  for (const PixelRun& run : runs) sortedRuns_[wayEnds_[ways_[run.primitive]]++] = run;
+  return std::span(sortedRuns_).first(runs.size());
 }
 
 /// The order of an item's opaque fragments makes no difference.

@@ -51,8 +51,8 @@ class TileRenderer {
                            const PreparedItem& item);
   void drawOpaque(const PrimitiveRecord& record, const PreparedItem& item);
   void shadeOpaque();
-  /// Counts the pixels that are seen of each record, makes its plane where the item takes planes, and decides its way.
-  void planGroups(std::span<const PixelRun> runs);
+  /// Makes the plane of each record of which some pixel is seen where the item takes planes, and decides its way.
+  void planGroups();
   /// The runs of each way together, in their order; `wayEnds_` gets where each way ends.
   std::span<PixelRun> sortByWay(std::span<PixelRun> runs);
   void shadeByRows(std::uint32_t item, std::span<PixelRun> runs);

@@ -122,6 +122,18 @@ HWY_INLINE void visitTriangle(const PrimitiveRecord& record, const TileBounds& t
   }
 }
 
+/// Replaces some of the elements at `out`, and may rewrite the others. Masked stores are fast where masks have
+/// registers of their own, and many times slower than whole ones on some processors where they have not.
+template <typename Mask, typename Vector>
+HWY_INLINE void replaceWhere(Mask mask, Vector value, hn::TFromV<Vector>* out) {
+  constexpr hn::DFromV<Vector> elements;
+  if constexpr (HWY_TARGET <= HWY_AVX3) {
+    hn::BlendedStore(value, mask, elements, out);
+  } else {
+    hn::StoreU(hn::IfThenElse(mask, value, hn::LoadU(elements, out)), elements, out);
+  }
+}
+
 template <bool readsDepth, bool writesDepth>
 std::uint32_t drawSequence(const TriangleSequence& triangles, VisibilityBuffer& buffer, const PrimitiveRecord** seen,
                            std::uint32_t seenCount) {
@@ -141,9 +153,7 @@ std::uint32_t drawSequence(const TriangleSequence& triangles, VisibilityBuffer& 
         if constexpr (readsDepth) isDrawn = hn::And(isDrawn, hn::Ge(depth, old));
         if constexpr (writesDepth) hn::StoreU(hn::IfThenElse(isDrawn, depth, old), floats, depths);
       }
-      const auto number = hn::Set(numbers, seenCount);
-      hn::StoreU(hn::IfThenElse(hn::RebindMask(numbers, isDrawn), number, hn::LoadU(numbers, primitives)), numbers,
-                 primitives);
+      replaceWhere(hn::RebindMask(numbers, isDrawn), hn::Set(numbers, seenCount), primitives);
       isSeen = hn::Or(isSeen, isDrawn);
     });
     if (!hn::AllFalse(wide, isSeen)) seen[seenCount++] = &record;
@@ -201,7 +211,8 @@ HWY_INLINE std::uint64_t changesInRow(const std::uint32_t* row) {
   return changes;
 }
 
-std::size_t listRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs) {
+std::size_t listRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs,
+                     std::uint32_t* pixelCounts) {
   std::size_t count = 0;
   const std::uint64_t inTile = ~std::uint64_t{0} >> (tileSide - tile.width);
   for (std::int32_t y = 0; y < tile.height; ++y) {
@@ -213,6 +224,7 @@ std::size_t listRuns(const VisibilityBuffer& buffer, const TileBounds& tile, Pix
       const std::uint32_t end = changes != 0 ? static_cast<std::uint32_t>(hwy::Num0BitsBelowLS1Bit_Nonzero64(changes))
                                              : static_cast<std::uint32_t>(tile.width);
       if (row[first] == noPrimitive) continue;
+      pixelCounts[row[first]] += end - first;
       runs[count++] = {row[first], static_cast<std::uint16_t>(pixelIndex(0, y) + first),
                        static_cast<std::uint16_t>(end - first)};
     }
@@ -254,8 +266,9 @@ std::uint32_t drawTriangles(const TriangleSequence& triangles, VisibilityBuffer&
   return HWY_DYNAMIC_DISPATCH(drawAll)(triangles, buffer, seen, seenCount);
 }
 
-std::size_t findRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs) noexcept {
-  return HWY_DYNAMIC_DISPATCH(listRuns)(buffer, tile, runs);
+std::size_t findRuns(const VisibilityBuffer& buffer, const TileBounds& tile, PixelRuns& runs,
+                     std::span<std::uint32_t> pixelCounts) noexcept {
+  return HWY_DYNAMIC_DISPATCH(listRuns)(buffer, tile, runs, pixelCounts.data());
 }
 
 void sortPixels(std::span<const PixelRun> runs, std::uint32_t* ends, PixelList& pixels) noexcept {
