@@ -26,8 +26,8 @@ void CreaseGroups::add(std::span<const std::uint32_t> triangles, std::size_t fir
     const auto some = triangles.subspan(first, std::min(cornersOfAWord, triangles.size() - first));
     std::uint64_t left = standApart ? wantedOf<true>(some) : wantedOf<false>(some);
     for (; left != 0; left &= left - 1) {
-      addFacet(some.data() + std::countr_zero(left) * std::size_t{3},
-               firstTriangle * 3 + first + std::countr_zero(left) * std::size_t{3});
+      const std::size_t corner = static_cast<std::size_t>(std::countr_zero(left)) * 3;
+      addFacet(&some[corner], firstTriangle * 3 + first + corner);
     }
   }
 }
