@@ -88,6 +88,7 @@ class StretchReader {
       while (p_ < end_ && !isLineEnd(*p_)) skipLetter();
       while (p_ < end_ && (isLineEnd(*p_) || isSpace(*p_))) ++p_;
     }
+    keepChangeValues();
     return std::move(stretch_);
   }
 
@@ -355,6 +356,17 @@ class StretchReader {
     changes.erase(std::remove_if(changes.begin() + static_cast<std::ptrdiff_t>(first), changes.end(), isReplaced),
                   changes.end());
     changes.push_back(next);
+  }
+
+  void keepChangeValues() {
+    std::size_t size = 0;
+    for (const OBJStateChange& change : stretch_.changes) size += change.value.size();
+    stretch_.changeValues.resize(size);
+    char* place = stretch_.changeValues.data();
+    for (OBJStateChange& change : stretch_.changes) {
+      char* const end = std::copy(change.value.begin(), change.value.end(), place);
+      change.value = {std::exchange(place, end), change.value.size()};
+    }
   }
 
   const char* p_;

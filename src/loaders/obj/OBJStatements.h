@@ -36,7 +36,7 @@ enum class OBJStateKind : std::uint8_t { object, group, material, smoothing };
 /// A statement that holds for the primitives behind it, until the next of its kind.
 struct OBJStateChange {
   OBJStateKind kind = OBJStateKind::object;
-  std::string_view value;  ///< The rest of the line, without blanks around it; it lies in the text.
+  std::string_view value;  ///< The rest of the line, without blanks around it.
   // How many corners stand before it, of each kind of primitive.
   std::size_t faceCorners = 0;
   std::size_t lineCorners = 0;
@@ -58,6 +58,7 @@ struct OBJStretch {
   std::vector<OBJRun> lineRuns;
   LargeVector<std::uint32_t> points;
   std::vector<OBJStateChange> changes;
+  std::vector<char> changeValues;  ///< Where these lie: the text's pages go once they have been read.
 };
 
 /// The whole of an OBJ file. The stretches hold corners and changes; what the corners refer to stands together here.
@@ -69,7 +70,7 @@ struct OBJStatements {
   std::vector<OBJStretch> stretches;
 };
 
-/// Reads the statements of an OBJ file; `text` must outlive them. Lines end in LF, CR LF or CR, and go on behind a
+/// Reads the statements of an OBJ file. Lines end in LF, CR LF or CR, and go on behind a
 /// backslash at their end. Read are v (with colours behind the position), vt, vn, f, fo, l, p, o, g, usemtl and s; all
 /// others are skipped. Every index of a corner lies in range.
 /// Long texts are read in stretches, on several threads.
