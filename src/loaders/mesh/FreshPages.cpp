@@ -8,7 +8,7 @@
 
 namespace ornolith {
 
-void provideFreshPages(const void* piece, std::size_t pieceSize, void* memory, std::size_t byteCount) noexcept {
+void provideFreshPages(void* piece, std::size_t pieceSize, void* memory, std::size_t byteCount) noexcept {
 #ifdef MADV_POPULATE_WRITE
   constexpr std::size_t worthIt = std::size_t{64} << 20;
   if (pieceSize <= worthIt || byteCount == 0) return;
@@ -20,7 +20,9 @@ void provideFreshPages(const void* piece, std::size_t pieceSize, void* memory, s
   const std::uintptr_t first = std::max(begin / pageSize * pageSize, firstOwn);
   const std::uintptr_t end = std::min((begin + byteCount + pageSize - 1) / pageSize * pageSize, endOfOwn);
   // What fails here is provided when it is touched.
-  if (first < end) ::madvise(static_cast<std::byte*>(memory) - (begin - first), end - first, MADV_POPULATE_WRITE);
+  if (first < end) {
+    ::madvise(static_cast<std::byte*>(piece) + (first - pieceBegin), end - first, MADV_POPULATE_WRITE);
+  }
 #else
   static_cast<void>(piece), static_cast<void>(pieceSize), static_cast<void>(memory), static_cast<void>(byteCount);
 #endif
