@@ -196,6 +196,29 @@ TEST(PLYReader, ReadsRowsOfOneSizeAcrossManyBlocks) {
   }
 }
 
+TEST(PLYReader, ReadsPositionsThatStandSideBySideInARowAndOnesThatDoNot) {
+  constexpr int count = 5'000;
+  const std::vector<std::string> rows = {"xyz", "zyx", "xyzq", "qxyz", "xqyz", "qzxyq"};
+  for (const bool isBig : {false, true}) {
+    for (const std::string& row : rows) {
+      std::string properties = "element vertex " + std::to_string(count) + "\n";
+      for (const char name : row) properties += std::string("property float ") + name + "\n";
+      std::string file = header(isBig ? "binary_big_endian" : "binary_little_endian", properties);
+      for (int i = 0; i < count; ++i) {
+        for (const char name : row) file += packed(static_cast<float>(i) + static_cast<float>(name) / 128, isBig);
+      }
+      const auto scene = readPLY(bytesOf(file));
+      const SCNGeometrySource& vertices = sourceAt(*scene, SCNGeometrySourceSemantic::vertex);
+      ASSERT_EQ(vertices.vectorCount(), static_cast<std::size_t>(count));
+      for (std::size_t i = 0; i < count; i += 7) {
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+          ASSERT_EQ(vertices.component(i, axis), static_cast<double>(i) + static_cast<double>('x' + axis) / 128) << row;
+        }
+      }
+    }
+  }
+}
+
 TEST(PLYReader, KeepsAlphasThatSaySomethingAndBlendsThen) {
   const auto read = [](const std::string& alphas) {
     return readPLY(bytesOf(header("ascii",

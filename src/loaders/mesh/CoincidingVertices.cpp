@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <numeric>
 #include <optional>
 #include <utility>
 
@@ -224,28 +225,33 @@ class VertexSearch {
   template <typename Beforehand, typename Body>
   void forEachOf(std::size_t share, const Beforehand& beforehand, const Body& body) const {
     constexpr std::size_t batch = 1024;
-    struct Wanted {
-      std::uint32_t hash;
-      std::uint32_t vertex;
-    };
-    std::array<Wanted, batch + prefetchDistance> wanted{};
-    std::array<std::uint32_t, batch> hashes{};
+    std::array<std::uint32_t, batch + prefetchDistance> hashes{};
+    std::array<std::uint32_t, batch> vertices{};
     for (std::size_t begin = 0; begin < count_; begin += batch) {
       const std::size_t end = std::min(begin + batch, count_);
       hashPlaces(hash_, positions_.subspan(begin * 3, (end - begin) * 3), hashes.data());
-      std::size_t wantedCount = 0;
-      for (std::size_t vertex = begin; vertex < end; ++vertex) {
-        // The front of the product tells the share; what is left is a hash again.
-        const std::uint64_t product = std::uint64_t{hashes[vertex - begin]} * shares_;
-        wanted[wantedCount] = {static_cast<std::uint32_t>(product), static_cast<std::uint32_t>(vertex)};
-        wantedCount += product >> 32 == share ? 1 : 0;
-      }
-      for (std::size_t i = 0; i < std::min(prefetchDistance, wantedCount); ++i) beforehand(wanted[i].hash);
+      std::iota(vertices.begin(), vertices.end(), static_cast<std::uint32_t>(begin));
+      const std::size_t wantedCount = keepShare(share, std::span(hashes).first(end - begin), vertices);
+      for (std::size_t i = 0; i < std::min(prefetchDistance, wantedCount); ++i) beforehand(hashes[i]);
       for (std::size_t i = 0; i < wantedCount; ++i) {
-        beforehand(wanted[i + prefetchDistance].hash);
-        if (!body(wanted[i].hash, wanted[i].vertex)) return;
+        beforehand(hashes[i + prefetchDistance]);
+        if (!body(hashes[i], vertices[i])) return;
       }
     }
+  }
+
+  /// Moves the hashes of a share to the front, and their vertices, and gives their number.
+  std::size_t keepShare(std::size_t share, std::span<std::uint32_t> hashes, std::span<std::uint32_t> vertices) const {
+    if (shares_ == 1) return hashes.size();
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < hashes.size(); ++i) {
+      // The front of the product tells the share; what is left is a hash again.
+      const std::uint64_t product = std::uint64_t{hashes[i]} * shares_;
+      hashes[count] = static_cast<std::uint32_t>(product);
+      vertices[count] = vertices[i];
+      count += product >> 32 == share ? 1 : 0;
+    }
+    return count;
   }
 
   PlaceKey keyOf(std::uint32_t vertex) const { return PlaceKey::at(positions_.data() + std::size_t{vertex} * 3); }

@@ -1,7 +1,9 @@
 #include "loaders/mesh/PLYVertices.h"
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
+#include <span>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -18,6 +20,13 @@ namespace {
 bool isFraction(PLYType type) noexcept {
   return type == PLYType::float32 || type == PLYType::float64;
 }
+
+/// Values of all vertices, of which each has some components.
+struct Stream {
+  LargeVector<float>* values = nullptr;
+  std::size_t firstComponent = 0;
+  std::size_t componentCount = 0;
+};
 
 /// A component of a stream: where its values come from and where they go.
 struct Component {
@@ -76,11 +85,15 @@ class VertexReader {
   void makeStream(LargeVector<float>& stream, std::initializer_list<PLYSlot> slots) {
     if (!has(slots)) return;
     stream.resize(element_.count * slots.size());
-    streams_.push_back(&stream);
+    streams_.push_back({&stream, components_.size(), slots.size()});
     std::size_t place = 0;
     for (const PLYSlot slot : slots) {
       components_.push_back({slot, *propertyOf_[slot], stream.data() + place++, slots.size()});
     }
+  }
+
+  std::span<const Component> componentsOf(const Stream& stream) const {
+    return std::span(components_).subspan(stream.firstComponent, stream.componentCount);
   }
 
   float finished(PLYSlot slot, PLYType type, float value) const noexcept {
@@ -105,13 +118,21 @@ class VertexReader {
       parallelFor(std::min(blocksOfAPart, blockCount - firstBlock), 8, [&](std::size_t block) {
         const std::size_t begin = (firstBlock + block) * rowsOfABlock;
         const std::size_t count = std::min(rowsOfABlock, end - begin);
-        for (LargeVector<float>* const stream : streams_) {
-          const std::size_t components = stream->size() / element_.count;
-          provideFreshPages(stream->data(), stream->size() * sizeof(float), stream->data() + begin * components,
-                            count * components * sizeof(float));
-        }
-        for (const Component& component : components_) {
-          readColumn(component, first + begin * rowSize + offsets[component.property], rowSize, begin, count);
+        for (const Stream& stream : streams_) {
+          float* const values = stream.values->data() + begin * stream.componentCount;
+          provideFreshPages(stream.values->data(), stream.values->size() * sizeof(float), values,
+                            count * stream.componentCount * sizeof(float));
+          const auto components = componentsOf(stream);
+          const auto placeOf = [&](const Component& component) {
+            return first + begin * rowSize + offsets[component.property];
+          };
+          if (standsReady(stream)) {
+            copyRows(placeOf(components.front()), rowSize, count, stream.componentCount * sizeof(float), values);
+            continue;
+          }
+          for (const Component& component : components) {
+            readColumn(component, placeOf(component), rowSize, begin, count);
+          }
         }
       });
       rows_.advance((end - firstBlock * rowsOfABlock) * rowSize);
@@ -119,10 +140,32 @@ class VertexReader {
     }
   }
 
+  static bool isPlain(PLYSlot slot) noexcept { return slot < plyRed || slot == plyTextureU; }
+
+  /// Whether the components stand side by side in each row, just as they are wanted.
+  bool standsReady(const Stream& stream) const {
+    if (rows_.byteOrder() != PLYByteOrder::native) return false;
+    const auto components = componentsOf(stream);
+    return std::all_of(components.begin(), components.end(), [&](const Component& component) {
+      const auto place = static_cast<std::size_t>(&component - components.data());
+      return isPlain(component.slot) && element_.properties[component.property].type == PLYType::float32 &&
+             component.property == components.front().property + place;
+    });
+  }
+
+  static void copyRows(const std::byte* place, std::size_t rowSize, std::size_t count, std::size_t size, float* out) {
+    if (size == rowSize) {
+      std::memcpy(out, place, count * size);
+      return;
+    }
+    for (std::size_t row = 0; row < count; ++row) {
+      std::memcpy(out + row * (size / sizeof(float)), place + row * rowSize, size);
+    }
+  }
+
   void readColumn(const Component& component, const std::byte* place, std::size_t rowSize, std::size_t begin,
                   std::size_t count) const {
     const PLYType type = element_.properties[component.property].type;
-    const bool isPlain = component.slot < plyRed || component.slot == plyTextureU;
     float* out = component.first + begin * component.stride;
     withValueType(type, rows_.byteOrder(), [&]<typename Value, PLYByteOrder order>() {
       const auto fill = [&](const auto& convert) {
@@ -130,7 +173,7 @@ class VertexReader {
           out[row * component.stride] = convert(valueAt<Value, order>(place + row * rowSize));
         }
       };
-      if (isPlain) {
+      if (isPlain(component.slot)) {
         fill([](Value value) { return static_cast<float>(value); });
       } else {
         fill([&](Value value) {
@@ -167,7 +210,7 @@ class VertexReader {
   const PLYColorLevels& levels_;
   std::array<std::optional<std::size_t>, plySlotCount + 1> propertyOf_;
   std::vector<Component> components_;
-  std::vector<LargeVector<float>*> streams_;
+  std::vector<Stream> streams_;
 };
 
 }  // namespace
