@@ -279,7 +279,8 @@ bool isOnePicture(Bytes units) {
 }
 
 /// True where every item of `coded` holds one picture, by the item location box (ISO/IEC 14496-12, 8.11.3). Items in
-/// several pieces are not looked into, and so are none.
+/// several pieces are not looked into, and so are none; nor are more bytes than the file has, which no items need that
+/// have their own.
 bool itemsAreSinglePictures(Bytes location, const ItemSet& coded, Bytes file, Bytes itemData) {
   Reader reader(location);
   const std::uint64_t version = reader.integer(4) >> 24U;
@@ -289,6 +290,7 @@ bool itemsAreSinglePictures(Bytes location, const ItemSet& coded, Bytes file, By
   const unsigned indexBytes = version == 0 ? 0 : fieldBytes(0);
   if (version > 2 || std::max({offsetBytes, lengthBytes, baseBytes, indexBytes}) > 8) return false;
   const std::uint64_t count = reader.integer(version < 2 ? 2 : 4);
+  std::uint64_t bytesLeft = file.size();
   for (std::uint64_t i = 0; i < count && reader.isWithin(); ++i) {
     const std::uint64_t item = reader.integer(version < 2 ? 2 : 4);
     const std::uint64_t method = version == 0 ? 0 : reader.integer(2) & 15U;
@@ -305,6 +307,8 @@ bool itemsAreSinglePictures(Bytes location, const ItemSet& coded, Bytes file, By
       const Bytes source = method == 1 ? itemData : file;
       const std::uint64_t size = source.size();
       if (base > size || offset > size - base || length > size - base - offset || length == 0) return false;
+      if (length > bytesLeft) return false;
+      bytesLeft -= length;
       const Bytes units = source.subspan(static_cast<std::size_t>(base + offset), static_cast<std::size_t>(length));
       if (!isOnePicture(units)) return false;
     }

@@ -82,6 +82,7 @@ struct HEICStructure {
   std::vector<std::uint32_t> units = {0x02018000};  ///< Each four bytes of the coded item; one picture.
   std::string madeType = "grid";
   std::uint32_t reference = 1;  ///< The item that another image is made of.
+  std::uint32_t locations = 1;  ///< How many times the item location box tells where item 1 is.
 };
 
 /// A file without pixels: item 1 holds the units, item 2 is made of it.
@@ -92,7 +93,11 @@ ByteVector structureOnly(const HEICStructure& structure) {
   BoxWriter data;
   for (const std::uint32_t unit : structure.units) data.number(4, 4).number(unit, 4);
   const ByteVector items = data.take();
-  const auto size = static_cast<std::uint32_t>(items.size());
+  BoxWriter places;
+  for (std::uint32_t i = 0; i < structure.locations; ++i) {
+    places.number(1, 2).number(1, 2);  // In the item data box.
+    places.number(0, 2).number(1, 2).number(0, 4).number(static_cast<std::uint32_t>(items.size()), 4);
+  }
   return box("meta",
              BoxWriter()
                  .number(0, 4)
@@ -105,13 +110,8 @@ ByteVector structureOnly(const HEICStructure& structure) {
                  .bytes(box("iloc", BoxWriter()
                                         .number(1U << 24U, 4)
                                         .number(0x4400, 2)
-                                        .number(1, 2)
-                                        .number(1, 2)
-                                        .number(1, 2)  // In the item data box.
-                                        .number(0, 2)
-                                        .number(1, 2)
-                                        .number(0, 4)
-                                        .number(size, 4)
+                                        .number(structure.locations, 2)
+                                        .bytes(places.take())
                                         .take()))
                  .bytes(box("iref",
                             BoxWriter()
@@ -131,6 +131,12 @@ TEST(HEICPictures, MustStandAloneInTheirItems) {
   EXPECT_FALSE(largestHEICPicture(structureOnly({.units = {0x02018000, 0x00000380, 0x00000380}})));
   EXPECT_FALSE(largestHEICPicture(structureOnly({.units = {0x42010101, 0x02018000}}))) << "a size of its own";
   EXPECT_TRUE(largestHEICPicture(structureOnly({.units = {0x44010101, 0x02018000}})));
+}
+
+TEST(HEICPictures, AreNotLookedForInTheSameBytesAgainAndAgain) {
+  const std::vector<std::uint32_t> units(1000, 0x02010000);
+  EXPECT_TRUE(largestHEICPicture(structureOnly({.units = units})));
+  EXPECT_FALSE(largestHEICPicture(structureOnly({.units = units, .locations = 2})));
 }
 
 TEST(HEICPictures, AreTheTilesOfGrids) {
