@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "foundation/Math.h"
+#include "raster/TileGrid.h"
 
 namespace ornolith::raster {
 namespace {
@@ -51,7 +52,11 @@ ViewRays Projection::viewRays(double x, double y) const noexcept {
   const simd_double3 perY = cameraAxes_[1] * (perPixel / size);
   const simd_double3 origin = cameraAxes_[2] / size + perX * x + perY * y;
   if (!isFinite(origin) || !isFinite(perX) || !isFinite(perY)) return {{0, 0, 1}, {}, {}};
-  return {vectorCast<float>(origin), vectorCast<float>(perX), vectorCast<float>(perY)};
+  // Only their directions tell: next to 180 degrees they are shortened, for their squares to stay among the floats.
+  constexpr double longest = 0x1p30;
+  const double reach = length(origin) + tileSide * (length(perX) + length(perY));
+  const double scale = reach > longest ? longest / reach : 1;
+  return {vectorCast<float>(origin * scale), vectorCast<float>(perX * scale), vectorCast<float>(perY * scale)};
 }
 
 ItemTransform ItemTransform::make(const Projection& projection, const simd_double4x4& worldMatrix) noexcept {

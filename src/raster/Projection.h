@@ -44,7 +44,7 @@ class Projection {
   const simd_double4x4& viewMatrix() const noexcept { return view_; }
 
   /// The directions from what is seen to the camera; `x` and `y` are the place of the first pixel's centre, in pixels
-  /// from the image's centre.
+  /// from the image's centre. Over a tile from there, no ray is longer than 2^30.
   ViewRays viewRays(double x, double y) const noexcept;
 
  private:

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "imaging/Color.h"
@@ -135,6 +136,27 @@ TEST(Shading, OfPhysicallyBasedMaterialsFollowsGGX) {
           }
         }
       }
+    }
+  }
+}
+
+TEST(Shading, LightsWhatIsSeenAlmostAtRightAnglesToTheView) {
+  // Next to 180 degrees, the squares of ways to the camera that are as long as the view is wide leave the floats.
+  for (const auto model : {device::LightingModel::blinn, device::LightingModel::physicallyBased}) {
+    device::Material material = FrameBuilder::litMaterial(model, {0.3f, 0.5f, 0.7f, 1});
+    material.specular.value = {1, 1, 1, 1};
+    material.shininess = 1;
+    material.metalness.value.x = 0;
+    FrameBuilder scene(16384, 1);
+    scene.add(quad(-1e25f, -1e25f, 1e25f, 1e25f, -1), material);
+    scene.frame.directionalLights.push_back({{0, 0, -1}, {0.9f, 0.9f, 0.9f}});
+    scene.frame.camera.verticalFieldOfView = 179.9999;
+    const Image wide = scene.render();
+    scene.frame.camera.verticalFieldOfView = std::nextafter(180.0, 0.0);
+    const Image widest = scene.render();
+    for (const std::uint32_t x : {0u, 3000u, 8000u, 16383u}) {
+      EXPECT_EQ(pixelAt(widest, x, 0), pixelAt(wide, x, 0)) << x;
+      EXPECT_GT(pixelAt(widest, x, 0)[0], encode(0.9 * 0.3) - 1) << x;
     }
   }
 }
