@@ -70,7 +70,7 @@ class HashSet {
   /// Where the hash is or would be.
   std::size_t placeOf(std::uint32_t hash) const noexcept {
     const std::size_t mask = slots_.size() - 1;
-    std::size_t place = (hash * 0x9E3779B1U >> 7U) & mask;
+    std::size_t place = (std::uint64_t{hash} * 0x9E3779B1U >> 7U) & mask;
     while (slots_[place] != 0 && slots_[place] != hash) place = (place + 1) & mask;
     return place;
   }
