@@ -28,9 +28,9 @@ std::optional<ImageKind> imageKind(std::span<const std::byte> data) noexcept;
 /// taken as sRGB: embedded colour profiles, gamma and chromaticities play no part.
 ///
 /// Nothing where the data is no image of a known kind, is damaged or cut short, does not tell its size
-/// (`claimedImageSize`), or is over the limits. Never throws but
-/// for lack of memory, and writes to no stream; memory is set aside only after the header's claim has been checked
-/// against the limits and the size of the data. May be called from several threads at once.
+/// (`claimedImageSize`), or is over the limits. Never throws but for lack of memory, and writes to no stream; memory is
+/// set aside only after the header's claim has been checked against the limits and the size of the data. May be called
+/// from several threads at once.
 ///
 /// The decoders of TIFF, HEIC and EXR are modules that are loaded at the first image of their kind, from
 /// `../lib/ornolith-render` beside the program's directory (from the build folder where the program runs inside it);

@@ -57,6 +57,8 @@ struct ShadingScratch {
 /// their part of the result is mix(surface, coat, strength * F) with F = 0.04 + 0.96 (1 - |N.V|)^5, where the coat is
 /// GGX of its own roughness on the normal before its normal map. Ambient light is as it is without a coat: no surface
 /// mirrors it, so what a coat took of it would be missing, and what it mirrored would make it paler than its like.
+///
+/// Throws `std::bad_alloc` where the working memory has to grow for more lights than before.
 void shadeBatch(const ShadingPlan& plan, const LightRig& lights, const ViewRays& rays, ShadingScratch& scratch,
                 FragmentBatch& batch);
 

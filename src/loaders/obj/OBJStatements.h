@@ -58,7 +58,8 @@ struct OBJStretch {
   std::vector<OBJRun> lineRuns;
   LargeVector<std::uint32_t> points;
   std::vector<OBJStateChange> changes;
-  std::vector<char> changeValues;  ///< Where these lie: the text's pages go once they have been read.
+  /// Where these lie, so that a stretch may be moved but not copied: the text's pages go once they have been read.
+  std::vector<char> changeValues;
 };
 
 /// The whole of an OBJ file. The stretches hold corners and changes; what the corners refer to stands together here.
@@ -70,11 +71,10 @@ struct OBJStatements {
   std::vector<OBJStretch> stretches;
 };
 
-/// Reads the statements of an OBJ file. Lines end in LF, CR LF or CR, and go on behind a
-/// backslash at their end. Read are v (with colours behind the position), vt, vn, f, fo, l, p, o, g, usemtl and s; all
-/// others are skipped. Every index of a corner lies in range.
-/// Long texts are read in stretches, on several threads.
-/// Throws `MeshReadError` with the number of the line, the first in the file.
+/// Reads the statements of an OBJ file. Lines end in LF, CR LF or CR, and go on behind a backslash at their end. Read
+/// are v (with colours behind the position), vt, vn, f, fo, l, p, o, g, usemtl and s; all others are skipped. Every
+/// index of a corner lies in range. Long texts are read in stretches, on several threads. Throws `MeshReadError` with
+/// the number of the line, the first in the file.
 OBJStatements readOBJStatements(std::string_view text, const BytesRead& whenRead = {});
 
 }  // namespace ornolith
