@@ -184,6 +184,43 @@ TEST_P(MaterialInstructionSet, ShadesEveryKindOfMaterialToTheSameBytes) {
   }
 }
 
+TEST_P(MaterialInstructionSet, ShadesHighlightsOfEveryWidthToTheSameBytes) {
+  // Small triangles seen from both sides, whose normals are partly of no use.
+  FrameBuilder scene(300, 200);
+  scene.frame.ambientLight = {0.1f, 0.1f, 0.1f};
+  scene.frame.directionalLights = {{{-0.6f, 0, -0.8f}, {0.8f, 0.7f, 0.6f}}, {{0, 0.6f, 0.8f}, {0.3f, 0.3f, 0.5f}}};
+  auto addBall = [&, count = 0](const device::Material& material) mutable {
+    const auto column = static_cast<float>(count % 6), row = static_cast<float>(count / 6);
+    ++count;
+    MeshData ball = sphere({-1.25f + 0.5f * column, 0.75f - 0.5f * row, -1.2f}, 0.24f, 40, 40);
+    for (std::size_t i = 0; i < ball.normals.size(); i += 35) ball.normals[i] = i % 2 == 0 ? 0 : 1e19f;
+    scene.add(ball, material);
+  };
+  device::Material blinn = FrameBuilder::litMaterial(device::LightingModel::blinn, {0.3f, 0.6f, 0.3f, 1});
+  blinn.isDoubleSided = true;
+  blinn.specular.value = {0.5f, 0.4f, 0.3f, 1};
+  for (const float exponent : {0.0f, 0.5f, 1.0f, 2.0f, 7.0f, 14.0f, 51.2f, 128.0f, 1e6f}) {
+    blinn.shininess = exponent / 128;
+    addBall(blinn);
+  }
+  device::Material physical = FrameBuilder::litMaterial(device::LightingModel::physicallyBased, {0.7f, 0.5f, 0.4f, 1});
+  for (const float roughness : {0.0f, 0.5f, 1.0f}) {
+    for (const float metalness : {0.0f, 1.0f}) {
+      for (const float coat : {0.0f, 1.0f}) {
+        physical.roughness.value.x = roughness;
+        physical.metalness.value.x = metalness;
+        physical.clearCoat.value.x = coat;
+        physical.clearCoatRoughness.value.x = 1 - roughness;
+        physical.isDoubleSided = !physical.isDoubleSided;
+        addBall(physical);
+      }
+    }
+  }
+  const Image best = scene.render();
+  hwy::SetSupportedTargetsForTest(GetParam());
+  EXPECT_TRUE(scene.render() == best);
+}
+
 /// FNV-1a over bytes.
 std::uint64_t hashOf(std::span<const std::uint8_t> bytes) {
   std::uint64_t hash = 0xcbf29ce484222325;
