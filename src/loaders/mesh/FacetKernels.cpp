@@ -10,6 +10,7 @@
 #include <hwy/highway.h>
 
 #include "foundation/Math.h"
+#include "loaders/mesh/VectorGeometry-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ornolith::HWY_NAMESPACE {
@@ -25,52 +26,13 @@ using DoubleMask = hn::Mask<DoubleTag>;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-struct Vectors {
-  Doubles x, y, z;
-};
-
-Vectors difference(const Vectors& a, const Vectors& b) {
-  return {hn::Sub(a.x, b.x), hn::Sub(a.y, b.y), hn::Sub(a.z, b.z)};
-}
-
-Doubles dot(const Vectors& a, const Vectors& b) {
-  return hn::Add(hn::Add(hn::Mul(a.x, b.x), hn::Mul(a.y, b.y)), hn::Mul(a.z, b.z));
-}
-
-Vectors cross(const Vectors& a, const Vectors& b) {
-  const auto part = [](Doubles p, Doubles q, Doubles r, Doubles s) { return hn::Sub(hn::Mul(p, q), hn::Mul(r, s)); };
-  return {part(a.y, b.z, a.z, b.y), part(a.z, b.x, a.x, b.z), part(a.x, b.y, a.y, b.x)};
-}
-
 /// True for what is above zero and finite.
 DoubleMask isPositive(Doubles value) {
   const DoubleTag tag;
   return hn::And(hn::Gt(value, hn::Zero(tag)), hn::Lt(value, hn::Set(tag, infinity)));
 }
 
-/// atan(x) for x in 0..1, within 2e-8 (M. Abramowitz and I. Stegun, "Handbook of mathematical functions", 4.4.49).
-Doubles arcTangent(Doubles x) {
-  constexpr double c[] = {-0.3333314528, 0.1999355085, -0.1420889944, 0.1065626393,
-                          -0.0752896400, 0.0429096138, -0.0161657367, 0.0028662257};
-  const DoubleTag tag;
-  const Doubles square = hn::Mul(x, x);
-  Doubles series = hn::Set(tag, c[7]);
-  for (int i = 6; i >= 0; --i) series = hn::Add(hn::Mul(series, square), hn::Set(tag, c[i]));
-  return hn::Add(hn::Mul(hn::Mul(series, square), x), x);
-}
-
-/// The angle whose sine and cosine are in the proportion of `sine`, above zero, and `cosine`.
-Doubles angleOf(Doubles sine, Doubles cosine) {
-  const DoubleTag tag;
-  const Doubles size = hn::Abs(cosine);
-  const DoubleMask isSteep = hn::Gt(sine, size);
-  const Doubles ratio = hn::Div(hn::IfThenElse(isSteep, size, sine), hn::IfThenElse(isSteep, sine, size));
-  const Doubles flat = arcTangent(ratio);
-  const Doubles sharp = hn::IfThenElse(isSteep, hn::Sub(hn::Set(tag, math::pi / 2), flat), flat);
-  return hn::IfThenElse(hn::Lt(cosine, hn::Zero(tag)), hn::Sub(hn::Set(tag, math::pi), sharp), sharp);
-}
-
-Vectors loadCorners(const float* corners) {
+Vectors<Doubles> loadCorners(const float* corners) {
   const DoubleTag tag;
   const FloatTag floatTag;
   Floats x, y, z, unused;
@@ -83,13 +45,13 @@ void measure(FacetBatch& batch) {
   const FloatTag floatTag;
   const auto rounded = [&](Doubles value) { return hn::DemoteTo(floatTag, value); };
   for (std::size_t i = 0; i < FacetBatch::capacity; i += hn::Lanes(tag)) {
-    const Vectors p = loadCorners(batch.corners[0][i].data());
-    const Vectors q = loadCorners(batch.corners[1][i].data());
-    const Vectors r = loadCorners(batch.corners[2][i].data());
-    const Vectors a = difference(q, p);
-    const Vectors b = difference(r, p);
-    const Vectors c = difference(r, q);
-    const Vectors normal = cross(a, b);
+    const Vectors<Doubles> p = loadCorners(batch.corners[0][i].data());
+    const Vectors<Doubles> q = loadCorners(batch.corners[1][i].data());
+    const Vectors<Doubles> r = loadCorners(batch.corners[2][i].data());
+    const Vectors<Doubles> a = difference(q, p);
+    const Vectors<Doubles> b = difference(r, p);
+    const Vectors<Doubles> c = difference(r, q);
+    const Vectors<Doubles> normal = cross(a, b);
     const Doubles area = hn::Sqrt(dot(normal, normal));
     const DoubleMask hasArea = isPositive(area);
     const auto kept = [&](Doubles value) { return hn::IfThenElseZero(hasArea, value); };

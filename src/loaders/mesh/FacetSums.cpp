@@ -10,6 +10,7 @@
 #include <hwy/highway.h>
 
 #include "foundation/Math.h"
+#include "loaders/mesh/VectorGeometry-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ornolith::HWY_NAMESPACE {
@@ -89,51 +90,6 @@ void storeColumns(const Four<Floats>& columns, Row* rows) {
   store(turned.d, 3);
 }
 
-template <typename Vector>
-struct Vectors {
-  Vector x, y, z;
-};
-
-template <typename Vector>
-Vectors<Vector> difference(const Vectors<Vector>& a, const Vectors<Vector>& b) {
-  return {hn::Sub(a.x, b.x), hn::Sub(a.y, b.y), hn::Sub(a.z, b.z)};
-}
-
-template <typename Vector>
-Vector dot(const Vectors<Vector>& a, const Vectors<Vector>& b) {
-  return hn::Add(hn::Add(hn::Mul(a.x, b.x), hn::Mul(a.y, b.y)), hn::Mul(a.z, b.z));
-}
-
-template <typename Vector>
-Vectors<Vector> cross(const Vectors<Vector>& a, const Vectors<Vector>& b) {
-  const auto part = [](Vector p, Vector q, Vector r, Vector s) { return hn::Sub(hn::Mul(p, q), hn::Mul(r, s)); };
-  return {part(a.y, b.z, a.z, b.y), part(a.z, b.x, a.x, b.z), part(a.x, b.y, a.y, b.x)};
-}
-
-/// atan(x) for x in 0..1, within 2e-7 (M. Abramowitz and I. Stegun, "Handbook of mathematical functions", 4.4.49).
-Floats arcTangent(Floats x) {
-  constexpr float c[] = {-0.3333314528F, 0.1999355085F, -0.1420889944F, 0.1065626393F,
-                         -0.0752896400F, 0.0429096138F, -0.0161657367F, 0.0028662257F};
-  const FloatTag tag;
-  const Floats square = hn::Mul(x, x);
-  Floats series = hn::Set(tag, c[7]);
-  for (int i = 6; i >= 0; --i) series = hn::Add(hn::Mul(series, square), hn::Set(tag, c[i]));
-  return hn::Add(hn::Mul(hn::Mul(series, square), x), x);
-}
-
-constexpr float halfTurn = static_cast<float>(math::pi);
-
-/// The angle whose sine and cosine are in the proportion of `sine`, above zero, and `cosine`.
-Floats angleOf(Floats sine, Floats cosine) {
-  const FloatTag tag;
-  const Floats size = hn::Abs(cosine);
-  const FloatMask isSteep = hn::Gt(sine, size);
-  const Floats ratio = hn::Div(hn::IfThenElse(isSteep, size, sine), hn::IfThenElse(isSteep, sine, size));
-  const Floats flat = arcTangent(ratio);
-  const Floats sharp = hn::IfThenElse(isSteep, hn::Sub(hn::Set(tag, halfTurn / 2), flat), flat);
-  return hn::IfThenElse(hn::Lt(cosine, hn::Zero(tag)), hn::Sub(hn::Set(tag, halfTurn), sharp), sharp);
-}
-
 /// Facets to be measured at once.
 struct Batch {
   static constexpr std::size_t capacity = 64;
@@ -178,7 +134,7 @@ void measure(Batch& batch, std::size_t count) {
 
     const Floats first = angleOf(area, dot(a, b));
     const Floats second = angleOf(area, hn::Neg(dot(a, c)));
-    const Floats left = hn::Sub(hn::Sub(hn::Set(tag, halfTurn), first), second);
+    const Floats left = hn::Sub(hn::Sub(hn::Set(tag, static_cast<float>(math::pi)), first), second);
     const Floats third = hn::IfThenElse(hn::Gt(left, hn::Zero(tag)), left, hn::Zero(tag));
     storeColumns({kept(first), kept(second), kept(third), hn::Zero(tag)}, &batch.angles[i]);
   }
