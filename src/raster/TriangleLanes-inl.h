@@ -141,6 +141,11 @@ struct PixelBoxes {
   IntegerMask fitSpans() const {
     return hn::And(hn::Lt(hn::Sub(right, left), set(tileSide)), hn::Lt(hn::Sub(bottom, top), set(mostSpanRows)));
   }
+  /// Whether boxes of the image hold the corner between four tiles.
+  IntegerMask holdTileCorners() const {
+    const auto differ = [](IntegerVector a, IntegerVector b) { return hn::Gt(hn::Xor(a, b), set(tileSide - 1)); };
+    return hn::And(differ(left, right), differ(top, bottom));
+  }
   PixelBoxes cutTo(IntegerVector x, IntegerVector y, IntegerVector lastX, IntegerVector lastY) const {
     PixelBoxes cut = *this;
     cut.left = hn::Max(left, x);

@@ -20,7 +20,8 @@ bool setUpRun(const TriangleRun&, const std::function<void(std::uint32_t)>&, Rec
 #else
 
 /// Finds the triangles of a run that are worth a record, and makes their records, in blocks. A small triangle gets one
-/// for each tile that it touches.
+/// for either tile that it touches; the few that may touch four are taken as large ones, as many copies of a record
+/// could take a multiple of the memory.
 class RunSetup {
  public:
   RunSetup(const TriangleRun& run, const std::function<void(std::uint32_t)>& addPlain, RecordList& records)
@@ -62,10 +63,14 @@ class RunSetup {
       // Storing the compressed vector whole is many times faster than a compressing store on some processors.
       const IntegerVector marked = hn::IfThenElse(isIrregular, hn::Not(number), number);
       hn::StoreU(hn::Compress(marked, isTaken), integers, candidates_ + candidateCount_);
-      hn::StoreU(hn::Compress(packedTiles(boxes, whole.fitSpans()), isTaken), integers,
+      hn::StoreU(hn::Compress(packedTiles(boxes, areSmall(whole, boxes)), isTaken), integers,
                  candidateTiles_ + candidateCount_);
       candidateCount_ += hn::CountTrue(integers, isTaken);
     }
+  }
+
+  static IntegerMask areSmall(const PixelBoxes& whole, const PixelBoxes& inImage) {
+    return hn::AndNot(inImage.holdTileCorners(), whole.fitSpans());
   }
 
   /// The column and row, eight bits each, of the first tile and above them those of the last; of triangles that are not
@@ -98,13 +103,7 @@ class RunSetup {
     const auto tiles = static_cast<std::uint32_t>(candidateTiles_[candidate]);
     const std::uint32_t firstTile = tiles & 0xffff, lastTile = tiles >> 16;
     addPiece(triangle, firstTile);
-    if (HWY_LIKELY(firstTile == lastTile)) return;
-    // Of the four tiles of a square, those that differ.
-    const std::uint32_t upperRight = (firstTile & 0xff00) | (lastTile & 0xff);
-    const std::uint32_t lowerLeft = (lastTile & 0xff00) | (firstTile & 0xff);
-    if (upperRight != firstTile) addPiece(triangle, upperRight);
-    if (lowerLeft != firstTile) addPiece(triangle, lowerLeft);
-    if (upperRight != firstTile && lowerLeft != firstTile) addPiece(triangle, lastTile);
+    if (HWY_UNLIKELY(firstTile != lastTile)) addPiece(triangle, lastTile);
   }
 
   void addPiece(std::uint32_t triangle, std::uint32_t tile) {
@@ -149,9 +148,9 @@ class RunSetup {
   void store(const Corners& c, IntegerMask isPositive, const TileLanes& tiles) {
     constexpr Integers integers;
     const auto constant = [](auto value) { return set(static_cast<std::int32_t>(value)); };
-    const PixelBoxes whole(c);
-    const IntegerMask isSmall = whole.fitSpans();
-    const IntegerMask isInOneTile = whole.cutTo(run_.grid).lieInOneTile();
+    const PixelBoxes whole(c), inImage = whole.cutTo(run_.grid);
+    const IntegerMask isSmall = areSmall(whole, inImage);
+    const IntegerMask isInOneTile = inImage.lieInOneTile();
     const IntegerMask isPlaced = hn::Or(isSmall, isInOneTile);
 
     const PixelBoxes boxes =

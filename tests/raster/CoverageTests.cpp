@@ -5,6 +5,7 @@
 #include <random>
 
 #include "raster/FrameBuilder.h"
+#include "raster/TriangleSetup.h"
 
 namespace ornolith {
 namespace {
@@ -119,6 +120,31 @@ TEST(Coverage, MatchesExactArithmeticForSmallTrianglesAcrossTilesAndBorders) {
       }
     }
   }
+}
+
+TEST(TriangleSetup, MakesTwoRecordsOfATriangleAtMost) {
+  // Lying in one tile, across a border, and about a corner of four; each several times, for whole vectors of them.
+  using namespace raster;
+  const TileGrid grid(128, 128);
+  const auto recordsAt = [&grid](std::int32_t x, std::int32_t y) {
+    constexpr std::int32_t half = 4 * subpixelOne;
+    x *= subpixelOne;
+    y *= subpixelOne;
+    const ScreenVertex corners[] = {
+        {x - half, y - half, 0.5f, 1}, {x + half, y - half, 0.5f, 1}, {x, y + half, 0.5f, 1}};
+    std::vector<std::uint32_t> indices;
+    for (std::uint32_t i = 0; i < 3 * 40; ++i) indices.push_back(i % 3);
+    RecordList records;
+    const bool isDone = setUpTriangles(
+        {indices.data(), corners, 0, 0, 40, 0, true, true, false, grid}, [](auto) { FAIL(); }, records);
+    EXPECT_TRUE(isDone);
+    return std::vector<std::uint32_t>(records.tiles().begin(), records.tiles().end());
+  };
+  EXPECT_EQ(recordsAt(30, 100), std::vector<std::uint32_t>(40, 2));
+  const std::vector<std::uint32_t> across = recordsAt(64, 30);
+  ASSERT_EQ(across.size(), 80);
+  for (std::size_t i = 0; i < across.size(); ++i) EXPECT_EQ(across[i], i % 2);
+  EXPECT_EQ(recordsAt(64, 64), std::vector<std::uint32_t>(40, severalTiles));
 }
 
 /// A square cut into cells whose inner corners are moved at random: its triangles share all edges but the border's.
