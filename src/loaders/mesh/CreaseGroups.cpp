@@ -20,12 +20,23 @@ constexpr int mostSearched = 64;
 
 }  // namespace
 
-void CreaseGroups::add(std::span<const std::uint32_t> triangles, std::size_t firstTriangle, bool standApart) {
+void CreaseGroups::add(std::span<const std::uint32_t> triangles, std::size_t firstTriangle, CornersLie cornersLie) {
+  switch (cornersLie) {
+    case CornersLie::inside:
+      return addAll<CornersLie::inside>(triangles, firstTriangle);
+    case CornersLie::apart:
+      return addAll<CornersLie::apart>(triangles, firstTriangle);
+    case CornersLie::anywhere:
+      return addAll<CornersLie::anywhere>(triangles, firstTriangle);
+  }
+}
+
+template <CornersLie cornersLie>
+void CreaseGroups::addAll(std::span<const std::uint32_t> triangles, std::size_t firstTriangle) {
   constexpr std::size_t cornersOfAWord = std::size_t{3} * 64;
   for (std::size_t first = 0; first < triangles.size(); first += cornersOfAWord) {
     const auto some = triangles.subspan(first, std::min(cornersOfAWord, triangles.size() - first));
-    std::uint64_t left = standApart ? wantedOf<true>(some) : wantedOf<false>(some);
-    for (; left != 0; left &= left - 1) {
+    for (std::uint64_t left = wantedOf<cornersLie>(some); left != 0; left &= left - 1) {
       const std::size_t corner = static_cast<std::size_t>(std::countr_zero(left)) * 3;
       addFacet(&some[corner], firstTriangle * 3 + first + corner);
     }
@@ -33,10 +44,12 @@ void CreaseGroups::add(std::span<const std::uint32_t> triangles, std::size_t fir
 }
 
 /// A bit for each of up to 64 triangles: whether it has a corner at one of the places.
-template <bool standApart>
+template <CornersLie cornersLie>
 std::uint64_t CreaseGroups::wantedOf(std::span<const std::uint32_t> triangles) const {
   const auto isWanted = [&](std::uint32_t vertex) {
-    return std::uint64_t{areBegun_[range_.numberOf(standApart ? vertex : places_.placeOf(vertex))]};
+    if constexpr (cornersLie == CornersLie::inside) return std::uint64_t{areBegun_[vertex - range_.first]};
+    const std::uint32_t place = cornersLie == CornersLie::apart ? vertex : places_.placeOf(vertex);
+    return std::uint64_t{areBegun_[range_.numberOf(place)]};
   };
   std::uint64_t wanted = 0;
   for (std::size_t i = 0; i < triangles.size(); i += 3) {

@@ -49,9 +49,8 @@ class CreaseGroups {
     areBegun_[number] = 1;
   }
 
-  /// Takes the corners of triangles that lie at the places, in their order; the first one has the number given. None of
-  /// their vertices stands at one place with others where they `standApart`.
-  void add(std::span<const std::uint32_t> triangles, std::size_t firstTriangle, bool standApart);
+  /// Takes the corners of triangles that lie at the places, in their order; the first one has the number given.
+  void add(std::span<const std::uint32_t> triangles, std::size_t firstTriangle, CornersLie cornersLie);
 
   /// Gives what has been found, behind what is there. Places without a corner are not looked at.
   void finish(SplitVertices& result);
@@ -76,7 +75,9 @@ class CreaseGroups {
     std::uint32_t lastMember;
   };
 
-  template <bool standApart>
+  template <CornersLie cornersLie>
+  void addAll(std::span<const std::uint32_t> triangles, std::size_t firstTriangle);
+  template <CornersLie cornersLie>
   std::uint64_t wantedOf(std::span<const std::uint32_t> triangles) const;
   void addFacet(const std::uint32_t* corners, std::size_t firstCorner);
   void finishBatch();

@@ -154,7 +154,7 @@ class Creasing {
     }
     if (!some) return;
     blocks_->forEachOf(index, [&](const TriangleBlock& block) {
-      groups.add(cornersOf(block), block.firstCorner / 3, block.standApart);
+      groups.add(cornersOf(block), block.firstCorner / 3, blocks_->cornersOf(block, range));
     });
     groups.finish(splits);
   }
