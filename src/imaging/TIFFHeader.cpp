@@ -56,6 +56,11 @@ bool isUnsignedType(std::uint64_t type) noexcept {
   return type == byteType || type == shortType || type == longType || type == long8Type;
 }
 
+bool isSignedType(std::uint64_t type) noexcept {
+  constexpr std::uint64_t byteType = 6, shortType = 8, longType = 9, long8Type = 17;
+  return type == byteType || type == shortType || type == longType || type == long8Type;
+}
+
 struct Entry {
   std::uint64_t tag = 0;
   std::uint64_t type = 0;
@@ -68,11 +73,14 @@ Entry entryAt(const Reader& reader, const Form& form, std::uint64_t offset) noex
           offset + 4 + form.offsetBytes};
 }
 
+/// Some writers use signed integers, and the decoder reads these too.
 std::optional<std::uint32_t> sideOf(const Reader& reader, const Form& form, const Entry& entry) noexcept {
   const unsigned bytes = bytesOfType(entry.type);
-  if (!isUnsignedType(entry.type) || entry.count != 1 || bytes > form.offsetBytes) return std::nullopt;
+  const bool isSigned = isSignedType(entry.type);
+  if ((!isSigned && !isUnsignedType(entry.type)) || entry.count != 1 || bytes > form.offsetBytes) return std::nullopt;
   const std::uint64_t value = reader.integer(entry.valueOffset, bytes);
-  if (value == 0 || value > 0xffffffffU) return std::nullopt;
+  const bool isNegative = isSigned && value >> (bytes * 8 - 1) != 0;
+  if (value == 0 || value > 0xffffffffU || isNegative) return std::nullopt;
   return static_cast<std::uint32_t>(value);
 }
 

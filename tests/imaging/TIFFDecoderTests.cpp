@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "TestImages.h"
+#include "imaging/ByteOrder.h"
 #include "imaging/ImageDecoder.h"
 #include "imaging/ImageSize.h"
 
@@ -80,6 +81,30 @@ TEST(TIFFDecoding, BothByteOrdersAndOffsetsOf64BitsAreRead) {
 TEST(TIFFDecoding, TheSizeIsThatOfThePixelsAsTheyAreStored) {
   const ByteVector file = writeTIFF(storedFor(noiseImage(7, 5), 6), {.orientation = 6});
   EXPECT_EQ(claimedImageSize(file), (ImageSize{5, 7}));
+}
+
+TEST(TIFFDecoding, SidesMayBeSignedIntegersThatAreNotNegative) {
+  const Image image = noiseImage(37, 200);
+  const ByteVector file = writeTIFF(image, {});
+  const std::size_t directory = littleEndian32(file, 4);
+  const auto withSides = [&](std::uint8_t type, std::uint8_t highestByte) {
+    ByteVector changed = file;
+    for (std::size_t i = 0; i < littleEndian16(file, directory); ++i) {
+      const std::size_t entry = directory + 2 + i * 12;
+      const unsigned tag = littleEndian16(file, entry);
+      if (tag != 256 && tag != 257) continue;
+      changed[entry + 2] = std::byte{type};
+      changed[entry + 11] = std::byte{highestByte};
+    }
+    return changed;
+  };
+  constexpr std::uint8_t signedByte = 6, signedShort = 8, signedLong = 9, real = 11;
+  EXPECT_EQ(claimedImageSize(withSides(signedShort, 0)), (ImageSize{37, 200}));
+  EXPECT_TRUE(decodeImage(withSides(signedShort, 0)) == image);
+  EXPECT_TRUE(decodeImage(withSides(signedLong, 0)) == image);
+  EXPECT_FALSE(claimedImageSize(withSides(signedLong, 0x80)));
+  EXPECT_FALSE(claimedImageSize(withSides(signedByte, 0)));  // 200 is -56.
+  EXPECT_FALSE(claimedImageSize(withSides(real, 0)));
 }
 
 TEST(TIFFDecoding, TilesThatLieOutsideOfTheImageForTheMostPartAreRefused) {
