@@ -1,5 +1,6 @@
 #include "loaders/mesh/FacetSums.h"
 
+#include <algorithm>
 #include <cstring>
 
 // This file is compiled once for each instruction set; the rest of the program sees the functions at its end.
@@ -189,7 +190,7 @@ void addInside(const MeshPlaces& places, std::span<const std::uint32_t> triangle
   Batch batch;
   const Scattering scattering(batch);
   const float* const positions = places.positions.data();
-  PlaceSum* const sumOfFirst = sums - range.first;
+  const auto sumOf = [&](std::uint32_t vertex) -> PlaceSum& { return sums[std::size_t{vertex} - range.first]; };
   for (std::size_t first = 0; first < triangles.size(); first += Batch::capacity * 3) {
     const std::uint32_t* const corners = triangles.data() + first;
     const std::size_t count = std::min(Batch::capacity, (triangles.size() - first) / 3);
@@ -201,7 +202,7 @@ void addInside(const MeshPlaces& places, std::span<const std::uint32_t> triangle
     measure(batch, count);
     for (std::size_t facet = 0; facet < count; ++facet) {
       const std::uint32_t* const of = corners + facet * 3;
-      scattering.add(facet, sumOfFirst[of[0]], sumOfFirst[of[1]], sumOfFirst[of[2]]);
+      scattering.add(facet, sumOf(of[0]), sumOf(of[1]), sumOf(of[2]));
     }
   }
 }
