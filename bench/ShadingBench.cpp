@@ -1,8 +1,11 @@
 // ornolith_raster ornolith_imaging ornolith_foundation
 #include <benchmark/benchmark.h>
 
-#include <array>
+#include <algorithm>
+#include <cmath>
 #include <memory>
+#include <random>
+#include <span>
 #include <vector>
 
 #include "raster/FrameBuilder.h"

@@ -5,7 +5,6 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <limits>
 

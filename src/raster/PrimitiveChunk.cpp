@@ -1,8 +1,6 @@
 #include "raster/PrimitiveChunk.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
 
 #include "raster/Clipping.h"
 #include "raster/PixelBox.h"

@@ -6,6 +6,8 @@
 #define ORNOLITH_RASTER_SURFACEGEOMETRY_INL_H_
 #endif
 
+#include <span>
+
 #include "raster/KernelMath-inl.h"
 #include "raster/MaterialSlots-inl.h"
 #include "raster/Projection.h"

@@ -5,7 +5,6 @@
 #include <array>
 #include <cstring>
 #include <functional>
-#include <string>
 #include <vector>
 
 #include "loaders/mesh/PLYTriangleRows.h"

@@ -14,7 +14,6 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "imaging/ByteOrder.h"

@@ -1,7 +1,6 @@
 #include "loaders/gltf/GLTFMaterials.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 #include <string_view>
