@@ -51,6 +51,7 @@ TEST(FreshPages, AreProvidedWhereALargePieceIsWrittenAndNowhereElse) {
 }
 
 TEST(FreshPages, AreLeftToTheSystemInSmallerPieces) {
+  if (!systemProvidesPages()) GTEST_SKIP() << "The system cannot.";
   constexpr std::size_t size = 2 * megabyte;
   void* const piece = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   ASSERT_NE(piece, MAP_FAILED);
