@@ -211,6 +211,7 @@ using ItemSet = std::set<std::uint64_t>;
 struct Items {
   ItemSet coded;  ///< Pictures.
   ItemSet grids;  ///< Images put together from tiles.
+  ItemSet otherwiseMade;
 };
 
 /// Overlays, which may lay any number of whole pictures over one another, and pictures that other coders made: HEIC has
@@ -220,7 +221,7 @@ bool isOtherwiseMade(std::uint64_t type) noexcept {
   return std::any_of(types.begin(), types.end(), [&](std::string_view name) { return code(name) == type; });
 }
 
-/// The items by the item information box; nothing where some are made in another way.
+/// The items by the item information box.
 std::optional<Items> readItems(Bytes information) {
   Reader reader(information);
   const std::uint64_t version = reader.integer(4) >> 24U;
@@ -236,30 +237,67 @@ std::optional<Items> readItems(Bytes information) {
     const std::uint64_t item = fields.integer(entryVersion == 2 ? 2 : 4);
     fields.integer(2);
     const std::uint64_t type = fields.integer(4);
-    if (isOtherwiseMade(type)) return std::nullopt;
+    if (isOtherwiseMade(type)) items.otherwiseMade.insert(item);
     if (type == code("hvc1") || type == code("hev1")) items.coded.insert(item);
     if (type == code("grid")) items.grids.insert(item);
   }
   return items;
 }
 
-/// True where the tiles of grids are coded pictures, by the item reference box, and not images that are themselves put
-/// together, each of which would be made again for every use.
-bool tilesArePictures(Bytes references, const Items& items) {
-  Reader reader(references);
-  const unsigned itemBytes = reader.integer(4) >> 24U == 0 ? 2 : 4;
-  const std::optional<std::vector<Box>> boxes = boxesIn(reader.take(reader.remaining()));
-  if (!boxes) return false;
-  for (const Box& box : *boxes) {
-    if (box.type != code("dimg")) continue;
-    Reader fields(box.content);
-    const bool isGrid = items.grids.contains(fields.integer(itemBytes));
-    const std::uint64_t count = isGrid ? fields.integer(2) : 0;
-    for (std::uint64_t i = 0; i < count && fields.isWithin(); ++i) {
-      if (!items.coded.contains(fields.integer(itemBytes))) return false;
+struct Reference {
+  std::uint32_t type = 0;
+  std::uint64_t from = 0;
+  std::vector<std::uint64_t> to;
+};
+
+/// What the item reference boxes of a meta box say.
+std::optional<std::vector<Reference>> readReferences(const std::vector<Box>& meta) {
+  std::vector<Reference> references;
+  for (const Box& box : meta) {
+    if (box.type != code("iref")) continue;
+    Reader reader(box.content);
+    const unsigned itemBytes = reader.integer(4) >> 24U == 0 ? 2 : 4;
+    const std::optional<std::vector<Box>> boxes = boxesIn(reader.take(reader.remaining()));
+    if (!boxes) return std::nullopt;
+    for (const Box& reference : *boxes) {
+      Reader fields(reference.content);
+      Reference& added = references.emplace_back(Reference{reference.type, fields.integer(itemBytes), {}});
+      for (std::uint64_t left = fields.integer(2); left > 0 && fields.isWithin(); --left) {
+        added.to.push_back(fields.integer(itemBytes));
+      }
     }
   }
-  return true;
+  return references;
+}
+
+/// True where the tiles of grids are coded pictures, and not images that are themselves put together, each of which
+/// would be made again for every use.
+bool tilesArePictures(const std::vector<Reference>& references, const Items& items) {
+  return std::all_of(references.begin(), references.end(), [&](const Reference& reference) {
+    return reference.type != code("dimg") || !items.grids.contains(reference.from) ||
+           std::all_of(reference.to.begin(), reference.to.end(),
+                       [&](std::uint64_t item) { return items.coded.contains(item); });
+  });
+}
+
+/// True where each of `items` is another image's thumbnail and nothing else: these are not decoded.
+bool areThumbnails(const ItemSet& items, const std::vector<Reference>& references, const std::vector<Box>& meta) {
+  if (items.empty()) return true;
+  const std::optional<Bytes> primary = onlyBox(meta, "pitm");
+  if (!primary) return false;
+  Reader reader(*primary);
+  const unsigned itemBytes = reader.integer(4) >> 24U == 0 ? 2 : 4;
+  if (items.contains(reader.integer(itemBytes)) || !reader.isWithin()) return false;
+  ItemSet thumbnails;
+  for (const Reference& reference : references) {
+    const bool isToOneOfThem =
+        std::any_of(reference.to.begin(), reference.to.end(), [&](std::uint64_t item) { return items.contains(item); });
+    if (isToOneOfThem) return false;
+    if (!items.contains(reference.from)) continue;
+    if (reference.type != code("thmb")) return false;
+    thumbnails.insert(reference.from);
+  }
+  return thumbnails == items;
 }
 
 /// True where `units`, each behind its length, are one picture at most and nothing that changes its size.
@@ -329,9 +367,9 @@ std::optional<std::uint64_t> largestPicture(Bytes data) {
   const std::optional<std::vector<Box>> properties = boxesOfOnlyBox(*itemProperties, "ipco", 0);
   const std::optional<Items> items = readItems(*information);
   if (!properties || !items) return std::nullopt;
-  for (const Box& box : *meta) {
-    if (box.type == code("iref") && !tilesArePictures(box.content, *items)) return std::nullopt;
-  }
+  const std::optional<std::vector<Reference>> references = readReferences(*meta);
+  if (!references || !tilesArePictures(*references, *items)) return std::nullopt;
+  if (!areThumbnails(items->otherwiseMade, *references, *meta)) return std::nullopt;
   const Bytes itemData = onlyBox(*meta, "idat").value_or(Bytes());
   if (!itemsAreSinglePictures(*location, items->coded, data, itemData)) return std::nullopt;
 

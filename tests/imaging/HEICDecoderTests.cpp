@@ -81,7 +81,9 @@ struct HEICStructure {
   std::string itemType = "hvc1";
   std::vector<std::uint32_t> units = {0x02018000};  ///< Each four bytes of the coded item; one picture.
   std::string madeType = "grid";
+  std::string referenceType = "dimg";
   std::uint32_t reference = 1;  ///< The item that another image is made of.
+  std::uint32_t primary = 1;
   std::uint32_t locations = 1;  ///< How many times the item location box tells where item 1 is.
 };
 
@@ -116,9 +118,10 @@ ByteVector structureOnly(const HEICStructure& structure) {
                  .bytes(box("iref",
                             BoxWriter()
                                 .number(0, 4)
-                                .bytes(box("dimg",
+                                .bytes(box(structure.referenceType,
                                            BoxWriter().number(2, 2).number(1, 2).number(structure.reference, 2).take()))
                                 .take()))
+                 .bytes(box("pitm", BoxWriter().number(0, 4).number(structure.primary, 2).take()))
                  .bytes(box("iprp", box("ipco", {})))
                  .bytes(box("idat", items))
                  .take());
@@ -145,6 +148,14 @@ TEST(HEICPictures, AreTheTilesOfGrids) {
   EXPECT_FALSE(largestHEICPicture(structureOnly({.madeType = "iovl"})));
   EXPECT_FALSE(largestHEICPicture(structureOnly({.madeType = "av01"})));
   EXPECT_TRUE(largestHEICPicture(structureOnly({.madeType = "tmap", .reference = 2}))) << "of no say in what is shown";
+}
+
+TEST(HEICPictures, MayHaveThumbnailsThatOtherCodersMade) {
+  EXPECT_TRUE(largestHEICPicture(structureOnly({.madeType = "jpeg", .referenceType = "thmb"})));
+  EXPECT_FALSE(largestHEICPicture(structureOnly({.madeType = "jpeg", .referenceType = "thmb", .primary = 2})));
+  EXPECT_FALSE(largestHEICPicture(structureOnly({.madeType = "jpeg", .referenceType = "auxl"})));
+  EXPECT_FALSE(largestHEICPicture(structureOnly({.madeType = "jpeg", .referenceType = "thmb", .reference = 2})));
+  EXPECT_FALSE(largestHEICPicture(structureOnly({.itemType = "jpeg", .madeType = "hvc1", .referenceType = "thmb"})));
 }
 
 TEST(HEICPictures, AreToldOfSoundStructuresOnly) {
