@@ -21,15 +21,10 @@ class Reader {
  public:
   explicit Reader(Bytes data) noexcept : data_(data) {}
 
+  /// An integer of `bytes` bytes, at most 8.
   std::uint64_t integer(unsigned bytes) noexcept {
-    if (bytes > data_.size()) {
-      isWithin_ = false;
-      data_ = {};
-      return 0;
-    }
     std::uint64_t value = 0;
-    for (unsigned i = 0; i < bytes; ++i) value = value << 8U | byteAt(data_, i);
-    data_ = data_.subspan(bytes);
+    for (const std::byte byte : take(bytes)) value = value << 8U | std::to_integer<unsigned>(byte);
     return value;
   }
   Bytes take(std::uint64_t bytes) noexcept {

@@ -14,19 +14,10 @@
 #include "foundation/LinearAlgebra.h"
 #include "raster/FragmentBatch.h"
 #include "raster/PixelMath.h"
+#include "raster/VectorTypes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ornolith::raster::HWY_NAMESPACE {
-
-namespace hn = hwy::HWY_NAMESPACE;
-
-using Floats = hn::ScalableTag<float>;
-using Integers = hn::RebindToSigned<Floats>;
-using Bits = hn::RebindToUnsigned<Floats>;
-using FloatVector = hn::Vec<Floats>;
-using IntegerVector = hn::Vec<Integers>;
-using BitVector = hn::Vec<Bits>;
-using FloatMask = hn::Mask<Floats>;
 
 static_assert(batchSize % (HWY_MAX_BYTES / 4) == 0, "Whole vectors reach to the end of a lane at most.");
 

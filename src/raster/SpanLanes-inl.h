@@ -17,12 +17,12 @@ namespace ornolith::raster::HWY_NAMESPACE {
 
 /// The sides of small triangles from row to row of their tiles. All numbers are integers below 2^22, exact as floats.
 struct Sides {
-  FloatVector value[3];        ///< At the tile's first column.
-  FloatVector perX[3];         ///< From a pixel to its right neighbour.
-  FloatVector perY[3];         ///< From a pixel to the one below.
-  FloatVector toCrossing[3];   ///< Value to column; 0 where the side runs along the rows.
-  FloatVector correction[3];   ///< From a pixel on the outer side at the crossing to the first or last on the inner.
-  hn::Mask<Floats> isLast[3];  ///< The side is crossed at the last pixel of a row, not at the first.
+  FloatVector value[3];       ///< At the tile's first column.
+  FloatVector perX[3];        ///< From a pixel to its right neighbour.
+  FloatVector perY[3];        ///< From a pixel to the one below.
+  FloatVector toCrossing[3];  ///< Value to column; 0 where the side runs along the rows.
+  FloatVector correction[3];  ///< From a pixel on the outer side at the crossing to the first or last on the inner.
+  FloatMask isLast[3];        ///< The side is crossed at the last pixel of a row, not at the first.
 };
 
 HWY_INLINE Sides sidesOf(const Corners& c, const TileLanes& tiles, IntegerVector top) {

@@ -10,24 +10,18 @@
 #include <hwy/highway.h>
 
 #include "raster/TriangleSetup.h"
+#include "raster/VectorTypes-inl.h"
 
 #if HWY_TARGET != HWY_SCALAR
 
 HWY_BEFORE_NAMESPACE();
 namespace ornolith::raster::HWY_NAMESPACE {
 
-namespace hn = hwy::HWY_NAMESPACE;
-
-using Integers = hn::ScalableTag<std::int32_t>;
-using Floats = hn::RebindToFloat<Integers>;
 using Doubles = hn::Repartition<double, Integers>;
 using HalfIntegers = hn::Half<Integers>;
 using HalfFloats = hn::Half<Floats>;
 using HalfUnsigned = hn::RebindToUnsigned<HalfIntegers>;
-using IntegerVector = hn::Vec<Integers>;
-using FloatVector = hn::Vec<Floats>;
 using DoubleVector = hn::Vec<Doubles>;
-using IntegerMask = hn::Mask<Integers>;
 
 constexpr std::size_t maximumLanes = hn::MaxLanes(Integers());
 

@@ -1,7 +1,6 @@
 #include "scenegraph/TextureCache.h"
 
 #include <algorithm>
-#include <iterator>
 #include <span>
 #include <utility>
 
@@ -128,8 +127,9 @@ void TextureCache::load() {
     const std::span<Entry*> batch = std::span(missing).subspan(first, std::min(batchSize, missing.size() - first));
     parallelFor(batch.size(), 1, [&](std::size_t i) { readEntry(*batch[i]); });
     std::vector<Entry*> admitted;
-    std::copy_if(batch.begin(), batch.end(), std::back_inserter(admitted),
-                 [&](const Entry* entry) { return admits(*entry); });
+    for (Entry* entry : batch) {
+      if (admits(*entry)) admitted.push_back(entry);
+    }
     parallelFor(admitted.size(), 1, [&](std::size_t i) { decodeEntry(*admitted[i]); });
     for (Entry* entry : batch) {
       entry->isLoaded = true;
@@ -138,8 +138,9 @@ void TextureCache::load() {
   }
 
   std::vector<Entry*> copied;
-  std::copy_if(requested_.begin(), requested_.end(), std::back_inserter(copied),
-               [&](Entry* entry) { return needsOpacityCopy(*entry); });
+  for (Entry* entry : requested_) {
+    if (needsOpacityCopy(*entry)) copied.push_back(entry);
+  }
   parallelFor(copied.size(), 1,
               [&](std::size_t i) { copied[i]->opacity = inspected(luminanceAsAlpha(*copied[i]->plain.image)); });
   for (Entry* entry : requested_) entry->isRequested = false;

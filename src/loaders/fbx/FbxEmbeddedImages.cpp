@@ -1,7 +1,5 @@
 #include "loaders/fbx/FbxEmbeddedImages.h"
 
-#include <algorithm>
-#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -45,8 +43,9 @@ void FbxEmbeddedImages::decode(std::span<const ufbx_blob> contents) {
   }
 
   std::vector<std::string_view> admitted;
-  std::copy_if(unknown.begin(), unknown.end(), std::back_inserter(admitted),
-               [&](std::string_view content) { return takeMemory(content); });
+  for (const std::string_view content : unknown) {
+    if (takeMemory(content)) admitted.push_back(content);
+  }
   std::vector<std::shared_ptr<const Image>> images(admitted.size());
   parallelFor(images.size(), 1, [&](std::size_t index) { images[index] = decoded(admitted[index]); });
   for (std::size_t index = 0; index < images.size(); ++index) byContent_[admitted[index]] = std::move(images[index]);
