@@ -1,24 +1,24 @@
 #include "loaders/mesh/IndexedMesh.h"
 
-#include <cmath>
 #include <span>
 #include <utility>
 
+#include "foundation/LinearAlgebra.h"
 #include "loaders/mesh/MeshGeometry.h"
 
 namespace ornolith {
 
 bool canBeSeen(const IndexedMesh& mesh) noexcept {
-  const auto isFinite = [&](std::size_t vertex) {
+  const auto hasPlace = [&](std::size_t vertex) {
     const float* const position = mesh.positions.data() + vertex * 3;
-    return std::isfinite(position[0]) && std::isfinite(position[1]) && std::isfinite(position[2]);
+    return isFinite(simd_float3{position[0], position[1], position[2]});
   };
   const std::span triangles(mesh.triangles);
   for (std::size_t i = 0; i + 2 < triangles.size(); i += 3) {
-    if (isFinite(triangles[i]) && isFinite(triangles[i + 1]) && isFinite(triangles[i + 2])) return true;
+    if (hasPlace(triangles[i]) && hasPlace(triangles[i + 1]) && hasPlace(triangles[i + 2])) return true;
   }
   for (std::size_t i = 0; triangles.empty() && i < mesh.vertexCount(); ++i) {
-    if (isFinite(i)) return true;
+    if (hasPlace(i)) return true;
   }
   return false;
 }
